@@ -1,0 +1,17 @@
+# One folder, one static target: kelpay_folder(<name> SOURCES ... [PUBLIC <targets>] [PRIVATE <targets>])
+# The target is kelpay_<name>. PUBLIC names what its headers need, PRIVATE what only its sources need. Includes name the
+# folder from the root: #include "platform/Bytes.h".
+function(kelpay_folder name)
+    cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+    add_library(kelpay_${name} STATIC ${arg_SOURCES})
+    kelpay_target(kelpay_${name})
+    target_link_libraries(kelpay_${name} PUBLIC ${arg_PUBLIC} PRIVATE ${arg_PRIVATE})
+    set_property(GLOBAL APPEND PROPERTY KELPAY_FOLDERS kelpay_${name})
+endfunction()
+
+# What every target of ours has: warnings, includes from the root, Qt's meta-object compiler.
+function(kelpay_target target)
+    set_target_properties(${target} PROPERTIES AUTOMOC ON)
+    target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR})
+    target_link_libraries(${target} PRIVATE kelpay_build)
+endfunction()
