@@ -1,0 +1,73 @@
+#include "Bundle.h"
+
+#include "Deployment.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QStringList>
+#include <QUrl>
+
+namespace kelpay {
+
+const Bundle &Bundle::sdk()
+{
+    static const Bundle bundle(Kind::Sdk);
+    return bundle;
+}
+
+const Bundle &Bundle::main()
+{
+    static const Bundle bundle(Kind::Main);
+    return bundle;
+}
+
+QStringList Bundle::folders() const
+{
+    if (m_kind == Kind::Main)
+        return {QStringLiteral(":/"), QCoreApplication::applicationDirPath() + QLatin1Char('/')};
+    QStringList folders{QStringLiteral(":/dev.kel.KelPay/")};
+    if (const QString overlay = Deployment::resourcesOverlay(); !overlay.isEmpty())
+        folders.prepend(overlay + QLatin1Char('/'));
+    return folders;
+}
+
+std::optional<QString> Bundle::pathForResource(const QString &name, const QString &type) const
+{
+    const QString file = type.isEmpty() ? name : name + QLatin1Char('.') + type;
+    if (file.isEmpty() || file.contains(QLatin1Char('/')))
+        return std::nullopt;
+    for (const QString &folder : folders()) {
+        if (const QString path = folder + file; QFileInfo(path).isFile())
+            return path;
+    }
+    return std::nullopt;
+}
+
+std::optional<Bytes> Bundle::dataForResource(const QString &name, const QString &type) const
+{
+    const auto path = pathForResource(name, type);
+    return path ? readFile(*path) : std::nullopt;
+}
+
+QString Bundle::urlForImage(const QString &fileName) const
+{
+    const auto path = pathForResource(fileName);
+    if (!path)
+        return {};
+    return path->startsWith(QLatin1Char(':')) ? QStringLiteral("qrc") + *path : QUrl::fromLocalFile(*path).toString();
+}
+
+std::optional<Bytes> readFile(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return std::nullopt;
+    const auto size = static_cast<std::size_t>(file.size());
+    BytesBuilder builder(size);
+    if (file.read(reinterpret_cast<char *>(builder.extend(size)), file.size()) != file.size())
+        return std::nullopt;
+    return builder.take();
+}
+
+} // namespace kelpay

@@ -1,0 +1,112 @@
+#include "Bytes.h"
+
+#include <QByteArray>
+#include <QString>
+#include <QStringEncoder>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace kelpay {
+
+namespace {
+
+std::shared_ptr<std::uint8_t> wipedStorage(std::size_t capacity)
+{
+    auto *raw = static_cast<std::uint8_t *>(::operator new(capacity));
+    return {raw, [capacity](std::uint8_t *p) {
+                wipe(p, capacity);
+                ::operator delete(p);
+            }};
+}
+
+} // namespace
+
+void wipe(void *data, std::size_t size) noexcept
+{
+    if (size == 0)
+        return;
+    std::memset(data, 0, size);
+    // The empty statement claims to read the memory, so the memset above must have happened.
+    asm volatile("" : : "r"(data) : "memory");
+}
+
+Bytes::Bytes(const void *data, std::size_t size) : m_size(size)
+{
+    if (size == 0)
+        return;
+    m_storage = wipedStorage(size);
+    std::memcpy(m_storage.get(), data, size);
+}
+
+Bytes Bytes::fromByteArray(const QByteArray &array)
+{
+    return {array.constData(), static_cast<std::size_t>(array.size())};
+}
+
+Bytes Bytes::fromText(const QString &text)
+{
+    QStringEncoder utf8(QStringEncoder::Utf8);
+    BytesBuilder builder;
+    auto *begin = reinterpret_cast<char *>(builder.extend(static_cast<std::size_t>(utf8.requiredSpace(text.size()))));
+    builder.truncate(static_cast<std::size_t>(utf8.appendToBuffer(begin, text) - begin));
+    return builder.take();
+}
+
+QByteArray Bytes::toByteArray() const
+{
+    return {reinterpret_cast<const char *>(data()), static_cast<qsizetype>(m_size)};
+}
+
+QString Bytes::toText() const
+{
+    return QString::fromUtf8(reinterpret_cast<const char *>(data()), static_cast<qsizetype>(m_size));
+}
+
+BytesBuilder::BytesBuilder(std::size_t capacity)
+{
+    if (capacity > 0)
+        reserve(capacity);
+}
+
+void BytesBuilder::reserve(std::size_t capacity)
+{
+    auto grown = wipedStorage(capacity);
+    if (m_size > 0)
+        std::memcpy(grown.get(), m_storage.get(), m_size);
+    m_storage = std::move(grown);
+    m_capacity = capacity;
+}
+
+void BytesBuilder::append(const void *data, std::size_t size)
+{
+    if (size > 0)
+        std::memcpy(extend(size), data, size);
+}
+
+std::uint8_t *BytesBuilder::extend(std::size_t size)
+{
+    if (m_size + size > m_capacity)
+        reserve(std::max({m_size + size, 2 * m_capacity, std::size_t{64}}));
+    auto *end = m_storage.get() + m_size;
+    m_size += size;
+    return end;
+}
+
+void BytesBuilder::truncate(std::size_t size) noexcept
+{
+    m_size = std::min(m_size, size);
+}
+
+Bytes BytesBuilder::take() noexcept
+{
+    Bytes bytes;
+    bytes.m_storage = std::move(m_storage);
+    bytes.m_size = m_size;
+    m_size = 0;
+    m_capacity = 0;
+    return bytes;
+}
+
+} // namespace kelpay

@@ -1,0 +1,60 @@
+#include "Deployment.h"
+
+#include "DeploymentConfig.h"
+
+namespace kelpay {
+
+namespace {
+
+QString setting(const char *compiledIn, [[maybe_unused]] const char *variable)
+{
+    if constexpr (config::sandbox) {
+        if (const QString value = qEnvironmentVariable(variable); !value.isEmpty())
+            return value;
+    }
+    return QString::fromUtf8(compiledIn);
+}
+
+} // namespace
+
+QString Deployment::serviceHost()
+{
+    return setting(config::serviceHost, "KELPAY_SERVICE_HOST");
+}
+
+QUrl Deployment::serviceUrl(const QString &path)
+{
+    QUrl url;
+    url.setScheme(QStringLiteral("https"));
+    url.setHost(serviceHost());
+    url.setPort(1443);
+    url.setPath(path);
+    return url;
+}
+
+QUrl Deployment::ipEchoUrl()
+{
+    return QUrl(setting(config::ipEcho, "KELPAY_IP_ECHO"));
+}
+
+QString Deployment::reachabilityHost()
+{
+    return QString::fromUtf8(config::reachabilityHost);
+}
+
+QString Deployment::resourcesOverlay()
+{
+    return setting("", "KELPAY_RESOURCES");
+}
+
+bool Deployment::isSandbox() noexcept
+{
+    return config::sandbox;
+}
+
+QString Deployment::sdkVersion()
+{
+    return QString::fromUtf8(config::version);
+}
+
+} // namespace kelpay

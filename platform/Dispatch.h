@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace kelpay {
+
+/// The SDK's queues. Every task runs once, in the order queued for `main`, concurrently for `global`.
+class Dispatch
+{
+public:
+    using Task = std::function<void()>;
+    enum class Priority { High };
+
+    /// Queues `task` on the main queue: Qt's event loop on the application's thread. Dropped, with a log line, where no
+    /// application object exists.
+    static void main(Task task);
+    /// The same, `delay` later.
+    static void mainAfter(std::chrono::milliseconds delay, Task task);
+    /// Queues `task` on the global concurrent queue, which has threads of its own, apart from Qt's shared pool.
+    static void global(Priority priority, Task task);
+    /// Queues a blocking transfer. These have threads of their own so that a stalled one delays no `global` task.
+    static void transfer(Task task);
+
+    /// True once the application is going away; transfers give up when they see it.
+    static bool isShuttingDown() noexcept;
+    /// True on the application's thread.
+    static bool isMain();
+};
+
+} // namespace kelpay

@@ -1,0 +1,87 @@
+#include "Formats.h"
+
+#include "Log.h"
+
+#include <unicode/datefmt.h>
+#include <unicode/smpdtfmt.h>
+#include <unicode/unistr.h>
+
+#include <limits>
+#include <memory>
+
+namespace kelpay {
+
+namespace {
+
+icu::UnicodeString toIcu(const QString &text)
+{
+    return {reinterpret_cast<const char16_t *>(text.utf16()), static_cast<int32_t>(text.size())};
+}
+
+QString fromIcu(const icu::UnicodeString &text)
+{
+    return QString::fromUtf16(text.getBuffer(), text.length());
+}
+
+QString format(const icu::DateFormat *formatter, UErrorCode status, UDate moment)
+{
+    if (!formatter || U_FAILURE(status)) {
+        qCWarning(logPlatform, "dates can't be formatted (%s): check that ICU's data is installed",
+                  u_errorName(status));
+        return {};
+    }
+    icu::UnicodeString text;
+    formatter->format(moment, text);
+    return fromIcu(text);
+}
+
+} // namespace
+
+QString Formats::localDate(const QDateTime &moment, const QString &pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const auto formatter = std::make_unique<icu::SimpleDateFormat>(toIcu(pattern), icu::Locale::getDefault(), status);
+    return format(formatter.get(), status, static_cast<UDate>(moment.toMSecsSinceEpoch()));
+}
+
+QString Formats::solarHijriDate(const QString &isoDate)
+{
+    // Read and printed in the same zone, so the day stays what it was.
+    UErrorCode status = U_ZERO_ERROR;
+    icu::SimpleDateFormat parser(u"yyyy-MM-dd", icu::Locale("en", "US", "POSIX"), status);
+    parser.setLenient(false);
+    const UDate date = parser.parse(toIcu(isoDate), status);
+    if (U_FAILURE(status))
+        return {};
+    const std::unique_ptr<icu::DateFormat> formatter(
+        icu::DateFormat::createDateInstance(icu::DateFormat::kMedium, icu::Locale("fa", "IR")));
+    return format(formatter.get(), status, date);
+}
+
+QString Formats::groupedNumber(qint64 number)
+{
+    QString digits = QString::number(number);
+    const qsizetype first = number < 0 ? 1 : 0;
+    for (qsizetype position = digits.size() - 3; position > first; position -= 3)
+        digits.insert(position, QLatin1Char(','));
+    return digits;
+}
+
+qint64 integerValue(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    const bool negative = trimmed.startsWith(QLatin1Char('-'));
+    qsizetype position = negative || trimmed.startsWith(QLatin1Char('+')) ? 1 : 0;
+    constexpr qint64 limit = std::numeric_limits<qint64>::max();
+    qint64 value = 0;
+    for (; position < trimmed.size(); ++position) {
+        const char16_t c = trimmed[position].unicode();
+        if (c < u'0' || c > u'9')
+            break;
+        const int digit = c - u'0';
+        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
+    }
+    return negative ? -value : value;
+}
+
+} // namespace kelpay

@@ -1,0 +1,168 @@
+#include "UrlSession.h"
+
+#include "Bundle.h"
+#include "Deployment.h"
+#include "Dispatch.h"
+#include "Log.h"
+
+#include <curl/curl.h>
+
+#include <chrono>
+#include <memory>
+
+namespace kelpay {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr qsizetype largestBody = 16 * 1024 * 1024;
+
+struct Transfer
+{
+    QByteArray body;
+    bool tooLarge = false;
+};
+
+enum class Trust { Service, System, SystemAndService };
+
+struct Request
+{
+    QUrl url;
+    QByteArray contentType;
+    std::optional<QByteArray> post;
+    Trust trust = Trust::Service;
+    std::chrono::seconds ceiling = 10min;
+};
+
+std::size_t receive(const char *data, std::size_t, std::size_t size, void *context)
+{
+    auto *transfer = static_cast<Transfer *>(context);
+    if (transfer->body.size() + static_cast<qsizetype>(size) > largestBody) {
+        transfer->tooLarge = true;
+        return 0;
+    }
+    transfer->body.append(data, static_cast<qsizetype>(size));
+    return size;
+}
+
+int progress(void *, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+{
+    return Dispatch::isShuttingDown() ? 1 : 0;
+}
+
+void setTrust(CURL *handle, Trust trust)
+{
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
+    curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
+    curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+    if (trust == Trust::System)
+        return;
+    const auto anchors = Bundle::sdk().dataForResource(QStringLiteral("service-anchors"), QStringLiteral("pem"));
+    if (!anchors)
+        return;
+    if (trust == Trust::Service) {
+        // Both, or the system's folder would still vouch for a stranger.
+        curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+        curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    }
+    curl_blob blob{const_cast<std::uint8_t *>(anchors->data()), anchors->size(), CURL_BLOB_COPY};
+    curl_easy_setopt(handle, CURLOPT_CAINFO_BLOB, &blob);
+}
+
+void setBounds(CURL *handle, std::chrono::seconds ceiling)
+{
+    curl_easy_setopt(handle, CURLOPT_CONNECTTIMEOUT, 60L);
+    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_LIMIT, 1L);
+    curl_easy_setopt(handle, CURLOPT_LOW_SPEED_TIME, 60L);
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(ceiling.count()));
+    curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(handle, CURLOPT_XFERINFOFUNCTION, progress);
+}
+
+/// One request, once: a connection of its own, no reuse, no redirect.
+void setSingleUse(CURL *handle)
+{
+    curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(handle, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    curl_easy_setopt(handle, CURLOPT_FRESH_CONNECT, 1L);
+    curl_easy_setopt(handle, CURLOPT_FORBID_REUSE, 1L);
+    curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 0L);
+    curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https");
+    curl_easy_setopt(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+}
+
+using Headers = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
+
+Headers headersFor(const Request &request)
+{
+    curl_slist *list = curl_slist_append(nullptr, "Expect:");
+    if (request.post)
+        list = curl_slist_append(list, ("Content-Type: " + request.contentType).constData());
+    return {list, curl_slist_free_all};
+}
+
+UrlResult perform(const Request &request)
+{
+    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
+    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(), curl_easy_cleanup);
+    if (initialised != CURLE_OK || !handle)
+        return TransportError{QStringLiteral("the HTTPS client can't be started")};
+
+    const Headers headers = headersFor(request);
+    Transfer transfer;
+    char details[CURL_ERROR_SIZE] = "";
+    const QByteArray url = request.url.toEncoded();
+    curl_easy_setopt(handle.get(), CURLOPT_URL, url.constData());
+    curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
+    curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, details);
+    curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
+    curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &transfer);
+    setSingleUse(handle.get());
+    setBounds(handle.get(), request.ceiling);
+    setTrust(handle.get(), request.trust);
+    if (request.post) {
+        curl_easy_setopt(handle.get(), CURLOPT_POST, 1L);
+        curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.post->size()));
+        curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDS, request.post->constData());
+    }
+
+    const CURLcode code = curl_easy_perform(handle.get());
+    if (code != CURLE_OK) {
+        const QString reason = transfer.tooLarge ? QStringLiteral("the answer is larger than 16 MiB")
+                                                 : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
+        return TransportError{QStringLiteral("%1 (%2)").arg(reason, request.url.host())};
+    }
+    long status = 0;
+    curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
+    return UrlResponse{static_cast<int>(status), std::move(transfer.body)};
+}
+
+} // namespace
+
+void UrlSession::post(const QUrl &url, const QByteArray &contentType, QByteArray body, Completion completion)
+{
+    Dispatch::transfer([request = Request{url, contentType, std::move(body), Trust::Service, 10min},
+                        completion = std::move(completion)] {
+        const UrlResult result = perform(request);
+        if (!Dispatch::isShuttingDown())
+            completion(result);
+    });
+}
+
+UrlResult UrlSession::contents(const QUrl &url)
+{
+    return perform({.url = url, .contentType = {}, .post = {}});
+}
+
+UrlResult UrlSession::publicContents(const QUrl &url)
+{
+    const bool ofService = url.host() == Deployment::serviceHost();
+    return perform({.url = url,
+                    .contentType = {},
+                    .post = {},
+                    .trust = ofService ? Trust::SystemAndService : Trust::System,
+                    .ceiling = 60s});
+}
+
+} // namespace kelpay
