@@ -1,0 +1,131 @@
+// The rules about cards of CoreFunctions: check digit, mobile number, and the service's rule strings.
+
+#include "CoreFunctions.h"
+
+#include "BankTable.h"
+#include "platform/Formats.h"
+
+#include <QStringList>
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+
+namespace kelpay {
+
+namespace {
+
+constexpr int simpleLimit = 2'000'000;
+
+const QString &fieldAt(const QStringList &fields, qsizetype index)
+{
+    if (index >= fields.size())
+        throw std::out_of_range("a card rule has too few fields");
+    return fields[index];
+}
+
+QString substring(const QString &text, qsizetype position, qsizetype length)
+{
+    if (position + length > text.size())
+        throw std::out_of_range("a card number has fewer than 16 digits");
+    return text.mid(position, length);
+}
+
+/// Calls `visit` with the fields of each entry whose prefix the card has.
+template <class Visit> void scan(const QString &cardNumber, const QString &rules, Visit visit)
+{
+    const QStringList entries = rules.split(QLatin1Char('|'));
+    if (entries.size() < 2)
+        throw std::out_of_range("a card rule string holds no \"|\"");
+    // The list is expected to end with "|": what stands after the last one is never examined.
+    for (qsizetype index = 0; index < entries.size() - 1; ++index) {
+        const QStringList fields = entries[index].split(QLatin1Char(';'));
+        if (!fields[0].isEmpty() && cardNumber.startsWith(fields[0]))
+            visit(fields);
+    }
+}
+
+QString policyForCode(const QString &code, const QString &cardNumber, const QString &rules)
+{
+    QString policy;
+    scan(cardNumber, rules, [&](const QStringList &fields) {
+        if (fieldAt(fields, 1) == code)
+            policy += fieldAt(fields, 2) + QLatin1Char(';') + fieldAt(fields, 3);
+    });
+    return policy;
+}
+
+int intValue(const QString &text)
+{
+    return static_cast<int>(
+        std::clamp<qint64>(integerValue(text), std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
+bool isInRange(const QString &policy, int amount)
+{
+    const QStringList bounds = policy.split(QLatin1Char(';'));
+    return intValue(fieldAt(bounds, 0)) <= amount && amount <= intValue(fieldAt(bounds, 1));
+}
+
+} // namespace
+
+QString CoreFunctions::bankName(const QString &cardNumber) const
+{
+    return bankNameForPrefix(cardNumber);
+}
+
+bool CoreFunctions::isValidCardNumber(const QString &cardNumber) const
+{
+    substring(cardNumber, 15, 1);
+    if (integerValue(substring(cardNumber, 1, 10)) == 0 || integerValue(substring(cardNumber, 10, 6)) == 0)
+        return false;
+    int sum = 0;
+    for (qsizetype index = 0; index < 16; ++index) {
+        const int digit = cardNumber[index].digitValue();
+        const int weighted = index % 2 == 0 ? 2 * digit : digit;
+        sum += weighted > 9 ? weighted - 9 : weighted;
+    }
+    return sum % 10 == 0;
+}
+
+bool CoreFunctions::isValidPhoneNumber(const QString &number) const
+{
+    return number.startsWith(QLatin1StringView("09")) && number.size() == 11;
+}
+
+QString CoreFunctions::blackListReturner(const QString &cardNumber, const QString &rules) const
+{
+    QString codes;
+    scan(cardNumber, rules, [&](const QStringList &fields) { codes += fieldAt(fields, 1) + QLatin1Char('|'); });
+    return codes;
+}
+
+QString CoreFunctions::policyForCode5(const QString &cardNumber, const QString &rules) const
+{
+    return policyForCode(QStringLiteral("5"), cardNumber, rules);
+}
+
+QString CoreFunctions::policyForCode59(const QString &cardNumber, const QString &rules) const
+{
+    return policyForCode(QStringLiteral("59"), cardNumber, rules);
+}
+
+QString CoreFunctions::isSimple(const QString &rules, const QString &userValues) const
+{
+    const QStringList values = userValues.split(QLatin1Char(';'));
+    const QString &card = values[0];
+    const int amount = intValue(values.value(1));
+    const bool listed = !blackListReturner(card, rules).isEmpty();
+
+    if (amount <= simpleLimit) {
+        if (!listed)
+            return QStringLiteral("JA");
+        const QString policy5 = policyForCode5(card, rules);
+        if (policy5.isEmpty() || isInRange(policy5, amount))
+            return QStringLiteral("JA");
+    }
+    const QString policy59 = listed ? policyForCode59(card, rules) : QString();
+    return policy59.isEmpty() || isInRange(policy59, amount) ? QStringLiteral("NO") : QStringLiteral("NA");
+}
+
+} // namespace kelpay

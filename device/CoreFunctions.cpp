@@ -1,0 +1,118 @@
+#include "CoreFunctions.h"
+
+#include "HostProfile.h"
+#include "IntegrityCheck.h"
+#include "platform/Deployment.h"
+#include "platform/Formats.h"
+#include "platform/Log.h"
+#include "platform/SystemFacts.h"
+#include "platform/UrlSession.h"
+#include "platform/UserDefaults.h"
+#include "security/CoreKeychain.h"
+
+#include <QDateTime>
+#include <QRandomGenerator>
+
+namespace kelpay {
+
+QString CoreFunctions::versionString() const
+{
+    QString versions = SystemFacts::hostVersion() + QLatin1Char(';') + Deployment::sdkVersion();
+    return versions.remove(QLatin1Char('.'));
+}
+
+QString CoreFunctions::localUserDate() const
+{
+    return Formats::localDate(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+}
+
+std::optional<QString> CoreFunctions::ipAddress() const
+{
+    const UrlResult result = UrlSession::publicContents(Deployment::ipEchoUrl());
+    if (const auto *error = std::get_if<TransportError>(&result)) {
+        qCWarning(logDevice, "the public address is unknown: %s", qUtf8Printable(error->localizedDescription));
+        return std::nullopt;
+    }
+    const auto &response = std::get<UrlResponse>(result);
+    if (response.status < 200 || response.status > 299) {
+        qCWarning(logDevice, "the public address is unknown: its service answered HTTP %d", response.status);
+        return std::nullopt;
+    }
+    return QString::fromUtf8(response.body);
+}
+
+void CoreFunctions::returnThings() const
+{
+    auto &defaults = UserDefaults::standard();
+    if (CoreKeychain().string(QStringLiteral("uuid"))) {
+        defaults.increment(QStringLiteral("trace"));
+        return;
+    }
+    const int first = intInRange(100, 800);
+    CoreKeychain().setString(SystemFacts::vendorIdentifier(), QStringLiteral("uuid"));
+    defaults.setInteger(QStringLiteral("trace"), first);
+    defaults.remove(QStringLiteral("ard"));
+}
+
+QString CoreFunctions::bundleID() const
+{
+    const HostProfile &profile = HostProfile::shared();
+    if (!profile.bid().isEmpty())
+        return QStringLiteral("");
+    return profile.ziaprod() ? QStringLiteral("com.dorinepay.724") : SystemFacts::hostIdentifier();
+}
+
+QString CoreFunctions::deviceData() const
+{
+    return QStringList{QStringLiteral("APPL"), hardwareString(), SystemFacts::systemVersion(),
+                       SystemFacts::deviceName(), SystemFacts::localizedModel()}
+        .join(QLatin1Char('|'));
+}
+
+QString CoreFunctions::hardwareString() const
+{
+    return SystemFacts::hardwareModel();
+}
+
+QString CoreFunctions::vulnerabilities() const
+{
+    return IntegrityCheck::verdict();
+}
+
+std::optional<QString> CoreFunctions::merchantID() const
+{
+    return CoreKeychain().string(QStringLiteral("mid"));
+}
+
+int CoreFunctions::intInRange(int minimum, int maximum) const
+{
+    if (minimum > maximum)
+        return -1;
+    const auto count = static_cast<quint32>(maximum) - static_cast<quint32>(minimum) + 1;
+    const quint32 random = QRandomGenerator::system()->generate();
+    return static_cast<int>((count == 0 ? random : random % count) + static_cast<quint32>(minimum));
+}
+
+void CoreFunctions::parseTokenBody(const QJsonValue &body) const
+{
+    UserDefaults::standard().setData(QStringLiteral("tkn"), BaseClass::modelObject(body).archived());
+}
+
+void CoreFunctions::parsePaymentBody(const QJsonValue &body) const
+{
+    UserDefaults::standard().setData(QStringLiteral("pym"), BaseClassp::modelObject(body).archived());
+}
+
+std::optional<BaseClass> CoreFunctions::storedTokenAnswer()
+{
+    const auto archive = UserDefaults::standard().data(QStringLiteral("tkn"));
+    return archive ? BaseClass::unarchived(*archive) : std::nullopt;
+}
+
+std::optional<BaseClassp> CoreFunctions::storedPaymentAnswer()
+{
+    const auto archive = UserDefaults::standard().data(QStringLiteral("pym"));
+    return archive ? BaseClassp::unarchived(*archive) : std::nullopt;
+}
+
+} // namespace kelpay

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "protocol/records/BaseClass.h"
+#include "protocol/records/BaseClassp.h"
+
+#include <QJsonValue>
+#include <QString>
+
+#include <optional>
+
+namespace kelpay {
+
+/// Facts of the host, the device and the session, and the rules about cards. Holds nothing between uses but what it
+/// writes to the keychain and the user defaults; make one where it is needed. Any thread, except where noted.
+class CoreFunctions
+{
+public:
+    /// Host version, ";", SDK version, each without its dots: "210;14".
+    QString versionString() const;
+    /// Local time as "yyyy-MM-dd hh:mm:ss" in the device's locale; hh is the 12-hour clock without a marker.
+    QString localUserDate() const;
+    /// The public address as the IP-echo service tells it, untrimmed; std::nullopt on any failure. Blocks, up to 60 s.
+    std::optional<QString> ipAddress() const;
+    /// Moves the install's trace counter on: the first time it stores "uuid", draws "trace" and forgets "ard"; later it
+    /// adds one to "trace".
+    void returnThings() const;
+    /// "" when the host set `bid`, a wallet application's identifier when it set `ziaprod`, else the host's identifier.
+    QString bundleID() const;
+    /// "APPL|hardware|system version|device name|localised model", unescaped.
+    QString deviceData() const;
+    QString hardwareString() const;
+    /// The integrity check's verdict, "" when nothing is found.
+    QString vulnerabilities() const;
+    /// Keychain "mid".
+    std::optional<QString> merchantID() const;
+    /// Uniform in minimum..maximum, both included; -1 when minimum > maximum.
+    int intInRange(int minimum, int maximum) const;
+
+    /// Store the answer's record under user defaults "tkn" and "pym". A body that is no object gives an empty record.
+    void parseTokenBody(const QJsonValue &body) const;
+    void parsePaymentBody(const QJsonValue &body) const;
+    /// The stored records; std::nullopt when there is none or it is damaged.
+    static std::optional<BaseClass> storedTokenAnswer();
+    static std::optional<BaseClassp> storedPaymentAnswer();
+
+    /// The issuing bank's Persian name by the first six digits; "" for an unknown one.
+    QString bankName(const QString &cardNumber) const;
+    /// The check digit rule over the first 16 digits. Throws std::out_of_range for fewer than 16 characters.
+    bool isValidCardNumber(const QString &cardNumber) const;
+    /// Begins with "09" and has 11 characters.
+    bool isValidPhoneNumber(const QString &number) const;
+
+    // The three look-ups in a rule string: entries "prefix;code;lower;upper" separated by "|", the last element not
+    // examined. They throw std::out_of_range for a string without "|" and for a matching entry with too few fields.
+    /// The codes of all matching entries, each followed by "|".
+    QString blackListReturner(const QString &cardNumber, const QString &rules) const;
+    /// "lower;upper" of each matching entry of code "5", with nothing between two entries.
+    QString policyForCode5(const QString &cardNumber, const QString &rules) const;
+    /// The same for code "59".
+    QString policyForCode59(const QString &cardNumber, const QString &rules) const;
+    /// "JA" (PIN only), "NO" (full form) or "NA" (not allowed) for `userValues`, "card number;amount". Throws as above.
+    QString isSimple(const QString &rules, const QString &userValues) const;
+};
+
+} // namespace kelpay

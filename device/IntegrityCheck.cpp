@@ -1,0 +1,96 @@
+#include "IntegrityCheck.h"
+
+#include "platform/SystemFacts.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QStringList>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace kelpay {
+
+namespace {
+
+enum class Override { None, Simulator, Device };
+std::atomic<Override> simulatorOverride{Override::None};
+
+QByteArray contents(const char *path)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool hasDebugger()
+{
+    const QByteArray status = contents("/proc/self/status");
+    const qsizetype at = status.indexOf("\nTracerPid:");
+    if (at < 0)
+        return false;
+    const qsizetype begin = at + qsizetype(sizeof("\nTracerPid:")) - 1;
+    return status.mid(begin, status.indexOf('\n', begin) - begin).trimmed() != "0";
+}
+
+bool hasPreloadedLibraries()
+{
+    return qEnvironmentVariableIsSet("LD_PRELOAD") || !contents("/etc/ld.so.preload").trimmed().isEmpty();
+}
+
+/// Any process of the same user may attach, unless the kernel restricts that or the process opted out.
+bool isTraceable()
+{
+    const QByteArray scope = contents("/proc/sys/kernel/yama/ptrace_scope").trimmed();
+    return ::prctl(PR_GET_DUMPABLE) == 1 && (scope.isEmpty() || scope == "0");
+}
+
+/// The virtual boards that device emulators present; the hypervisors that kiosks run on have other names.
+bool isEmulator()
+{
+    const QByteArray board = contents("/sys/firmware/devicetree/base/compatible") + contents("/proc/cpuinfo") +
+                             SystemFacts::hardwareModel().toUtf8();
+    const QByteArray lower = board.toLower();
+    constexpr std::array names{"goldfish", "ranchu", "android emulator", "sdk_gphone"};
+    return std::any_of(names.begin(), names.end(), [&](const char *name) { return lower.contains(name); });
+}
+
+} // namespace
+
+QString IntegrityCheck::verdict()
+{
+    QStringList findings;
+    if (hasDebugger())
+        findings << QStringLiteral("debugger");
+    if (hasPreloadedLibraries())
+        findings << QStringLiteral("preload");
+    if (isTraceable())
+        findings << QStringLiteral("traceable");
+    if (::geteuid() == 0)
+        findings << QStringLiteral("root");
+    if (isSimulator())
+        findings << QStringLiteral("emulator");
+    return findings.join(QLatin1Char(','));
+}
+
+bool IntegrityCheck::isSimulator()
+{
+    switch (simulatorOverride.load()) {
+    case Override::Simulator:
+        return true;
+    case Override::Device:
+        return false;
+    case Override::None:
+        break;
+    }
+    return isEmulator();
+}
+
+void IntegrityCheck::overrideSimulator(std::optional<bool> simulator)
+{
+    simulatorOverride = !simulator ? Override::None : *simulator ? Override::Simulator : Override::Device;
+}
+
+} // namespace kelpay

@@ -1,0 +1,102 @@
+#include "device/CoreFunctions.h"
+#include "device/HostProfile.h"
+#include "platform/SystemFacts.h"
+#include "platform/UserDefaults.h"
+#include "security/CoreKeychain.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QRegularExpression>
+
+#include <climits>
+#include <set>
+
+namespace kelpay {
+namespace {
+
+const QString trace = QStringLiteral("trace");
+
+TEST(CoreFunctions, VersionsLoseTheirDots)
+{
+    QCoreApplication::setApplicationVersion(QStringLiteral("10.2.3"));
+    EXPECT_EQ(CoreFunctions().versionString(), QStringLiteral("1023;100"));
+}
+
+TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
+{
+    auto &defaults = UserDefaults::standard();
+    CoreKeychain().deleteEntry(QStringLiteral("uuid"));
+    defaults.setInteger(QStringLiteral("ard"), 9);
+    CoreFunctions().returnThings();
+    const qint64 first = defaults.integer(trace).value_or(0);
+    EXPECT_GE(first, 100);
+    EXPECT_LE(first, 800);
+    EXPECT_FALSE(defaults.integer(QStringLiteral("ard")));
+    const QString uuid = CoreKeychain().string(QStringLiteral("uuid")).value_or(QString());
+    EXPECT_TRUE(
+        QRegularExpression(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")).match(uuid).hasMatch());
+    CoreFunctions().returnThings();
+    CoreFunctions().returnThings();
+    EXPECT_EQ(defaults.integer(trace), first + 2);
+
+    // The keychain was kept, the defaults were not.
+    defaults.remove(trace);
+    CoreFunctions().returnThings();
+    EXPECT_EQ(defaults.integer(trace), 1);
+    EXPECT_EQ(CoreKeychain().string(QStringLiteral("uuid")), uuid);
+}
+
+TEST(CoreFunctions, RandomIntegersStayInTheirRange)
+{
+    std::set<int> seen;
+    for (int round = 0; round < 400; ++round)
+        seen.insert(CoreFunctions().intInRange(-1, 2));
+    EXPECT_EQ(seen, (std::set<int>{-1, 0, 1, 2}));
+    EXPECT_EQ(CoreFunctions().intInRange(5, 5), 5);
+    EXPECT_EQ(CoreFunctions().intInRange(6, 5), -1);
+    CoreFunctions().intInRange(INT_MIN, INT_MAX);
+}
+
+TEST(CoreFunctions, ApplicationIdentifier)
+{
+    HostProfile &profile = HostProfile::shared();
+    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("kelpay-device-test"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("pay.example.org"));
+    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("org.example.pay.kelpay-device-test"));
+    QCoreApplication::setOrganizationDomain(QString());
+    profile.setZiaprod(true);
+    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("com.dorinepay.724"));
+    profile.setBid(QStringLiteral("x"));
+    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral(""));
+    EXPECT_FALSE(CoreFunctions().bundleID().isNull());
+    profile.setBid(QString());
+    profile.setZiaprod(false);
+}
+
+TEST(CoreFunctions, DeviceData)
+{
+    const QStringList fields = CoreFunctions().deviceData().split(QLatin1Char('|'));
+    ASSERT_GE(fields.size(), 5);
+    EXPECT_EQ(fields[0], QStringLiteral("APPL"));
+    for (const QString &field : fields)
+        EXPECT_FALSE(field.isEmpty());
+}
+
+TEST(CoreFunctions, AnswersAreStoredAsRecords)
+{
+    const QJsonObject details{{QStringLiteral("urn"), QStringLiteral("00012")}};
+    CoreFunctions().parsePaymentBody(QJsonObject{{QStringLiteral("rc"), 0}, {QStringLiteral("rd"), details}});
+    ASSERT_TRUE(CoreFunctions::storedPaymentAnswer());
+    EXPECT_EQ(CoreFunctions::storedPaymentAnswer()->rd.urn.toString(), QStringLiteral("00012"));
+
+    CoreFunctions().parseTokenBody(QJsonValue::Undefined);
+    ASSERT_TRUE(CoreFunctions::storedTokenAnswer());
+    EXPECT_TRUE(CoreFunctions::storedTokenAnswer()->rd.t.isUndefined());
+
+    UserDefaults::standard().setData(QStringLiteral("pym"), Bytes(std::string_view("damaged")));
+    EXPECT_FALSE(CoreFunctions::storedPaymentAnswer());
+}
+
+} // namespace
+} // namespace kelpay

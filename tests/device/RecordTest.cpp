@@ -1,0 +1,64 @@
+#include "protocol/records/BaseClass.h"
+#include "protocol/records/BaseClassp.h"
+#include "protocol/records/PaymentResponse.h"
+#include "protocol/records/TokenResponse.h"
+
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+
+namespace kelpay {
+namespace {
+
+QJsonValue json(const char *text)
+{
+    return QJsonDocument::fromJson(text).object();
+}
+
+TEST(Record, ReadsWhatTheServiceSends)
+{
+    const auto answer = BaseClass::modelObject(json(R"({"rc":"12","ti":" 7.5x","m":true,"pc":null,"ds":null,"st":"2026",
+        "rd":{"amn":1250000,"t":"abc","ldc":true,"wb":{"x":1}},"ard":"none"})"));
+    EXPECT_EQ(answer.rc, 12);
+    EXPECT_EQ(answer.ti, 7.5);
+    EXPECT_EQ(answer.m, 1);
+    EXPECT_EQ(answer.pc, 0);
+    EXPECT_TRUE(answer.ds.isUndefined());
+    EXPECT_EQ(textValue(answer.rd.amn), QStringLiteral("1250000"));
+    EXPECT_TRUE(answer.rd.amn.isDouble());
+    EXPECT_EQ(textValue(answer.rd.ldc), QStringLiteral("1"));
+    EXPECT_FALSE(textValue(answer.rd.wb));
+    EXPECT_FALSE(textValue(answer.rd.vu));
+    EXPECT_TRUE(answer.ard.r.isUndefined());
+}
+
+TEST(Record, DictionaryForm)
+{
+    EXPECT_EQ(BaseClass::modelObject(json("{}")).dictionaryRepresentation(),
+              json(R"({"sm":0,"ti":0,"rc":0,"m":0,"pc":0,"rd":{},"ard":{}})").toObject());
+    for (const QJsonValue &nothing :
+         {QJsonValue(), QJsonValue(QJsonValue::Undefined), QJsonValue(5), QJsonValue(QJsonArray())})
+        EXPECT_EQ(BaseClassp::modelObject(nothing).dictionaryRepresentation(),
+                  json(R"({"sm":0,"ti":0,"rc":0,"m":0,"rd":{}})").toObject());
+    EXPECT_TRUE(BaseClass::modelObject(json(R"({"ds":"متن"})")).description().contains(QStringLiteral("متن")));
+}
+
+TEST(Record, ArchivesRoundTripEveryField)
+{
+    const auto token =
+        BaseClass::modelObject(json(R"({"st":"s","ard":{"r":"77"},"sm":1,"ti":2,"rc":3,"m":4,"ds":"d","pc":5.25,
+        "rd":{"amn":"1","t":"2","pl":"3","ta":"4","tb":"5","bl":"6","mn":"7","ttl":"8","rn":"9","vu":"10","wb":"11","wl":12,
+        "ldc":"13"}})"));
+    ASSERT_EQ(token.dictionaryRepresentation().value(QStringLiteral("rd")).toObject().size(), 13);
+    EXPECT_EQ(BaseClass::unarchived(token.archived())->dictionaryRepresentation(), token.dictionaryRepresentation());
+
+    const auto payment = BaseClassp::modelObject(
+        json(R"({"rc":0,"ti":41,"sm":1,"m":2,"st":"s","ds":"d","rd":{"urn":"000123","mrn":456}})"));
+    EXPECT_EQ(BaseClassp::unarchived(payment.archived())->dictionaryRepresentation(),
+              payment.dictionaryRepresentation());
+    EXPECT_FALSE(BaseClass::unarchived(payment.archived()));
+}
+
+} // namespace
+} // namespace kelpay
