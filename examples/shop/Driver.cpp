@@ -1,0 +1,266 @@
+#include "Driver.h"
+
+#include "Screen.h"
+#include "Session.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QQuickItem>
+#include <QTest>
+#include <QTextStream>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const auto shopPayButton = QStringLiteral("shopPayButton");
+const auto cardField = QStringLiteral("cardNumberTextField");
+const auto pinField = QStringLiteral("passwordTextField");
+const auto cvvField = QStringLiteral("cvvTwoTextField");
+const auto expiryField = QStringLiteral("expirationDateTextField");
+const auto payButton = QStringLiteral("payButton");
+const auto doneButton = QStringLiteral("doneButton");
+
+/// One line of JSON, the members in the order in which they are documented.
+void print(const Driver::Outcome &outcome)
+{
+    QStringList members;
+    for (const auto &[name, value] : outcome) {
+        QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
+        text = text.sliced(1, text.size() - 2);
+        members << QStringLiteral("\"%1\":%2").arg(name, QString::fromUtf8(text));
+    }
+    QTextStream(stdout) << QLatin1Char('{') << members.join(QLatin1Char(',')) << QLatin1Char('}') << Qt::endl;
+}
+
+} // namespace
+
+Driver::Driver(const ShopOptions &options, Session *session, QObject *parent) : QObject(parent), m_options(options)
+{
+    connect(session, &Session::finished, this,
+            [this](bool success, const QString &code, const QString &description, const QString &reference,
+                   const QString &merchantReference) {
+                receive({{QStringLiteral("success"), success},
+                         {QStringLiteral("code"), code},
+                         {QStringLiteral("description"), description},
+                         {QStringLiteral("reference"), reference},
+                         {QStringLiteral("merchantReference"), merchantReference}});
+            });
+    m_glance.setInterval(40ms);
+    connect(&m_glance, &QTimer::timeout, this, &Driver::look);
+    m_deadline.setSingleShot(true);
+    connect(&m_deadline, &QTimer::timeout, this, &Driver::finish);
+}
+
+void Driver::start()
+{
+    if (!m_options.screenshots.isEmpty())
+        QDir().mkpath(m_options.screenshots);
+    m_deadline.start(std::chrono::seconds(m_options.timeoutSeconds));
+    m_settled.start();
+    m_glance.start();
+}
+
+void Driver::look()
+{
+    // A person waits for a screen to stand still; so do animations of 300 ms.
+    if (m_settled.elapsed() < 400)
+        return;
+    // Input spins the event loop; a glance in the middle of a step would start it again.
+    m_glance.stop();
+    const Step step = m_step;
+    if (take(step)) {
+        m_settled.restart();
+        if (m_step == step)
+            m_step = static_cast<Step>(static_cast<int>(step) + 1);
+    }
+    m_glance.start();
+}
+
+bool Driver::take(Step step)
+{
+    switch (step) {
+    case Step::Buy:
+        if (!Screen::isReady(shopPayButton))
+            return false;
+        shoot(QStringLiteral("shop"));
+        return Screen::click(shopPayButton);
+    case Step::AnswerWallet:
+        return answerWallet();
+    case Step::Verify:
+        return verify();
+    case Step::LeavePage:
+        return leavePage();
+    case Step::Fill:
+        return fill();
+    case Step::Pay:
+        shoot(QStringLiteral("payment-filled"));
+        return Screen::click(payButton);
+    case Step::Close:
+        return close();
+    case Step::Watch:
+        return false;
+    }
+    return false;
+}
+
+bool Driver::answerWallet()
+{
+    if (Screen::isReady(QStringLiteral("alertButton"))) {
+        shoot(QStringLiteral("wallet"));
+        if (m_options.idle) {
+            m_step = Step::Watch;
+            return true;
+        }
+        if (m_options.wallet)
+            m_step = Step::Close;
+        return Screen::click(m_options.wallet ? QStringLiteral("alertButton") : QStringLiteral("alertCancelButton"));
+    }
+    if (!Screen::isReady(cardField) && !Screen::isReady(QStringLiteral("cancelButton")))
+        return false;
+    shoot(QStringLiteral("payment"));
+    return true;
+}
+
+bool Driver::verify()
+{
+    if (m_options.idle) {
+        m_step = Step::Watch;
+        return true;
+    }
+    if (!m_options.verify) {
+        m_step = Step::Fill;
+        return true;
+    }
+    return Screen::click(QStringLiteral("verifyButton"));
+}
+
+/// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
+bool Driver::leavePage()
+{
+    if (Screen::find(QStringLiteral("banner"))) {
+        shoot(QStringLiteral("banner"));
+        m_step = Step::Watch;
+        return true;
+    }
+    if (!Screen::isReady(QStringLiteral("backButton")))
+        return false;
+    shoot(QStringLiteral("verification"));
+    return Screen::click(QStringLiteral("backButton"));
+}
+
+bool Driver::fill()
+{
+    if (m_options.cancel) {
+        m_step = Step::Watch;
+        return Screen::click(QStringLiteral("cancelButton"));
+    }
+    if (!Screen::isReady(payButton))
+        return false;
+    if (m_options.savedRow)
+        pickSavedCard();
+    else if (Screen::isReady(cardField) && !Screen::find(cardField)->property("readOnly").toBool())
+        enter(cardField, m_options.card);
+    enter(pinField, m_options.pin);
+    if (Screen::isReady(cvvField)) {
+        enter(cvvField, m_options.cvv2);
+        pickExpiry();
+    }
+    return true;
+}
+
+void Driver::enter(const QString &field, const QString &text)
+{
+    Screen::click(field);
+    QTest::qWait(50);
+    Screen::type(text);
+}
+
+void Driver::pickSavedCard()
+{
+    Screen::click(cardField);
+    QTest::qWait(300);
+    Screen::click(QStringLiteral("savedCardsButton"));
+    QTest::qWait(600);
+    shoot(QStringLiteral("saved-cards"));
+    for (int row = 0; row < *m_options.savedRow; ++row) {
+        Screen::press(Qt::Key_Down);
+        QTest::qWait(250);
+    }
+    shoot(QStringLiteral("saved-card"));
+    Screen::click(QStringLiteral("pickerDoneButton"));
+    QTest::qWait(300);
+}
+
+void Driver::pickExpiry()
+{
+    const QQuickItem *field = Screen::find(expiryField);
+    if (!field || m_options.expiry.isEmpty() || !field->property("text").toString().isEmpty())
+        return;
+    Screen::click(expiryField);
+    QTest::qWait(600);
+    const QStringList parts = m_options.expiry.split(QLatin1Char('/'));
+    turnTo(QStringLiteral("yearTumbler"), parts[0]);
+    turnTo(QStringLiteral("monthTumbler"), parts[1]);
+    shoot(QStringLiteral("expiry"));
+    Screen::click(QStringLiteral("pickerDoneButton"));
+    QTest::qWait(300);
+}
+
+void Driver::turnTo(const QString &tumbler, const QString &title)
+{
+    QQuickItem *wheel = Screen::find(tumbler);
+    if (!wheel)
+        return;
+    Screen::click(tumbler);
+    wheel->forceActiveFocus();
+    const auto rows = wheel->property("model").toStringList();
+    const auto target = rows.indexOf(title);
+    for (int turn = 0; target >= 0 && turn < rows.size(); ++turn) {
+        const int current = wheel->property("currentIndex").toInt();
+        if (current == target)
+            return;
+        Screen::press(current < target ? Qt::Key_Down : Qt::Key_Up);
+        QTest::qWait(250);
+    }
+}
+
+bool Driver::close()
+{
+    if (Screen::isReady(doneButton)) {
+        shoot(QStringLiteral("receipt"));
+        return Screen::click(doneButton);
+    }
+    return false;
+}
+
+void Driver::receive(const Outcome &outcome)
+{
+    if (++m_outcomes > 1)
+        return;
+    m_outcome = outcome;
+    m_step = Step::Watch;
+    m_deadline.stop();
+    // A second more, in which nothing may follow.
+    QTimer::singleShot(1s, this, &Driver::finish);
+}
+
+void Driver::finish()
+{
+    m_glance.stop();
+    shoot(m_outcomes > 0 ? QStringLiteral("outcome") : QStringLiteral("no-outcome"));
+    print(m_outcomes > 0 ? m_outcome : Outcome{{QStringLiteral("outcome"), QStringLiteral("none")}});
+    QCoreApplication::exit(m_outcomes == 0 ? 3 : m_outcomes == 1 ? 0 : 4);
+}
+
+void Driver::shoot(const QString &name)
+{
+    if (m_options.screenshots.isEmpty())
+        return;
+    const QString path =
+        QStringLiteral("%1/%2-%3.png").arg(m_options.screenshots).arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name);
+    if (!Screen::save(path))
+        qWarning("%s can't be saved: check that the folder can be written", qPrintable(path));
+}

@@ -1,0 +1,51 @@
+// The shop's window: the basket, and the outcome of the payment once there is one.
+
+import QtQuick
+import QtQuick.Controls.Basic
+import KelPay
+import Shop
+
+ApplicationWindow {
+    id: window
+
+    required property Session session
+
+    width: 420
+    height: 860
+    minimumWidth: 320
+    minimumHeight: 480
+    visible: true
+    title: "چای‌خانهٔ نارنج"
+    color: "#FBF6EC"
+    font.family: "Vazirmatn UI FD"
+
+    LayoutMirroring.enabled: true
+    LayoutMirroring.childrenInherit: true
+
+    Payment {
+        id: payment
+
+        merchantId: window.session.merchant
+        onFinished: (success, code, description, reference, merchantReference) => {
+            outcome.show(success, code, description, reference)
+            window.session.report(success, code, description, reference, merchantReference)
+        }
+    }
+
+    Basket {
+        id: basket
+
+        anchors.fill: parent
+        visible: !outcome.visible
+        onPay: amount => payment.start(window.session.msisdn, window.session.additional,
+            window.session.params || `724|${amount}|خرید از چای‌خانهٔ نارنج`)
+    }
+
+    Outcome {
+        id: outcome
+
+        anchors.fill: parent
+        visible: false
+        onBack: visible = false
+    }
+}

@@ -1,0 +1,97 @@
+// What came of the payment.
+
+import QtQuick
+import QtQuick.Controls.Basic
+import QtQuick.Layouts
+
+Item {
+    id: outcome
+
+    property bool success: false
+    property string code
+    property string description
+    property string reference
+
+    signal back()
+
+    function show(success: bool, code: string, description: string, reference: string) {
+        outcome.success = success
+        outcome.code = code
+        outcome.description = description
+        outcome.reference = reference
+        outcome.visible = true
+    }
+
+    ColumnLayout {
+        anchors.centerIn: parent
+        width: Math.min(parent.width - 48, 420)
+        spacing: 16
+
+        Rectangle {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredWidth: 88
+            Layout.preferredHeight: 88
+            radius: 44
+            color: outcome.success ? "#E4F2E1" : "#FBE4DC"
+
+            Label {
+                anchors.centerIn: parent
+                text: outcome.success ? "✓" : "!"
+                font.pixelSize: 44
+                font.weight: Font.Bold
+                color: outcome.success ? "#2F6B2A" : "#A3320B"
+            }
+        }
+        Label {
+            objectName: "shopOutcome"
+            Layout.fillWidth: true
+            text: outcome.success ? "خرید شما ثبت شد" : "پرداخت انجام نشد"
+            font.pixelSize: 22
+            font.weight: Font.Bold
+            color: "#3B2A1A"
+            horizontalAlignment: Text.AlignHCenter
+        }
+        Label {
+            Layout.fillWidth: true
+            text: outcome.success ? "سفارش امروز برایتان فرستاده می‌شود." : outcome.description
+            font.pixelSize: 15
+            color: "#7A6650"
+            wrapMode: Text.Wrap
+            horizontalAlignment: Text.AlignHCenter
+        }
+        Label {
+            Layout.fillWidth: true
+            text: outcome.success ? "شمارهٔ پیگیری: " + outcome.reference : "کد: " + outcome.code
+            font.pixelSize: 14
+            color: "#7A6650"
+            horizontalAlignment: Text.AlignHCenter
+        }
+        Button {
+            id: backButton
+
+            objectName: "shopBackButton"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 12
+            leftPadding: 28
+            rightPadding: 28
+            implicitHeight: 48
+            text: "بازگشت به سبد خرید"
+            font.pixelSize: 15
+            onClicked: outcome.back()
+
+            contentItem: Label {
+                text: backButton.text
+                font: backButton.font
+                color: "#C2410C"
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+            }
+            background: Rectangle {
+                radius: 14
+                color: backButton.down ? "#F5ECDB" : "transparent"
+                border.color: "#C2410C"
+                border.width: backButton.visualFocus ? 3 : 1
+            }
+        }
+    }
+}

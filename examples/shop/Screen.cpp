@@ -1,0 +1,112 @@
+#include "Screen.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QImage>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+#include <QWheelEvent>
+
+namespace {
+
+bool canBeSeen(const QQuickItem *item)
+{
+    if (!item->isVisible())
+        return false;
+    for (const QQuickItem *at = item; at; at = at->parentItem()) {
+        if (at->opacity() < 0.1)
+            return false;
+    }
+    return true;
+}
+
+QQuickItem *findBelow(QQuickItem *parent, const QString &name)
+{
+    // Later children lie on top, and what lies on top is what a person sees.
+    const QList<QQuickItem *> children = parent->childItems();
+    for (auto child = children.rbegin(); child != children.rend(); ++child) {
+        if (QQuickItem *found = findBelow(*child, name))
+            return found;
+    }
+    return parent->objectName() == name && canBeSeen(parent) ? parent : nullptr;
+}
+
+} // namespace
+
+QQuickItem *Screen::find(const QString &name)
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    for (QWindow *window : windows) {
+        auto *quick = qobject_cast<QQuickWindow *>(window);
+        if (!quick || !quick->isVisible())
+            continue;
+        if (QQuickItem *item = findBelow(quick->contentItem(), name))
+            return item;
+    }
+    return nullptr;
+}
+
+bool Screen::isReady(const QString &name)
+{
+    const QQuickItem *item = find(name);
+    return item && item->isEnabled() && item->width() > 0;
+}
+
+void Screen::scrollIntoView(QQuickItem *item)
+{
+    QQuickItem *flickable = item->parentItem();
+    while (flickable && !flickable->inherits("QQuickFlickable"))
+        flickable = flickable->parentItem();
+    for (int step = 0; flickable && step < 40; ++step) {
+        const QPointF centre = item->mapToItem(flickable, QPointF(item->width() / 2, item->height() / 2));
+        if (centre.y() > 8 && centre.y() < flickable->height() - 8)
+            return;
+        const QPointF at = flickable->mapToScene(QPointF(flickable->width() / 2, flickable->height() / 2));
+        const QPoint turn(0, centre.y() > 8 ? -60 : 60);
+        QWheelEvent wheel(at, flickable->window()->mapToGlobal(at), turn, turn, Qt::NoButton, Qt::NoModifier,
+                          Qt::NoScrollPhase, false);
+        QCoreApplication::sendEvent(flickable->window(), &wheel);
+        QTest::qWait(20);
+    }
+}
+
+bool Screen::click(const QString &name)
+{
+    QQuickItem *item = find(name);
+    if (!item)
+        return false;
+    scrollIntoView(item);
+    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    return true;
+}
+
+void Screen::type(const QString &text)
+{
+    for (const QChar character : text)
+        QTest::sendKeyEvent(QTest::Click, window(), Qt::Key(character.unicode()), character, Qt::NoModifier);
+}
+
+void Screen::press(Qt::Key key)
+{
+    QTest::keyClick(window(), key);
+}
+
+QQuickWindow *Screen::window()
+{
+    if (auto *focused = qobject_cast<QQuickWindow *>(QGuiApplication::focusWindow()))
+        return focused;
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    for (QWindow *window : windows) {
+        if (auto *quick = qobject_cast<QQuickWindow *>(window); quick && quick->isVisible())
+            return quick;
+    }
+    return nullptr;
+}
+
+bool Screen::save(const QString &path)
+{
+    QQuickWindow *shown = window();
+    return shown && shown->grabWindow().save(path);
+}

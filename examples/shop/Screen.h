@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <Qt>
+
+class QQuickItem;
+class QQuickWindow;
+
+/// Eyes and hands of the driver: finds items by name in any window of the application, and touches them with the events
+/// that a mouse and a keyboard make.
+class Screen
+{
+public:
+    /// The item named `name` that a person can see; null when there is none.
+    static QQuickItem *find(const QString &name);
+    /// True when it can be seen and used.
+    static bool isReady(const QString &name);
+
+    /// Clicks the item's centre, after scrolling it into view. False when it can't be seen.
+    static bool click(const QString &name);
+    static void type(const QString &text);
+    static void press(Qt::Key key);
+
+    /// Saves what the window shows as `path`.
+    static bool save(const QString &path);
+
+private:
+    static QQuickWindow *window();
+    static void scrollIntoView(QQuickItem *item);
+};

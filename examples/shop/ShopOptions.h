@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+/// The command line of kelpay-shop, with a working default for everything.
+struct ShopOptions
+{
+    QString merchant = QStringLiteral("1001");
+    QString msisdn = QStringLiteral("09120000000");
+    QString additional = QStringLiteral("سفارش ۱۷");
+    std::optional<QString> params; ///< The basket's, when absent.
+    int timeoutSeconds = 60;
+    QString bid;
+    bool ziaprod = false;
+
+    bool automatic = false;
+    QString card = QStringLiteral("6037991234567893");
+    QString pin = QStringLiteral("12345");
+    QString cvv2 = QStringLiteral("123");
+    QString expiry = QStringLiteral("05/09");
+    std::optional<int> savedRow; ///< A row of the saved-card picker, whose heading is row 0.
+    bool wallet = false;
+    bool cancel = false;
+    bool verify = false;
+    bool idle = false;
+    QString screenshots;
+
+    bool simulator = false;
+    double clockRate = 1;
+
+    std::optional<QString> list; ///< "internet" or "charge": a list query instead of the shop.
+
+    /// Reads the arguments. On bad usage the result is empty and `error` says what is wrong; on --help the result is
+    /// empty and `error` too, and the help has been printed.
+    static std::optional<ShopOptions> parse(const QStringList &arguments, QString &error);
+};

@@ -1,0 +1,104 @@
+#include "Driver.h"
+#include "Session.h"
+#include "ShopOptions.h"
+
+#include <KelPay/KelPayCore.h>
+#ifdef KELPAY_SHOP_SANDBOX
+#include <KelPay/KelPaySandbox.h>
+#endif
+#ifdef KELPAY_SHOP_WEBVIEW
+#include <QtWebView>
+#endif
+
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QQmlApplicationEngine>
+#include <QTextStream>
+#include <QTimer>
+
+namespace {
+
+void identify()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("kelpay-shop"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("example.org"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(KELPAY_SHOP_VERSION));
+}
+
+/// A list query needs no screen: it runs under a console application, also where no display is.
+int printList(int &argc, char **argv, const QString &list)
+{
+    const QCoreApplication application(argc, argv);
+    identify();
+    const auto print = [](bool ok, const QVariant &items) {
+        const QJsonObject line{{QStringLiteral("ok"), ok}, {QStringLiteral("list"), QJsonValue::fromVariant(items)}};
+        QTextStream(stdout) << QJsonDocument(line).toJson(QJsonDocument::Compact) << Qt::endl;
+    };
+    auto &core = kelpay::KelPayCore::sharedInstance();
+    if (list == QStringLiteral("internet"))
+        core.getInternetListWithCompletion(print);
+    else
+        core.getChargeListWithCompletion(print);
+    return 0;
+}
+
+void apply(const ShopOptions &options)
+{
+    auto &core = kelpay::KelPayCore::sharedInstance();
+    core.setBid(options.bid);
+    core.setZiaprod(options.ziaprod);
+#ifdef KELPAY_SHOP_SANDBOX
+    kelpay::sandbox::setSimulator(options.simulator);
+    kelpay::sandbox::setClockRate(options.clockRate);
+#endif
+}
+
+int runShop(const ShopOptions &options)
+{
+    apply(options);
+    Session session;
+    session.merchant = options.merchant;
+    session.msisdn = options.msisdn;
+    session.additional = options.additional;
+    session.params = options.params.value_or(QString());
+
+    QQmlApplicationEngine engine;
+    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    engine.setInitialProperties({{QStringLiteral("session"), QVariant::fromValue(&session)}});
+    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Shop/Main.qml")));
+    if (engine.rootObjects().isEmpty())
+        return 1;
+
+    Driver driver(options, &session);
+    if (options.automatic)
+        QTimer::singleShot(0, &driver, &Driver::start);
+    return QGuiApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QStringList arguments;
+    for (int index = 0; index < argc; ++index)
+        arguments << QString::fromLocal8Bit(argv[index]);
+    QString error;
+    const auto options = ShopOptions::parse(arguments, error);
+    if (!options) {
+        if (error.isEmpty())
+            return 0;
+        QTextStream(stderr) << "kelpay-shop: " << error << "; see kelpay-shop --help" << Qt::endl;
+        return 2;
+    }
+    if (options->list)
+        return printList(argc, argv, *options->list);
+
+#ifdef KELPAY_SHOP_WEBVIEW
+    QtWebView::initialize();
+#endif
+    QGuiApplication application(argc, argv);
+    identify();
+    return runShop(*options);
+}

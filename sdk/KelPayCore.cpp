@@ -1,0 +1,181 @@
+#include "KelPay/KelPayCore.h"
+
+#include "device/HostProfile.h"
+#include "device/IntegrityCheck.h"
+#include "platform/Bundle.h"
+#include "platform/Deployment.h"
+#include "platform/Dispatch.h"
+#include "platform/Log.h"
+#include "platform/UrlSession.h"
+#include "protocol/CoreNetworking.h"
+#include "security/CoreKeychain.h"
+#include "ui/components/ProgressOverlay.h"
+#include "ui/components/Storyboard.h"
+#include "ui/components/ViewController.h"
+#include "ui/payment/ViewUtils.h"
+
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace kelpay {
+
+namespace {
+
+bool hasScreen()
+{
+    return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
+}
+
+void presentPaymentScreen()
+{
+    ProgressOverlay::dismiss();
+    auto payment = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+    if (payment)
+        ViewUtils::topMostViewController()->present(std::move(payment), true);
+}
+
+void fetchList(const QString &path, const KelPayCore::ListCallback &completion)
+{
+    const UrlResult result = UrlSession::contents(Deployment::serviceUrl(path));
+    const auto *response = std::get_if<UrlResponse>(&result);
+    if (const auto *error = std::get_if<TransportError>(&result))
+        qCWarning(logNetwork, "the list %s can't be fetched: %s", qUtf8Printable(path),
+                  qUtf8Printable(error->localizedDescription));
+    if (!completion)
+        return;
+    if (!response || response->body.isEmpty() || !response->body.isValidUtf8()) {
+        completion(false, QVariantMap());
+        return;
+    }
+    const QJsonDocument document = QJsonDocument::fromJson(response->body);
+    completion(true, document.isNull() ? QVariant() : document.toVariant());
+}
+
+} // namespace
+
+KelPayCore::KelPayCore() : KelPayCore(std::make_shared<HostProfile>()) {}
+
+KelPayCore::KelPayCore(std::shared_ptr<HostProfile> profile) : m_profile(std::move(profile)) {}
+
+KelPayCore::~KelPayCore() = default;
+
+KelPayCore &KelPayCore::sharedInstance()
+{
+    // The screens know the profile, not this class; it lives for the process, so nobody owns it.
+    static KelPayCore instance(std::shared_ptr<HostProfile>(&HostProfile::shared(), [](HostProfile *) {}));
+    return instance;
+}
+
+std::unique_ptr<KelPayCore> KelPayCore::initWithMerchantID(const QString &merchantID)
+{
+    if (!CoreKeychain().setString(merchantID, QStringLiteral("mid")))
+        qCWarning(logStore, "the merchant identifier can't be stored, payments can't start: see the line above");
+    return std::make_unique<KelPayCore>();
+}
+
+void KelPayCore::clearKeys()
+{
+    for (const auto *entry : {"username", "panid", "exp", "password", "cvv2"})
+        CoreKeychain(QStringLiteral("kehlpehy")).deleteEntry(QString::fromLatin1(entry));
+}
+
+void KelPayCore::loadFontWithName(const QString &name)
+{
+    if (!hasScreen())
+        return;
+    if (const auto font = Bundle::sdk().dataForResource(name, QStringLiteral("ttf")))
+        QFontDatabase::addApplicationFontFromData(font->toByteArray());
+}
+
+void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &additionalData,
+                                        const QString &paymentParams, StatusCallback completion)
+{
+    if (!hasScreen()) {
+        programmingError(QStringLiteral("a payment needs screens: create a QGuiApplication before starting one"));
+        return;
+    }
+    ProgressOverlay::show();
+    if (IntegrityCheck::isSimulator()) {
+        qCWarning(logDevice, "payments don't start on a simulated device");
+        return;
+    }
+    if (completion)
+        m_profile->setPaymentStatusBlock(std::move(completion));
+
+    const QString input = QStringList{msisdn, additionalData, paymentParams}.join(QLatin1StringView("||"));
+    Dispatch::global(Dispatch::Priority::High, [input, profile = m_profile] {
+        CoreNetworking::create()->sendTokenRequest(input,
+                                                   [profile](bool ok, const QString &message, const QString &code) {
+                                                       if (ok) {
+                                                           Dispatch::main(presentPaymentScreen);
+                                                           return;
+                                                       }
+                                                       Dispatch::main([] { ProgressOverlay::dismiss(); });
+                                                       profile->reportStatus(false, code, message);
+                                                   });
+    });
+}
+
+void KelPayCore::getInternetListWithCompletion(const ListCallback &completion)
+{
+    fetchList(QStringLiteral("/3/Internet/get"), completion);
+}
+
+void KelPayCore::getChargeListWithCompletion(const ListCallback &completion)
+{
+    fetchList(QStringLiteral("/3/Charge/get"), completion);
+}
+
+bool KelPayCore::ziaprod() const
+{
+    return m_profile->ziaprod();
+}
+
+void KelPayCore::setZiaprod(bool ziaprod)
+{
+    m_profile->setZiaprod(ziaprod);
+}
+
+QString KelPayCore::bid() const
+{
+    return m_profile->bid();
+}
+
+void KelPayCore::setBid(const QString &bid)
+{
+    m_profile->setBid(bid);
+}
+
+QString KelPayCore::log() const
+{
+    return m_profile->log();
+}
+
+void KelPayCore::setLog(const QString &log)
+{
+    m_profile->setLog(log);
+}
+
+KelPayCore::StatusCallback KelPayCore::paymentStatusBlock() const
+{
+    return m_profile->paymentStatusBlock();
+}
+
+void KelPayCore::setPaymentStatusBlock(StatusCallback block)
+{
+    m_profile->setPaymentStatusBlock(std::move(block));
+}
+
+KelPayCore::Block KelPayCore::responseBlock() const
+{
+    return m_profile->responseBlock();
+}
+
+void KelPayCore::setResponseBlock(Block block)
+{
+    m_profile->setResponseBlock(std::move(block));
+}
+
+} // namespace kelpay
