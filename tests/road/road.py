@@ -1,0 +1,447 @@
+#!/usr/bin/env python3
+"""Payments end to end: kelpay-shop, driven with real input, against kelpay-sandbox over HTTPS.
+
+    road.py --bin FOLDER --identity FOLDER --host 127.0.0.x [GROUP ...]
+
+Each run of the shop has a state folder of its own. What the service saw is read from its journal, which masks card data.
+"""
+
+import argparse
+import json
+import os
+import re
+import stat
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from pathlib import Path
+
+OPTIONS = None
+
+CANCELLED = ("2525342", "کاربر از انجام تراکنش منصرف شد")
+EXPIRED = ("2525343", "مدت زمان تراکنش به پایان رسید")
+INVALID_MERCHANT = ("2525344", "پذیرنده نامعتبر")
+SERVER_ERROR = ("2525345", "خطا در ارتباط با سرور")
+NONE = {"outcome": "none"}
+KEYS = ["success", "code", "description", "reference", "merchantReference"]
+
+
+def card(scenario=0, issuer="603799"):
+    """A card number that passes the check digit and asks the sandbox for a scenario."""
+    digits = f"{issuer}000000{scenario:03}"
+    total = 0
+    for index, digit in enumerate(digits):
+        doubled = int(digit) * (2 if index % 2 == 0 else 1)
+        total += doubled - 9 if doubled > 9 else doubled
+    return digits + str(-total % 10)
+
+
+def mobile(scenario=0):
+    return f"0912000{scenario:04}"
+
+
+def failure(code, description):
+    return dict(zip(KEYS, [False, code, description, "", ""]))
+
+
+class Run:
+    """One run of the shop: exit code, what it printed, and what the service saw meanwhile."""
+
+    def __init__(self, code, output, log, journal):
+        self.code = code
+        self.lines = output.splitlines()
+        self.outcome = json.loads(self.lines[0]) if self.lines else None
+        self.log = log
+        self.journal = journal
+
+    def exchanges(self, kind):
+        return [entry for entry in self.journal if entry["kind"] == kind]
+
+    def detail(self):
+        """The nine fields of the one payment, as the journal masks them."""
+        (payment,) = self.exchanges("payment")
+        return payment["request"]["ap"]["r"].split("|")
+
+
+class Road(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory(prefix="kelpay-road-")
+        cls.journal_path = Path(cls.folder.name, "journal")
+        cls.service = subprocess.Popen(
+            [f"{OPTIONS.bin}/kelpay-sandbox", "--host", OPTIONS.host, "--identity", OPTIONS.identity, "--journal",
+             str(cls.journal_path), "--exit-after", "380", "--die-with-parent"], stdout=subprocess.PIPE, text=True)
+        line = cls.service.stdout.readline()
+        assert "listens on" in line, "the sandbox did not start"
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.service.terminate()
+        cls.service.wait(10)
+        cls.service.stdout.close()
+        cls.folder.cleanup()
+
+    def state(self):
+        return tempfile.mkdtemp(dir=self.folder.name)
+
+    def journal(self):
+        text = self.journal_path.read_text() if self.journal_path.exists() else ""
+        return [json.loads(line) for line in text.splitlines()]
+
+    def shop(self, *arguments, state=None, host=None, display=True, **environment):
+        before = len(self.journal())
+        env = {key: value for key, value in os.environ.items()
+               if key not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "LC_ALL", "LANG", "LANGUAGE")}
+        env |= {"XDG_DATA_HOME": state or self.state(), "KELPAY_SERVICE_HOST": host or OPTIONS.host,
+                "KELPAY_IP_ECHO": f"https://{OPTIONS.host}:1443/", "LANG": "C.UTF-8",
+                "QTWEBENGINE_DISABLE_SANDBOX": "1", "ASAN_OPTIONS": "detect_leaks=0"}
+        if display:
+            env |= {"QT_QPA_PLATFORM": "offscreen", "QT_QUICK_BACKEND": "software"}
+        env |= environment
+        done = subprocess.run([f"{OPTIONS.bin}/kelpay-shop", *arguments], env=env, capture_output=True, text=True,
+                              timeout=180)
+        self.assert_nothing_secret(done.stdout + done.stderr, arguments)
+        return Run(done.returncode, done.stdout, done.stderr, self.journal()[before:])
+
+    def pay(self, *arguments, **keywords):
+        return self.shop("--auto", *arguments, **keywords)
+
+    def assert_nothing_secret(self, output, arguments):
+        for option, value in zip(arguments, arguments[1:]):
+            if option == "--card":
+                self.assertNotIn(value, output)
+        self.assertNotIn(card(), output)
+
+    def assert_outcome(self, run, expected):
+        self.assertEqual(run.lines and len(run.lines), 1, run.log)
+        self.assertEqual(list(run.outcome), list(expected), run.log)
+        self.assertEqual(run.outcome, expected, run.log)
+        self.assertEqual(run.code, 3 if expected == NONE else 0, run.log)
+
+    def assert_success(self, run):
+        self.assertEqual(run.code, 0, run.log)
+        self.assertEqual(len(run.lines), 1, run.log)
+        self.assertEqual(list(run.outcome), KEYS)
+        self.assertEqual((run.outcome["success"], run.outcome["code"], run.outcome["description"]),
+                         (True, "1", "Successful"), run.log)
+        self.assertRegex(run.outcome["reference"], r"^\d{12}$")
+        self.assertRegex(run.outcome["merchantReference"], r"^\d{10}$")
+
+
+class Outcomes(Road):
+    """Every row of the outcome table, and the two silences."""
+
+    def test_success_with_a_picture_of_every_screen(self):
+        pictures = Path(self.folder.name, "pictures")
+        self.assert_success(self.pay("--screenshots", str(pictures)))
+        names = sorted(path.name for path in pictures.iterdir())
+        self.assertEqual([name[3:] for name in names],
+                         ["shop.png", "payment.png", "payment-filled.png", "receipt.png", "outcome.png"])
+        for path in pictures.iterdir():
+            self.assertGreater(path.stat().st_size, 8000, f"{path.name} looks empty")
+
+    def test_failures(self):
+        table = [
+            ("declined by the service", ["--card", card(51)], ("51", "موجودی حساب کافی نیست")),
+            ("token refused", ["--msisdn", mobile(410)], ("410", "پذیرنده ناشناخته است")),
+            ("cancelled", ["--cancel"], CANCELLED),
+            ("time over", ["--idle", "--clock-rate", "250"], EXPIRED),
+            ("no verification link", ["--msisdn", mobile(110), "--verify"], INVALID_MERCHANT),
+            ("token answered with HTTP 500", ["--msisdn", mobile(500)], SERVER_ERROR),
+        ]
+        for name, arguments, outcome in table:
+            with self.subTest(name):
+                self.assert_outcome(self.pay(*arguments), failure(*outcome))
+
+    def test_silences(self):
+        run = self.pay("--simulator", "--timeout", "4")
+        self.assert_outcome(run, NONE)
+        self.assertEqual(run.journal, [])
+        run = self.pay("--msisdn", mobile(522), "--timeout", "5")
+        self.assert_outcome(run, NONE)
+        self.assertEqual(len(run.exchanges("token")), 1)
+        self.assertIn("URLSession Task Failed:", run.log)
+
+    def test_kept_payment_screen(self):
+        """For one merchant the payment screen stays after the receipt, for its neighbour it goes."""
+        for merchant, kept in [("3086", True), ("3085", False)]:
+            with self.subTest(merchant):
+                pictures = Path(self.state())
+                self.assert_success(self.pay("--merchant", merchant, "--screenshots", str(pictures)))
+                payment, outcome = ((pictures / name).stat().st_size for name in ("02-payment.png", "05-outcome.png"))
+                self.assertEqual(outcome > 0.7 * payment, kept)
+
+
+class Request(Road):
+    """What travels."""
+
+    def test_both_exchanges(self):
+        run = self.pay("--merchant", "1001", "--additional", "سفارش \"۷\" / \\", "--params", "724|1250000|کتاب")
+        self.assert_success(run)
+        for kind, m, pc, ad in [("token", 100, 100003, "سفارش \"۷\" / \\"), ("payment", 200, 200000, "NA")]:
+            (entry,) = run.exchanges(kind)
+            request = entry["request"]
+            self.assertEqual(entry["status"], 200, entry)
+            self.assertEqual(sorted(request), sorted("vi ar m ct ti cs dd ai di ap pc ad pn mi fp".split()))
+            self.assertEqual((request["m"], request["pc"], request["ad"]), (m, pc, {"r": ad}))
+            self.assertEqual((request["vi"], request["mi"]), ("100;100", "1001"))
+            self.assertEqual(request["ar"], f"{mobile()};127.0.0.1;")
+            self.assertEqual((request["cs"], request["pn"]), ("org.example.kelpay-shop",) * 2)
+            self.assertRegex(request["di"], r"^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")
+            self.assertEqual(request["di"], request["fp"])
+            self.assertRegex(request["ct"], r"^\d{4}-\d\d-\d\d (0[1-9]|1[0-2]):\d\d:\d\d$")
+            self.assertTrue(100 <= request["ti"] <= 800)
+            self.assertRegex(request["dd"], r"^APPL\|.+\|.+\|.+\|.+$")
+            self.assertEqual(sorted(request["ap"]), ["r", "v"])
+            self.assertIsInstance(request["ap"]["v"], str)
+            self.assertEqual(entry["envelope"]["longestLine"], 76)
+        token, payment = run.exchanges("token")[0]["request"], run.exchanges("payment")[0]["request"]
+        self.assertEqual(token["ap"]["r"], "724|1250000|کتاب")
+        self.assertEqual(token["ai"], "0")
+        self.assertRegex(payment["ai"], r"^\d{4}$")
+        self.assertEqual(token["ti"], payment["ti"])
+        self.assertEqual(len(payment["ap"]["r"].split("|")), 9)
+
+    def test_trace_goes_up_by_one(self):
+        state = self.state()
+        traces = []
+        for _ in range(3):
+            run = self.shop("--cancel", state=state)
+            traces.append(run.exchanges("token")[0]["request"]["ti"])
+        self.assertEqual(traces, list(range(traces[0], traces[0] + 3)))
+        for path in Path(state).rglob("*"):
+            mode = stat.S_IMODE(path.stat().st_mode)
+            if "kelpay" in path.name or path.parent.name == "kelpay":
+                self.assertFalse(mode & 0o077 and path.parent.name == "kelpay", f"{path} is {mode:o}")
+
+    def test_application_identifier(self):
+        table = [
+            (["--merchant", "3088"], "ir.kel.tobrel"),
+            (["--merchant", "319", "--ziaprod"], "ir.kel.tobrel"),
+            (["--merchant", "3089"], "org.example.kelpay-shop"),
+            (["--ziaprod"], "com.dorinepay.724"),
+            (["--bid", "x", "--ziaprod"], ""),
+        ]
+        for arguments, identifier in table:
+            with self.subTest(arguments):
+                (token,) = self.shop("--cancel", *arguments).exchanges("token")
+                self.assertEqual((token["request"]["cs"], token["request"]["pn"]), (identifier, identifier))
+
+    def test_locale_changes_only_the_time_and_the_model(self):
+        state = self.state()
+        requests = []
+        for locale in ("C", "fa_IR.UTF-8"):
+            (token,) = self.shop("--cancel", state=state, LANG=locale, LC_ALL=locale).exchanges("token")
+            request = token["request"]
+            requests.append({key: value for key, value in request.items() if key not in ("ct", "ti")})
+            requests[-1]["dd"] = request["dd"].rsplit("|", 1)[0]
+        self.assertEqual(*requests)
+
+    def test_shifted_fields(self):
+        (token,) = self.shop("--cancel", "--additional", "a||b|c").exchanges("token")
+        self.assertEqual((token["request"]["ad"]["r"], token["request"]["ap"]["r"]), ("a", "b|c"))
+
+
+class Forms(Road):
+    """What the payment screen sends for each form, read from the nine fields."""
+
+    def test_forms(self):
+        full = ["--cvv2", "1234", "--expiry", "03/11"]
+        table = [
+            ("PIN only", [], ["724", None, "603799******", "len:5", "5", "NA", "NA", None, "T"]),
+            ("full form by terminal", ["--msisdn", mobile(106), *full],
+             ["724", None, "603799******", "len:5", "59", "len:4", "len:4", None, "I"]),
+            ("full form by rule", ["--card", card(0, "636214"), *full],
+             ["724", None, "636214******", "len:5", "59", "len:4", "len:4", None, "I"]),
+            ("PIN only by rule", ["--card", card(0, "505416")],
+             ["724", None, "505416******", "len:5", "5", "NA", "NA", None, "T"]),
+            ("above the limit", ["--params", "724|2000001|x", *full],
+             ["724", None, "603799******", "len:5", "59", "len:4", "len:4", None, "I"]),
+            ("saved card", ["--msisdn", mobile(101), "--saved", "1"],
+             ["724", None, "70010001", "len:5", "5", "NA", "NA", None, "T"]),
+            ("fixed default card", ["--msisdn", mobile(105)],
+             ["724", None, "70010001", "len:5", "5", "NA", "NA", None, "T"]),
+            ("wallet", ["--msisdn", mobile(107), "--wallet"], ["724", None, "NA", "NA", "99", "NA", "NA", None, "T"]),
+            ("wallet without the first terminal", ["--msisdn", mobile(109), "--wallet"],
+             ["724", None, "NA", "NA", "99", "NA", "NA", None, "I"]),
+            ("wallet declined", ["--msisdn", mobile(107)],
+             ["724", None, "603799******", "len:5", "5", "NA", "NA", None, "T"]),
+        ]
+        for name, arguments, fields in table:
+            with self.subTest(name):
+                run = self.pay(*arguments)
+                self.assert_success(run)
+                for sent, expected in zip(run.detail(), fields, strict=True):
+                    self.assertTrue(expected is None or sent == expected or
+                                    (len(expected) in (1, 12) and sent.startswith(expected)), run.detail())
+
+    def test_a_card_that_may_not_pay_shows_the_banner_and_keeps_the_form(self):
+        run = self.pay("--card", card(0, "606373"))
+        self.assertEqual(run.detail()[4], "5")
+
+    def test_inputs_that_fail_the_check_send_nothing(self):
+        for arguments in (["--pin", "1234"], ["--card", "60379912345678"], ["--saved", "0", "--msisdn", mobile(101)]):
+            with self.subTest(arguments):
+                run = self.pay(*arguments, "--timeout", "12")
+                self.assert_outcome(run, NONE)
+                self.assertEqual(run.exchanges("payment"), [])
+
+    def test_verification_page_and_back(self):
+        self.assert_success(self.pay("--verify"))
+
+
+class TokenFaults(Road):
+    def test_reported_as_a_server_error(self):
+        for scenario in (501, 502, 503):
+            with self.subTest(scenario):
+                run = self.pay("--msisdn", mobile(scenario))
+                self.assert_outcome(run, failure(*SERVER_ERROR))
+                self.assertEqual(len(run.exchanges("token")), 1)
+                self.assertEqual(run.exchanges("redirected"), [])
+
+    def test_not_reported_and_sent_once(self):
+        for scenario in (520, 521, 523, 526):
+            with self.subTest(scenario):
+                run = self.pay("--msisdn", mobile(scenario), "--timeout", "6")
+                self.assertEqual(len(run.exchanges("token")), 1)
+                if scenario != 521:  # without a length a cut body reads as a whole one that can't be opened
+                    self.assert_outcome(run, NONE)
+
+    def test_codes_as_the_service_sends_them(self):
+        table = [(201, "51", "موجودی حساب کافی نیست"), (202, "96", "")]
+        for scenario, code, description in table:
+            with self.subTest(scenario):
+                self.assert_outcome(self.pay("--msisdn", mobile(scenario)), failure(code, description))
+
+    def test_an_answer_that_cannot_be_opened_counts_as_code_0(self):
+        for scenario in (510, 511, 512, 513, 514, 515, 116):
+            with self.subTest(scenario):
+                run = self.shop("--cancel", "--msisdn", mobile(scenario))
+                self.assert_outcome(run, failure(*CANCELLED))
+
+    def test_a_slow_answer_is_waited_for(self):
+        self.assert_outcome(self.shop("--cancel", "--msisdn", mobile(524)), failure(*CANCELLED))
+
+
+class PaymentFaults(Road):
+    def test_not_reported_and_sent_once(self):
+        for scenario in (500, 502, 520, 522, 523):
+            with self.subTest(scenario):
+                run = self.pay("--card", card(scenario), "--timeout", "9")
+                self.assert_outcome(run, NONE)
+                self.assertEqual(len(run.exchanges("payment")), 1)
+                self.assertEqual(run.exchanges("redirected"), [])
+
+    def test_answers_that_are_no_success(self):
+        table = [(203, "0", ""), (201, "51", "موجودی حساب کافی نیست"), (202, "96", ""), (510, "0", ""), (512, "0", "")]
+        for scenario, code, description in table:
+            with self.subTest(scenario):
+                self.assert_outcome(self.pay("--card", card(scenario)), failure(code, description))
+
+    def test_odd_successes(self):
+        for scenario, reference in [(204, r"^$"), (205, r"^\d{12}$"), (206, r"^\d{12}$"), (524, r"^\d{12}$")]:
+            with self.subTest(scenario):
+                run = self.pay("--card", card(scenario))
+                self.assertEqual((run.code, run.outcome["success"], run.outcome["code"]), (0, True, "1"), run.log)
+                self.assertRegex(run.outcome["reference"], reference)
+
+
+class Deployment(Road):
+    """Deployment data missing or broken, nothing to reach, nowhere to write."""
+
+    def overlay(self, **files):
+        folder = Path(self.state())
+        for name, content in files.items():
+            (folder / name.replace("__", "-").replace("_", ".")).write_bytes(content)
+        return str(folder)
+
+    def test_a_broken_certificate_sends_no_plain_text(self):
+        run = self.pay(KELPAY_RESOURCES=self.overlay(IOSNewCert_pfx=b"broken"))
+        self.assert_outcome(run, failure(*SERVER_ERROR))
+        self.assertIn("IOSNewCert.pfx", run.log)
+        (entry,) = run.exchanges("unreadable")
+        self.assertEqual(entry["status"], 400)
+
+    def test_a_stranger_is_not_trusted(self):
+        folder = self.state()
+        subprocess.run([f"{OPTIONS.bin}/kelpay-sandbox", "--make-identity", folder], check=True)
+        anchors = Path(folder, "service-anchors.pem").read_bytes()
+        for content in (anchors, b"no certificate at all"):
+            run = self.pay("--timeout", "5", KELPAY_RESOURCES=self.overlay(service__anchors_pem=content))
+            self.assert_outcome(run, NONE)
+            self.assertEqual(run.exchanges("token"), [])
+            self.assertIn("URLSession Task Failed:", run.log)
+
+    def test_a_certificate_in_the_modern_format_works(self):
+        folder = self.state()
+        subprocess.run([f"{OPTIONS.bin}/kelpay-sandbox", "--make-identity", folder, "--modern"], check=True)
+        host = "127.0.0.19"
+        with subprocess.Popen([f"{OPTIONS.bin}/kelpay-sandbox", "--host", host, "--identity", folder, "--exit-after", "60",
+                               "--die-with-parent"], stdout=subprocess.PIPE, text=True) as service:
+            try:
+                service.stdout.readline()
+                self.assert_success(self.pay(host=host, KELPAY_RESOURCES=folder, KELPAY_IP_ECHO=f"https://{host}:1443/"))
+            finally:
+                service.terminate()
+
+    def test_an_unreachable_service_is_a_silence(self):
+        run = self.pay("--timeout", "5", host="127.0.0.250")
+        self.assert_outcome(run, NONE)
+
+    def test_an_unknown_address_shows_as_null(self):
+        run = self.pay(KELPAY_IP_ECHO="https://127.0.0.250:1443/")
+        self.assert_outcome(run, failure(*SERVER_ERROR)) if run.outcome.get("code") == SERVER_ERROR[0] else \
+            self.assert_success(run)
+        entries = run.exchanges("token") + run.exchanges("unreadable")
+        self.assertEqual(entries[0]["request"]["ar"], f"{mobile()};(null);")
+
+    def test_a_state_folder_that_cannot_be_written_names_what_to_do(self):
+        run = self.pay("--timeout", "5", state="/proc/kelpay-no-such-folder")
+        self.assertEqual(run.lines, [])
+        self.assertIn("write access", run.log)
+        self.assertIn("programming error", run.log)
+        self.assertEqual(run.exchanges("token"), [])
+
+
+class Console(Road):
+    """What works without a screen, and the command line."""
+
+    def test_lists(self):
+        for name in ("internet", "charge"):
+            run = self.shop("--list", name, display=False)
+            self.assertEqual((run.code, list(run.outcome), run.outcome["ok"]), (0, ["ok", "list"], True), run.log)
+            self.assertTrue(run.outcome["list"])
+            run = self.shop("--list", name, display=False, host="127.0.0.250")
+            self.assertEqual((run.code, run.outcome), (0, {"ok": False, "list": {}}))
+
+    def test_bad_usage(self):
+        for arguments in (["--nonsense"], ["--timeout", "soon"], ["--list", "cats"], ["--expiry", "1/2"], ["--card", "x"],
+                          ["pay"], ["--clock-rate", "0"], ["--saved", "-1"]):
+            run = self.shop(*arguments)
+            self.assertEqual((run.code, run.lines), (2, []), arguments)
+            self.assertIn("kelpay-shop: ", run.log)
+
+
+class Sanitized(Road):
+    """One pass of the road; a finding of the sanitizers fails it."""
+
+    def test_roads(self):
+        runs = [self.pay(), self.pay("--msisdn", mobile(106)), self.pay("--msisdn", mobile(101), "--saved", "1")]
+        for run in runs:
+            self.assert_success(run)
+            self.assertNotRegex(run.log, r"AddressSanitizer|runtime error:")
+        run = self.shop("--cancel", "--msisdn", mobile(510))
+        self.assert_outcome(run, failure(*CANCELLED))
+        self.assertNotRegex(run.log, r"AddressSanitizer|runtime error:")
+
+
+if __name__ == "__main__":
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--bin", required=True)
+    parser.add_argument("--identity", required=True)
+    parser.add_argument("--host", default="127.0.0.2")
+    parser.add_argument("groups", nargs="*")
+    OPTIONS = parser.parse_args()
+    unittest.main(argv=[sys.argv[0], *OPTIONS.groups], verbosity=2)
