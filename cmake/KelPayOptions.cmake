@@ -2,6 +2,7 @@
 
 option(KELPAY_SANDBOX "Pay against kelpay-sandbox with an identity made in the build folder; obeys KELPAY_* variables" OFF)
 option(KELPAY_BUILD_TESTS "Build the tests" OFF)
+option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KELPAY_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(KELPAY_WARNINGS_AS_ERRORS "Fail on a compiler warning" ${PROJECT_IS_TOP_LEVEL})

@@ -18,7 +18,10 @@ Item {
     signal pay(int amount)
 
     function grouped(amount: int): string {
-        return amount.toString().replace(/\B(?=(\d{3})+$)/g, ",")
+        let text = amount.toString()
+        for (let end = text.length - 3; end > 0; end -= 3)
+            text = text.slice(0, end) + "," + text.slice(end)
+        return text
     }
 
     ListModel {

@@ -5,35 +5,21 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QQuickItem>
 #include <QTest>
-#include <QTextStream>
 
 namespace {
 
 using namespace std::chrono_literals;
 
 const auto shopPayButton = QStringLiteral("shopPayButton");
+const auto alertButton = QStringLiteral("alertButton");
 const auto cardField = QStringLiteral("cardNumberTextField");
 const auto pinField = QStringLiteral("passwordTextField");
 const auto cvvField = QStringLiteral("cvvTwoTextField");
 const auto expiryField = QStringLiteral("expirationDateTextField");
 const auto payButton = QStringLiteral("payButton");
 const auto doneButton = QStringLiteral("doneButton");
-
-/// One line of JSON, the members in the order in which they are documented.
-void print(const Driver::Outcome &outcome)
-{
-    QStringList members;
-    for (const auto &[name, value] : outcome) {
-        QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
-        text = text.sliced(1, text.size() - 2);
-        members << QStringLiteral("\"%1\":%2").arg(name, QString::fromUtf8(text));
-    }
-    QTextStream(stdout) << QLatin1Char('{') << members.join(QLatin1Char(',')) << QLatin1Char('}') << Qt::endl;
-}
 
 } // namespace
 
@@ -59,31 +45,39 @@ void Driver::start()
     if (!m_options.screenshots.isEmpty())
         QDir().mkpath(m_options.screenshots);
     m_deadline.start(std::chrono::seconds(m_options.timeoutSeconds));
-    m_settled.start();
     m_glance.start();
 }
 
 void Driver::look()
 {
-    // A person waits for a screen to stand still; so do animations of 300 ms.
-    if (m_settled.elapsed() < 400)
-        return;
     // Input spins the event loop; a glance in the middle of a step would start it again.
     m_glance.stop();
     const Step step = m_step;
-    if (take(step)) {
-        m_settled.restart();
-        if (m_step == step)
-            m_step = static_cast<Step>(static_cast<int>(step) + 1);
-    }
+    if (take(step) && m_step == step)
+        m_step = static_cast<Step>(static_cast<int>(step) + 1);
     m_glance.start();
+}
+
+/// True once the item has stood there for a moment: a person waits for a screen to stop moving.
+bool Driver::stands(const QString &name)
+{
+    if (!Screen::isReady(name)) {
+        if (m_seen == name)
+            m_seen.clear();
+        return false;
+    }
+    if (m_seen != name) {
+        m_seen = name;
+        m_seenSince.start();
+    }
+    return m_seenSince.hasExpired(400);
 }
 
 bool Driver::take(Step step)
 {
     switch (step) {
     case Step::Buy:
-        if (!Screen::isReady(shopPayButton))
+        if (!stands(shopPayButton))
             return false;
         shoot(QStringLiteral("shop"));
         return Screen::click(shopPayButton);
@@ -108,7 +102,9 @@ bool Driver::take(Step step)
 
 bool Driver::answerWallet()
 {
-    if (Screen::isReady(QStringLiteral("alertButton"))) {
+    if (Screen::isReady(alertButton)) {
+        if (!stands(alertButton))
+            return false;
         shoot(QStringLiteral("wallet"));
         if (m_options.idle) {
             m_step = Step::Watch;
@@ -116,9 +112,9 @@ bool Driver::answerWallet()
         }
         if (m_options.wallet)
             m_step = Step::Close;
-        return Screen::click(m_options.wallet ? QStringLiteral("alertButton") : QStringLiteral("alertCancelButton"));
+        return Screen::click(m_options.wallet ? alertButton : QStringLiteral("alertCancelButton"));
     }
-    if (!Screen::isReady(cardField) && !Screen::isReady(QStringLiteral("cancelButton")))
+    if (!stands(QStringLiteral("cancelButton")))
         return false;
     shoot(QStringLiteral("payment"));
     return true;
@@ -134,7 +130,7 @@ bool Driver::verify()
         m_step = Step::Fill;
         return true;
     }
-    return Screen::click(QStringLiteral("verifyButton"));
+    return stands(QStringLiteral("verifyButton")) && Screen::click(QStringLiteral("verifyButton"));
 }
 
 /// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
@@ -145,7 +141,7 @@ bool Driver::leavePage()
         m_step = Step::Watch;
         return true;
     }
-    if (!Screen::isReady(QStringLiteral("backButton")))
+    if (!stands(QStringLiteral("backButton")))
         return false;
     shoot(QStringLiteral("verification"));
     return Screen::click(QStringLiteral("backButton"));
@@ -157,7 +153,7 @@ bool Driver::fill()
         m_step = Step::Watch;
         return Screen::click(QStringLiteral("cancelButton"));
     }
-    if (!Screen::isReady(payButton))
+    if (!stands(payButton))
         return false;
     if (m_options.savedRow)
         pickSavedCard();
@@ -190,14 +186,14 @@ void Driver::pickSavedCard()
         QTest::qWait(250);
     }
     shoot(QStringLiteral("saved-card"));
-    Screen::click(QStringLiteral("pickerDoneButton"));
+    Screen::press(Qt::Key_Return);
     QTest::qWait(300);
 }
 
 void Driver::pickExpiry()
 {
-    const QQuickItem *field = Screen::find(expiryField);
-    if (!field || m_options.expiry.isEmpty() || !field->property("text").toString().isEmpty())
+    const QQuickItem *shown = Screen::find(QStringLiteral("expirationDateText"));
+    if (m_options.expiry.isEmpty() || (shown && !shown->property("text").toString().isEmpty()))
         return;
     Screen::click(expiryField);
     QTest::qWait(600);
@@ -205,7 +201,7 @@ void Driver::pickExpiry()
     turnTo(QStringLiteral("yearTumbler"), parts[0]);
     turnTo(QStringLiteral("monthTumbler"), parts[1]);
     shoot(QStringLiteral("expiry"));
-    Screen::click(QStringLiteral("pickerDoneButton"));
+    Screen::click(QStringLiteral("expiryDoneButton"));
     QTest::qWait(300);
 }
 
@@ -229,14 +225,13 @@ void Driver::turnTo(const QString &tumbler, const QString &title)
 
 bool Driver::close()
 {
-    if (Screen::isReady(doneButton)) {
-        shoot(QStringLiteral("receipt"));
-        return Screen::click(doneButton);
-    }
-    return false;
+    if (!stands(doneButton))
+        return false;
+    shoot(QStringLiteral("receipt"));
+    return Screen::click(doneButton);
 }
 
-void Driver::receive(const Outcome &outcome)
+void Driver::receive(const JsonLine &outcome)
 {
     if (++m_outcomes > 1)
         return;
@@ -251,7 +246,7 @@ void Driver::finish()
 {
     m_glance.stop();
     shoot(m_outcomes > 0 ? QStringLiteral("outcome") : QStringLiteral("no-outcome"));
-    print(m_outcomes > 0 ? m_outcome : Outcome{{QStringLiteral("outcome"), QStringLiteral("none")}});
+    printLine(m_outcomes > 0 ? m_outcome : JsonLine{{QStringLiteral("outcome"), QStringLiteral("none")}});
     QCoreApplication::exit(m_outcomes == 0 ? 3 : m_outcomes == 1 ? 0 : 4);
 }
 

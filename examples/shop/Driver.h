@@ -1,14 +1,11 @@
 #pragma once
 
+#include "JsonLine.h"
 #include "ShopOptions.h"
 
 #include <QElapsedTimer>
-#include <QJsonValue>
-#include <QList>
 #include <QObject>
 #include <QTimer>
-
-#include <utility>
 
 class Session;
 
@@ -19,9 +16,6 @@ class Driver : public QObject
     Q_OBJECT
 
 public:
-    /// Names and values of the line that is printed.
-    using Outcome = QList<std::pair<QString, QJsonValue>>;
-
     Driver(const ShopOptions &options, Session *session, QObject *parent = nullptr);
 
     void start();
@@ -31,6 +25,7 @@ private:
     enum class Step { Buy, AnswerWallet, Verify, LeavePage, Fill, Pay, Close, Watch };
 
     void look();
+    bool stands(const QString &name);
     bool take(Step step);
     bool answerWallet();
     bool verify();
@@ -41,7 +36,7 @@ private:
     void turnTo(const QString &tumbler, const QString &title);
     void enter(const QString &field, const QString &text);
     bool close();
-    void receive(const Outcome &outcome);
+    void receive(const JsonLine &outcome);
     void finish();
     void shoot(const QString &name);
 
@@ -49,8 +44,9 @@ private:
     Step m_step = Step::Buy;
     QTimer m_glance;
     QTimer m_deadline;
-    QElapsedTimer m_settled;
-    Outcome m_outcome;
+    QString m_seen;
+    QElapsedTimer m_seenSince;
+    JsonLine m_outcome;
     int m_outcomes = 0;
     int m_pictures = 0;
 };

@@ -1,4 +1,5 @@
 #include "Driver.h"
+#include "JsonLine.h"
 #include "Session.h"
 #include "ShopOptions.h"
 
@@ -11,9 +12,6 @@
 #endif
 
 #include <QGuiApplication>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QJsonValue>
 #include <QQmlApplicationEngine>
 #include <QTextStream>
 #include <QTimer>
@@ -33,8 +31,7 @@ int printList(int &argc, char **argv, const QString &list)
     const QCoreApplication application(argc, argv);
     identify();
     const auto print = [](bool ok, const QVariant &items) {
-        const QJsonObject line{{QStringLiteral("ok"), ok}, {QStringLiteral("list"), QJsonValue::fromVariant(items)}};
-        QTextStream(stdout) << QJsonDocument(line).toJson(QJsonDocument::Compact) << Qt::endl;
+        printLine({{QStringLiteral("ok"), ok}, {QStringLiteral("list"), QJsonValue::fromVariant(items)}});
     };
     auto &core = kelpay::KelPayCore::sharedInstance();
     if (list == QStringLiteral("internet"))

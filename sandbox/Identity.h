@@ -1,0 +1,47 @@
+#pragma once
+
+#include "OpenSsl.h"
+
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+namespace kelpay::sandbox {
+
+/// How the client's PKCS#12 file is protected: as desktop keychains export it (RC2-40 certificates, Triple DES key,
+/// SHA-1 MAC), or with AES-256, PBKDF2 and SHA-256.
+enum class PfxFormat { Legacy, Modern };
+
+/// The folder that holds both ends' keys and certificates.
+class Identity
+{
+public:
+    static inline const QString clientPfx = QStringLiteral("IOSNewCert.pfx");
+    static inline const QString envelopeKeyFile = QStringLiteral("envelope.key");
+    static inline const QString tlsCertificateFile = QStringLiteral("tls.crt");
+    static inline const QString tlsKeyFile = QStringLiteral("tls.key");
+    static inline const QString anchorsFile = QStringLiteral("service-anchors.pem");
+    static constexpr const char *pfxPassword = "qwpLumaXYT@#781";
+
+    /// The identity in `folder` when it is whole: every file there, keys and certificates belong together, and none
+    /// expires within a month. Otherwise std::nullopt, and `problem` says what is wrong.
+    static std::optional<Identity> load(const QString &folder, QString &problem);
+
+    /// Opens envelopes: the key whose public half the client's certificate carries.
+    EVP_PKEY *envelopeKey() const { return m_envelopeKey.get(); }
+    X509 *tlsCertificate() const { return m_tlsCertificate.get(); }
+    EVP_PKEY *tlsKey() const { return m_tlsKey.get(); }
+    PfxFormat pfxFormat() const { return m_pfxFormat; }
+
+private:
+    bool loadClient(const QString &folder, QString &problem);
+    bool loadService(const QString &folder, QString &problem);
+
+    std::shared_ptr<EVP_PKEY> m_envelopeKey;
+    std::shared_ptr<X509> m_tlsCertificate;
+    std::shared_ptr<EVP_PKEY> m_tlsKey;
+    PfxFormat m_pfxFormat = PfxFormat::Legacy;
+};
+
+} // namespace kelpay::sandbox

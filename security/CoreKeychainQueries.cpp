@@ -1,0 +1,167 @@
+#include "security/CoreKeychain.h"
+#include "security/SecItem.h"
+
+#include <QCoreApplication>
+
+#include <array>
+
+namespace kelpay {
+
+namespace {
+
+constexpr int userPresence = 1;
+
+void insertPrompt(QVariantMap &query, const std::optional<QString> &message)
+{
+    if (message)
+        query.insert(SecAttribute::UseOperationPrompt, *message);
+}
+
+QVariant bytes(const QString &text)
+{
+    return QVariant::fromValue(Bytes::fromText(text));
+}
+
+struct StatusText
+{
+    int status;
+    const char *text;
+};
+
+// The texts are the keys of the host's translations.
+constexpr std::array statusTexts{
+    StatusText{SecStatus::Success, "errSecSuccess: No error"},
+    StatusText{SecStatus::Unimplemented, "errSecUnimplemented: Function or operation not implemented"},
+    StatusText{SecStatus::Param, "errSecParam: One or more parameters passed to the function were not valid"},
+    StatusText{SecStatus::Allocate, "errSecAllocate: Failed to allocate memory"},
+    StatusText{SecStatus::NotAvailable, "errSecNotAvailable: No trust results are available"},
+    StatusText{SecStatus::AuthFailed, "errSecAuthFailed: Authorization/Authentication failed"},
+    StatusText{SecStatus::DuplicateItem, "errSecDuplicateItem: The item already exists"},
+    StatusText{SecStatus::ItemNotFound, "errSecItemNotFound: The item cannot be found"},
+    StatusText{SecStatus::InteractionNotAllowed,
+               "errSecInteractionNotAllowed: Interaction with the Security Server is not allowed"},
+    StatusText{SecStatus::Decode, "errSecDecode: Unable to decode the provided data"},
+};
+
+} // namespace
+
+const QString CoreKeychain::ErrorDomain = QStringLiteral("dev.kel.KelPay.CoreKeychain");
+
+QString CoreKeychain::stringForSecStatus(int status)
+{
+    constexpr const char *table = "CoreKeychain";
+    for (const auto &known : statusTexts) {
+        if (known.status == status)
+            return QCoreApplication::translate(table, known.text);
+    }
+    return QCoreApplication::translate(table, "Unknown error code %d")
+        .replace(QLatin1String("%d"), QString::number(status));
+}
+
+QString CoreKeychain::accessibility() const
+{
+    switch (m_accessibility) {
+    case 0:
+        return QStringLiteral("kSecAttrAccessibleWhenUnlocked");
+    case 1:
+        return QStringLiteral("kSecAttrAccessibleAfterFirstUnlock");
+    case 2:
+        return QStringLiteral("kSecAttrAccessibleAlways");
+    case 3:
+        return QStringLiteral("kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly");
+    case 5:
+        return QStringLiteral("kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly");
+    case 6:
+        return QStringLiteral("kSecAttrAccessibleAlwaysThisDeviceOnly");
+    default:
+        return QStringLiteral("kSecAttrAccessibleWhenUnlockedThisDeviceOnly");
+    }
+}
+
+QVariantMap CoreKeychain::baseQuery() const
+{
+    QVariantMap query{{SecAttribute::Class, SecAttribute::ClassGenericPassword}, {SecAttribute::Service, m_service}};
+    if (m_accessGroup)
+        query.insert(SecAttribute::AccessGroup, *m_accessGroup);
+    return query;
+}
+
+QVariantMap CoreKeychain::queryFindAll() const
+{
+    QVariantMap query = baseQuery();
+    query.insert(SecAttribute::ReturnAttributes, true);
+    query.insert(SecAttribute::MatchLimit, SecAttribute::MatchLimitAll);
+    return query;
+}
+
+QVariantMap CoreKeychain::queryFindByKey(const QString &key, const std::optional<QString> &message) const
+{
+    QVariantMap query = baseQuery();
+    query.insert(SecAttribute::Account, key);
+    insertPrompt(query, message);
+    return query;
+}
+
+QVariantMap CoreKeychain::queryFetchOneByKey(const QString &key, const std::optional<QString> &message) const
+{
+    QVariantMap query = baseQuery();
+    query.insert(SecAttribute::ReturnData, true);
+    query.insert(SecAttribute::MatchLimit, SecAttribute::MatchLimitOne);
+    query.insert(SecAttribute::Account, key);
+    if (m_useAccessControl)
+        insertPrompt(query, message);
+    return query;
+}
+
+QVariantMap CoreKeychain::queryUpdateValue(const Bytes &value, const std::optional<QString> &message) const
+{
+    QVariantMap query{{SecAttribute::ValueData, QVariant::fromValue(value)}};
+    insertPrompt(query, message);
+    return query;
+}
+
+QVariantMap CoreKeychain::queryNewKey(const QString &key, const std::optional<Bytes> &value) const
+{
+    QVariantMap query = baseQuery();
+    query.insert(SecAttribute::Account, key);
+    if (value)
+        query.insert(SecAttribute::ValueData, QVariant::fromValue(*value));
+    if (m_useAccessControl) {
+        const QVariantMap control{{QStringLiteral("protection"), accessibility()},
+                                  {QStringLiteral("flags"), userPresence}};
+        query.insert(SecAttribute::AccessControl, control);
+        query.insert(SecAttribute::UseNoAuthenticationUI, true);
+    } else {
+        query.insert(SecAttribute::Accessible, accessibility());
+    }
+    return query;
+}
+
+QVariantMap CoreKeychain::queryGenerateRSAKeyPair(unsigned bits, const QString &publicKeyTag,
+                                                  const QString &privateKeyTag) const
+{
+    const auto half = [](const QString &tag) {
+        return QVariantMap{{SecAttribute::IsPermanent, true}, {SecAttribute::ApplicationTag, bytes(tag)}};
+    };
+    return {{SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
+            {SecAttribute::KeySizeInBits, bits},
+            {SecAttribute::PrivateKeyAttrs, half(privateKeyTag)},
+            {SecAttribute::PublicKeyAttrs, half(publicKeyTag)}};
+}
+
+QVariantMap CoreKeychain::queryRSAKeyByTag(const QString &tag) const
+{
+    return {{SecAttribute::Class, SecAttribute::ClassKey},
+            {SecAttribute::ApplicationTag, bytes(tag)},
+            {SecAttribute::Type, SecAttribute::KeyTypeRSA}};
+}
+
+QVariantMap CoreKeychain::queryRSAKeyRefByTag(const QString &tag) const
+{
+    return {{SecAttribute::Class, SecAttribute::ClassKey},
+            {SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
+            {SecAttribute::ReturnRef, true},
+            {SecAttribute::ApplicationTag, tag}};
+}
+
+} // namespace kelpay

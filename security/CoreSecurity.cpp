@@ -1,0 +1,71 @@
+#include "security/CoreSecurity.h"
+
+#include "platform/Bundle.h"
+#include "platform/JsonWriter.h"
+#include "security/AFAES.h"
+#include "security/AFRSA.h"
+#include "security/Base64.h"
+#include "security/BlockCipher.h"
+#include "security/Random.h"
+
+#include <QStringBuilder>
+
+namespace kelpay {
+
+namespace {
+
+constexpr int lineLength = 76;
+
+const QString latestKey = QStringLiteral("latest_key");
+
+Bytes plainText(const Bytes &iv, const QJsonObject &request)
+{
+    BytesBuilder plain(4096);
+    plain.append(iv);
+    appendJson(plain, request);
+    return plain.take();
+}
+
+// The symmetric key under the public key of the client certificate.
+std::optional<Bytes> wrapped(const Bytes &key)
+{
+    auto &rsa = AFRSA::sharedAFRSA();
+    const auto file = Bundle::sdk().dataForResource(QStringLiteral("IOSNewCert"), QStringLiteral("pfx"));
+    rsa.keysFromData(file.value_or(Bytes()), QStringLiteral("qwpLumaXYT@#781"));
+    return rsa.encryptDataWithPublicKey(key);
+}
+
+} // namespace
+
+QString CoreSecurity::encryptRequest(const QJsonObject &request) const
+{
+    const auto key = generateSymmetricKeyForAlgorithm(CipherAES);
+    const auto iv = generateIVForAlgorithm(CipherAES);
+    if (key)
+        m_defaults.setUtf8(latestKey, base64EncodedData(*key));
+    std::optional<Bytes> cipher;
+    if (key && iv)
+        cipher = AFAES::sharedAFAES().doCipher(plainText(*iv, request), key, iv, CipherEncrypt);
+    const auto keyBlock = key ? wrapped(*key) : std::nullopt;
+
+    const QString null = QStringLiteral("(null)");
+    return QLatin1Char('\'') % (keyBlock ? base64EncodedString(*keyBlock) : null) % QLatin1Char('#') %
+           (cipher ? base64EncodedString(*cipher, lineLength) : null) % QLatin1String("\n'");
+}
+
+std::optional<Bytes> CoreSecurity::decryptRequest(const QString &text) const
+{
+    const auto keyText = m_defaults.utf8(latestKey);
+    const auto key = keyText ? decodeBase64(keyText->view(), UnknownCharacters::Refuse) : std::nullopt;
+    // ECB takes no vector.
+    return doBlockCipherWithAlgorithm(base64DecodedDataWithString(text), CipherAES, key, std::nullopt, CipherDecrypt,
+                                      true, true);
+}
+
+void CoreSecurity::dumpData(const Bytes &bytes) const
+{
+    for ([[maybe_unused]] const auto byte : bytes.span()) {
+    }
+}
+
+} // namespace kelpay

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/Sqlite.h"
+#include "security/KeychainStore.h"
+
+#include <QString>
+
+#include <memory>
+#include <mutex>
+
+namespace kelpay {
+
+/// The keychain in a file: a database beside a master key, every value sealed under that key and bound to its item's
+/// class, service, group, account and label.
+class FileKeychain : public KeychainStore
+{
+public:
+    /// In `folder`, or for an empty text in the state folder. Opened when first used, and again after a failure.
+    explicit FileKeychain(QString folder = {}) : m_folder(std::move(folder)) {}
+
+    int add(const std::vector<KeychainItem> &items) override;
+    int update(const KeychainMatch &match, const Bytes &value) override;
+    int remove(const KeychainMatch &match) override;
+    KeychainFound findOne(const KeychainMatch &match, Content content) override;
+    KeychainFound findAll(const KeychainMatch &match) override;
+
+private:
+    struct Row;
+    bool open();
+    QString keyPath() const;
+    std::optional<std::vector<Row>> rows(const char *sql, const KeychainMatch &match);
+    int insert(const KeychainItem &item);
+    int readValue(Row &row) const;
+
+    QString m_folder;
+    std::mutex m_mutex;
+    std::unique_ptr<SqliteDatabase> m_database;
+};
+
+} // namespace kelpay

@@ -1,0 +1,89 @@
+#include "security/Hex.h"
+
+#include "platform/Log.h"
+#include "security/StrictUtf8.h"
+
+#include <array>
+#include <cstring>
+
+namespace kelpay {
+
+namespace {
+
+constexpr std::string_view digits = "0123456789abcdef";
+
+template <typename Char>
+constexpr auto pairs = [] {
+    std::array<std::array<Char, 2>, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i)
+        table[i] = {Char(digits[i >> 4]), Char(digits[i & 15])};
+    return table;
+}();
+
+constexpr std::uint8_t invalid = 0xff;
+constexpr auto values = [] {
+    std::array<std::uint8_t, 256> table{};
+    table.fill(invalid);
+    for (std::uint8_t i = 0; i < 16; ++i) {
+        table[static_cast<std::uint8_t>(digits[i])] = i;
+        if (i >= 10)
+            table[static_cast<std::size_t>('A' + i - 10)] = i;
+    }
+    return table;
+}();
+
+template <typename Char> void encode(const Bytes &data, Char *out)
+{
+    for (const auto byte : data.span()) {
+        std::memcpy(out, pairs<Char>[byte].data(), 2 * sizeof(Char));
+        out += 2;
+    }
+}
+
+} // namespace
+
+Bytes encodeToHexData(const Bytes &data)
+{
+    BytesBuilder builder(2 * data.size());
+    encode(data, reinterpret_cast<char *>(builder.extend(2 * data.size())));
+    return builder.take();
+}
+
+QString encodeToHexString(const Bytes &data)
+{
+    QString text(static_cast<qsizetype>(2 * data.size()), Qt::Uninitialized);
+    encode(data, reinterpret_cast<char16_t *>(text.data()));
+    return text;
+}
+
+std::optional<Bytes> decodeFromHexData(const Bytes &hex)
+{
+    BytesBuilder builder(hex.size() / 2);
+    auto *out = builder.extend(hex.size() / 2);
+    const auto *in = hex.data();
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+        const auto high = values[in[i]];
+        const auto low = values[in[i + 1]];
+        if (high == invalid || low == invalid) {
+            programmingError(
+                QStringLiteral("numberFromHex: (hex >= '0' && hex <= '9') || (hex >= 'a' && hex <= 'f') || "
+                               "(hex >= 'A' && hex <= 'F')"));
+            return std::nullopt;
+        }
+        *out++ = static_cast<std::uint8_t>(high << 4 | low);
+    }
+    return builder.take();
+}
+
+QString encodeToHexString(const QString &text)
+{
+    return encodeToHexString(Bytes::fromText(text));
+}
+
+std::optional<QString> decodeFromHexString(const QString &hex)
+{
+    const auto bytes = decodeFromHexData(Bytes::fromText(hex));
+    return bytes ? strictUtf8(*bytes) : std::nullopt;
+}
+
+} // namespace kelpay

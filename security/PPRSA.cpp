@@ -1,0 +1,143 @@
+#include "security/PPRSA.h"
+
+#include "platform/Bundle.h"
+#include "security/Pkcs12Item.h"
+#include "security/Random.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+namespace kelpay {
+
+const QString PPRSAErrorDomain = QStringLiteral("PPRSAErrorDomain");
+
+namespace {
+
+constexpr std::size_t paddingSize = 11;
+
+// Fills the slot and is the null result of any type.
+struct Failure
+{
+    Failure(Error *slot, const QString &text)
+    {
+        if (slot)
+            *slot = {PPRSAErrorDomain, 0, text};
+    }
+    operator bool() const { return false; }
+    template <typename T> operator std::optional<T>() const { return std::nullopt; }
+};
+
+} // namespace
+
+bool PPRSA::loadPublicKeyFromBundledCertificate(const QString &name, Error *error)
+{
+    const auto path = Bundle::main().pathForResource(name, QStringLiteral("cer"));
+    // The text says .crt, the file is a .cer.
+    if (!path)
+        return Failure(error, QStringLiteral("Bundled certificate named «%1.crt» not found").arg(name));
+    const auto data = readFile(*path);
+    if (!data)
+        return Failure(error, QStringLiteral("Failed to read bundled public key data"));
+    auto key = publicKeyFromData(*data, error);
+    if (!key)
+        return false;
+    m_publicKey = std::move(key);
+    return true;
+}
+
+bool PPRSA::loadPrivateKeyFromBundledP12(const QString &name, const QString &password, Error *error)
+{
+    const auto path = Bundle::main().pathForResource(name, QStringLiteral("p12"));
+    if (!path)
+        return Failure(error, QStringLiteral("Bundled private key file named «%1.p12» not found").arg(name));
+    const auto data = readFile(*path);
+    if (!data)
+        return Failure(error, QStringLiteral("Failed to read bundled private key data"));
+    return loadPrivateKeyFromP12Data(*data, password, error);
+}
+
+bool PPRSA::loadPrivateKeyFromP12Data(const Bytes &data, const QString &password, Error *error)
+{
+    auto key = privateKeyFromData(data, password, error);
+    if (!key)
+        return false;
+    m_privateKey = std::move(key);
+    return true;
+}
+
+std::optional<KeyRef> PPRSA::publicKeyFromData(const Bytes &certificate, Error *error) const
+{
+    auto [isCertificate, key] = KeyRef::readCertificate(certificate);
+    if (!isCertificate)
+        return Failure(error, QStringLiteral("Failed to create certificate"));
+    if (!key)
+        return Failure(
+            error, errorMessageForCode(SecStatus::Param, QStringLiteral("Failed to establish trust with certificate")));
+    return key;
+}
+
+std::optional<KeyRef> PPRSA::privateKeyFromData(const Bytes &pkcs12, const QString &password, Error *error) const
+{
+    const auto [status, item] = Pkcs12Item::import(pkcs12, password);
+    if (!item)
+        return Failure(error, errorMessageForCode(status, QStringLiteral("Failed to import P12 data")));
+    if (!item->privateKey())
+        return Failure(error,
+                       errorMessageForCode(SecStatus::ItemNotFound, QStringLiteral("Failed to copy private key")));
+    return item->privateKey();
+}
+
+std::optional<Bytes> PPRSA::encryptData(const Bytes &data, Error *error) const
+{
+    if (!m_publicKey)
+        return Failure(error, QStringLiteral("No public key has been loaded, cannot encrypt"));
+    const std::size_t most = m_publicKey->blockSize() - std::min(m_publicKey->blockSize(), paddingSize);
+    if (data.size() > most)
+        return Failure(
+            error, QStringLiteral("Too much data, cannot encrypt. Max %1 byte, have %2").arg(most).arg(data.size()));
+    if (auto block = m_publicKey->encrypt(data))
+        return block;
+    return Failure(error, errorMessageForCode(SecStatus::Param, QStringLiteral("Failed to encrypt data")));
+}
+
+std::optional<Bytes> PPRSA::decryptData(const Bytes &data, Error *error) const
+{
+    if (!m_privateKey)
+        return Failure(error, QStringLiteral("No private key has been loaded, cannot decrypt"));
+    const auto plain = m_privateKey->decrypt(data);
+    if (!plain)
+        return Failure(error, errorMessageForCode(SecStatus::CryptoFailed, QStringLiteral("Failed to decrypt data")));
+    const std::size_t zeros = m_privateKey->blockSize() - plain->size();
+    BytesBuilder block(m_privateKey->blockSize());
+    block.append(*plain);
+    std::fill_n(block.extend(zeros), zeros, std::uint8_t{0});
+    return block.take();
+}
+
+QString PPRSA::randomStringOfLength(std::size_t length)
+{
+    constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXZY0123456789@%#$^_.*-+/=";
+    static_assert(alphabet.size() == 74);
+    constexpr auto longest = static_cast<std::size_t>(std::numeric_limits<int>::max());
+    const auto random = length <= longest ? generateSecureRandomData(length * sizeof(std::uint32_t)) : std::nullopt;
+    if (!random)
+        return {};
+    QString text(static_cast<qsizetype>(length), Qt::Uninitialized);
+    for (std::size_t i = 0; i < length; ++i) {
+        std::uint32_t number = 0;
+        std::memcpy(&number, random->data() + i * sizeof number, sizeof number);
+        text[static_cast<qsizetype>(i)] = QLatin1Char(alphabet[number % alphabet.size()]);
+    }
+    return text;
+}
+
+QString PPRSA::errorMessageForCode(int status, const QString &message)
+{
+    const QString reason = status == SecStatus::CryptoFailed ? QStringLiteral("invalid encryption")
+                           : status == SecStatus::AuthFailed ? QStringLiteral("wrong password")
+                                                             : QStringLiteral("Error code %1").arg(status);
+    return message + QLatin1String(": ") + reason;
+}
+
+} // namespace kelpay

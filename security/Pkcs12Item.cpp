@@ -1,0 +1,141 @@
+#include "security/Pkcs12Item.h"
+
+#include "platform/Log.h"
+#include "security/OpenSsl.h"
+#include "security/SecStatus.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace kelpay {
+
+namespace {
+
+std::shared_ptr<X509> shared(X509 *borrowed)
+{
+    X509_up_ref(borrowed);
+    return {borrowed, X509_free};
+}
+
+// From the leaf to the last issuer that is there, whatever their order in the file.
+std::vector<std::shared_ptr<X509>> chainOf(X509 *leaf, STACK_OF(X509) * others)
+{
+    std::vector<std::shared_ptr<X509>> chain{shared(leaf)};
+    const int count = others ? sk_X509_num(others) : 0;
+    while (chain.size() <= static_cast<std::size_t>(count)) {
+        X509 *last = chain.back().get();
+        X509 *issuer = nullptr;
+        for (int i = 0; i < count && !issuer; ++i) {
+            X509 *candidate = sk_X509_value(others, i);
+            const bool isKnown = std::any_of(chain.begin(), chain.end(), [candidate](const auto &certificate) {
+                return X509_cmp(certificate.get(), candidate) == 0;
+            });
+            if (!isKnown && X509_check_issued(candidate, last) == X509_V_OK)
+                issuer = candidate;
+        }
+        if (!issuer)
+            break;
+        chain.push_back(shared(issuer));
+    }
+    return chain;
+}
+
+// The password with the zero byte that ends it for OpenSSL; none for a password that holds one itself.
+std::optional<Bytes> terminated(const QString &password)
+{
+    const Bytes text = Bytes::fromText(password);
+    if (text.view().find('\0') != std::string_view::npos)
+        return std::nullopt;
+    BytesBuilder builder(text.size() + 1);
+    builder.append(text);
+    builder.append('\0');
+    return builder.take();
+}
+
+std::time_t secondsOf(const ASN1_TIME *time)
+{
+    std::tm parts{};
+    return ASN1_TIME_to_tm(time, &parts) > 0 ? ::timegm(&parts) : 0;
+}
+
+} // namespace
+
+Pkcs12Import Pkcs12Item::import(const Bytes &file, const QString &password)
+{
+    const openssl::ErrorScope errors;
+    const openssl::ThreadDefaultContext ours;
+    const auto secret = terminated(password);
+    if (!secret)
+        return {SecStatus::AuthFailed, std::nullopt};
+    const auto *in = file.data();
+    const openssl::Pkcs12 parsed(d2i_PKCS12(nullptr, &in, static_cast<long>(file.size())));
+    if (!parsed)
+        return {SecStatus::Decode, std::nullopt};
+
+    EVP_PKEY *rawKey = nullptr;
+    X509 *rawLeaf = nullptr;
+    STACK_OF(X509) *rawOthers = nullptr;
+    if (!PKCS12_parse(parsed.get(), secret->view().data(), &rawKey, &rawLeaf, &rawOthers)) {
+        if (openssl::ErrorScope::lastIs(ERR_LIB_PKCS12, PKCS12_R_MAC_VERIFY_FAILURE))
+            return {SecStatus::AuthFailed, std::nullopt};
+        qCWarning(logSecurity, "a certificate file can't be opened although its password is right: %s",
+                  openssl::ErrorScope::reason().constData());
+        return {SecStatus::Decode, std::nullopt};
+    }
+    openssl::Pkey key(rawKey);
+    const openssl::Certificate leaf(rawLeaf);
+    const openssl::Certificates others(rawOthers);
+
+    Pkcs12Item item;
+    if (leaf)
+        item.m_chain = chainOf(leaf.get(), others.get());
+    else if (!key && others && sk_X509_num(others.get()) > 0)
+        item.m_chain = chainOf(sk_X509_value(others.get(), 0), others.get());
+    if (key)
+        item.m_privateKey = KeyRef(key.release());
+    if (!item.m_privateKey && item.m_chain.empty())
+        return {SecStatus::Success, std::nullopt};
+    return {SecStatus::Success, std::move(item)};
+}
+
+std::optional<KeyRef> Pkcs12Item::publicKey() const
+{
+    EVP_PKEY *key = m_chain.empty() ? nullptr : X509_get_pubkey(m_chain.front().get());
+    return key ? std::optional(KeyRef(key)) : std::nullopt;
+}
+
+bool Pkcs12Item::isTrusted(std::time_t moment) const
+{
+    if (m_chain.empty())
+        return false;
+    const openssl::ErrorScope errors;
+    const openssl::ThreadDefaultContext ours;
+    X509 *leaf = m_chain.front().get();
+    const openssl::CertificateStore anchors(X509_STORE_new());
+    const openssl::Verification verification(X509_STORE_CTX_new_ex(openssl::libraryContext(), nullptr));
+    // All certificates of the chain are anchors, the leaf as well: the shortest path is the leaf alone. Given the
+    // others too, OpenSSL would insist on the longest path and fail with an issuer that has expired.
+    if (!anchors || !verification || X509_STORE_add_cert(anchors.get(), leaf) <= 0 ||
+        X509_STORE_CTX_init(verification.get(), anchors.get(), leaf, nullptr) <= 0)
+        return false;
+    X509_STORE_CTX_set_flags(verification.get(), X509_V_FLAG_PARTIAL_CHAIN);
+    X509_STORE_CTX_set_time(verification.get(), 0, moment);
+    return X509_verify_cert(verification.get()) == 1;
+}
+
+Pkcs12Item::Period Pkcs12Item::unchangedAround(std::time_t moment) const
+{
+    Period period{std::numeric_limits<std::time_t>::min(), std::numeric_limits<std::time_t>::max()};
+    for (const auto &certificate : m_chain) {
+        for (const auto *boundary : {X509_get0_notBefore(certificate.get()), X509_get0_notAfter(certificate.get())}) {
+            const std::time_t seconds = secondsOf(boundary);
+            if (seconds <= moment)
+                period.from = std::max(period.from, seconds);
+            else
+                period.until = std::min(period.until, seconds);
+        }
+    }
+    return period;
+}
+
+} // namespace kelpay

@@ -1,0 +1,114 @@
+#include "sandbox/Envelope.h"
+
+#include "Requests.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace kelpay::sandbox::test {
+
+namespace {
+
+const QByteArray key(32, 'k');
+const QByteArray vector("sixteen bytes IV");
+
+std::optional<OpenedEnvelope> open(const QByteArray &body, EnvelopeReport &report)
+{
+    return openEnvelope(body, identity().envelopeKey(), report);
+}
+
+} // namespace
+
+TEST(Envelope, OpensRequestsOfEveryLength)
+{
+    for (int size = 1; size < 200; size += 7) {
+        const QByteArray json = '{' + QByteArray(size, ' ') + '}';
+        EnvelopeReport report;
+        const auto opened = open(seal(json, key), report);
+        ASSERT_TRUE(opened) << size << ' ' << qPrintable(report.reason);
+        EXPECT_TRUE(report.ok);
+        EXPECT_EQ(opened->json, json);
+        EXPECT_EQ(opened->key, key);
+        // 16 bytes of vector, the text, 1 to 16 bytes of padding; four characters for three bytes.
+        const int characters = ((16 + size + 2) / 16 + 1) * 16 * 8 / 6 / 4 * 4;
+        EXPECT_NEAR(76 * (report.lines - 1), characters, 80) << size;
+        EXPECT_LE(report.longestLine, 76);
+    }
+}
+
+TEST(Envelope, RefusesEveryOtherForm)
+{
+    const QByteArray json = compact(tokenRequest());
+    const QByteArray good = seal(json, key);
+    const QByteArray wrapped = wrapKey(key).toBase64();
+    const QByteArray cipherText = encryptCbc(vector + json, key, vector);
+    const QByteArray lines = inLines(cipherText.toBase64());
+    const auto envelope = [](const QByteArray &rsa, const QByteArray &aes) { return '\'' + rsa + '#' + aes + "\n'"; };
+    EnvelopeReport untouched;
+    ASSERT_TRUE(open(envelope(wrapped, lines), untouched));
+
+    const QByteArray headless = encryptCbc(json, key, vector);
+    const QByteArray otherVector = encryptCbc(QByteArray(16, 'x') + json, key, vector);
+    const std::pair<const char *, QByteArray> bodies[] = {
+        {"empty", ""},
+        {"one apostrophe", "'"},
+        {"the frame only", "'#\n'"},
+        {"no apostrophe first", good.mid(1)},
+        {"no apostrophe last", good.chopped(1)},
+        {"no line feed", good.chopped(2) + '\''},
+        {"something after the end", good + '\n'},
+        {"two hashes", QByteArray(good).replace("#", "##")},
+        {"no hash", QByteArray(good).remove(good.indexOf('#'), 1)},
+        {"RSA part (null)", envelope("(null)", lines)},
+        {"RSA part in lines", envelope(inLines(wrapped), lines)},
+        {"RSA part without padding characters", envelope(QByteArray(wrapped).replace("=", ""), lines)},
+        {"RSA part for nobody", envelope(QByteArray(256, 'r').toBase64(), lines)},
+        {"RSA part cut", envelope(wrapped.chopped(4), lines)},
+        {"key of 16 bytes", envelope(wrapKey(key.first(16)).toBase64(), lines)},
+        {"AES part (null)", envelope(wrapped, "(null)")},
+        {"AES part in one line", envelope(wrapped, cipherText.toBase64())},
+        {"line feeds alone", envelope(wrapped, QByteArray(lines).replace("\r\n", "\n"))},
+        {"a break after the last line", envelope(wrapped, lines + "\r\n")},
+        {"lines of 64", envelope(wrapped, QByteArray(lines).insert(64, "\r\n"))},
+        {"URL-safe base64", envelope(wrapped, inLines(cipherText.toBase64(QByteArray::Base64UrlEncoding)))},
+        {"no whole block", envelope(wrapped, inLines(cipherText.chopped(1).toBase64()))},
+        {"a block short", envelope(wrapped, inLines(cipherText.chopped(16).toBase64()))},
+        {"no vector in the plain text", envelope(wrapped, inLines(headless.toBase64()))},
+        {"another vector in the plain text", envelope(wrapped, inLines(otherVector.toBase64()))},
+        {"another key", envelope(wrapKey(QByteArray(32, 'o')).toBase64(), lines)},
+    };
+    for (const auto &[name, body] : bodies) {
+        EnvelopeReport report;
+        EXPECT_FALSE(open(body, report)) << name;
+        EXPECT_FALSE(report.ok) << name;
+        EXPECT_FALSE(report.reason.isEmpty()) << name;
+    }
+}
+
+TEST(Envelope, AnyFlippedByteIsSurvived)
+{
+    const QByteArray json = compact(tokenRequest());
+    const QByteArray good = seal(json, key);
+    for (qsizetype i = 0; i < good.size(); i += 5) {
+        QByteArray body = good;
+        body[i] = static_cast<char>(body[i] ^ 1);
+        EnvelopeReport report;
+        const auto opened = open(body, report);
+        EXPECT_TRUE(!opened || opened->json != json) << i;
+        EXPECT_EQ(report.ok, opened.has_value()) << i;
+    }
+}
+
+TEST(Envelope, AnswersAreLiteralsThatTheClientOpens)
+{
+    for (int size = 0; size < 64; ++size) {
+        const QByteArray plain(size, 'a');
+        const QByteArray body = sealAnswer(plain, key);
+        EXPECT_TRUE(body.startsWith('"') && body.endsWith('"'));
+        EXPECT_EQ(QByteArray(body).replace("\\/", "").count('/'), 0);
+        EXPECT_EQ(openAnswer(body, key), plain);
+    }
+}
+
+} // namespace kelpay::sandbox::test

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "sandbox/Identity.h"
+
+#include <QByteArray>
+#include <QJsonObject>
+
+namespace kelpay::sandbox::test {
+
+/// One identity for the whole test program, in a folder that goes with it.
+const QString &identityFolder();
+const Identity &identity();
+
+/// A request in good order.
+QJsonObject tokenRequest(const QString &msisdn = QStringLiteral("09121234567"),
+                         const QString &parameters = QStringLiteral("C1|1500000|title"));
+/// The payment that follows `tokenAnswer`. The terminal is the one that belongs to `code`.
+QJsonObject paymentRequest(const QJsonObject &tokenAnswer, const QString &card,
+                           const QString &code = QStringLiteral("5"),
+                           const QString &msisdn = QStringLiteral("09121234567"));
+
+QByteArray compact(const QJsonObject &object);
+
+/// AES-256, PKCS#7 padding.
+QByteArray encryptCbc(const QByteArray &plain, const QByteArray &key, const QByteArray &vector);
+QByteArray decryptEcb(const QByteArray &cipherText, const QByteArray &key);
+QByteArray wrapKey(const QByteArray &key);
+QByteArray inLines(const QByteArray &base64);
+
+/// The whole envelope of a request.
+QByteArray seal(const QByteArray &json, const QByteArray &key);
+/// A JSON string literal opened as the client does it: backslashes and the outer characters dropped.
+QByteArray openAnswer(QByteArray body, const QByteArray &key);
+
+} // namespace kelpay::sandbox::test

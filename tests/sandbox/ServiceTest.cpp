@@ -1,0 +1,219 @@
+#include "sandbox/Service.h"
+
+#include "Requests.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+
+#include <curl/curl.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <vector>
+
+namespace kelpay::sandbox::test {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// An address of its own, so that a service someone is using stays undisturbed.
+const QString host = u"127.0.0.17"_s;
+const QByteArray key(32, 'k');
+
+struct Reply
+{
+    CURLcode code = CURLE_FAILED_INIT;
+    long status = 0;
+    QByteArray body;
+};
+
+std::size_t collect(char *data, std::size_t size, std::size_t count, void *body)
+{
+    static_cast<QByteArray *>(body)->append(data, static_cast<qsizetype>(size * count));
+    return size * count;
+}
+
+/// A GET without `body`; one connection each.
+Reply send(const QByteArray &path, const QByteArray *body = nullptr, const char *type = "application/json")
+{
+    const std::unique_ptr<CURL, FreeWith<&curl_easy_cleanup>> curl(curl_easy_init());
+    const std::unique_ptr<curl_slist, FreeWith<&curl_slist_free_all>> headers(
+        curl_slist_append(nullptr, QByteArray("Content-Type: ").append(type).constData()));
+    const QByteArray url = "https://" + host.toLatin1() + ":1443" + path;
+    const QByteArray anchors = QFile::encodeName(identityFolder() + u'/' + Identity::anchorsFile);
+    Reply reply;
+    curl_easy_setopt(curl.get(), CURLOPT_URL, url.constData());
+    curl_easy_setopt(curl.get(), CURLOPT_CAINFO, anchors.constData());
+    curl_easy_setopt(curl.get(), CURLOPT_CAPATH, nullptr);
+    curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "*");
+    curl_easy_setopt(curl.get(), CURLOPT_TIMEOUT, 20L);
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, collect);
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &reply.body);
+    if (body) {
+        curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body->constData());
+        curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDSIZE, static_cast<long>(body->size()));
+        curl_easy_setopt(curl.get(), CURLOPT_HTTPHEADER, headers.get());
+    }
+    reply.code = curl_easy_perform(curl.get());
+    curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &reply.status);
+    return reply;
+}
+
+Reply post(const QByteArray &body)
+{
+    return send("/8/request", &body);
+}
+
+Reply request(int scenario)
+{
+    return post(seal(compact(tokenRequest(mobileNumberFor(scenario))), key));
+}
+
+QJsonObject opened(const Reply &reply)
+{
+    return QJsonDocument::fromJson(openAnswer(reply.body, key)).object();
+}
+
+class ServiceTest : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite() { curl_global_init(CURL_GLOBAL_DEFAULT); }
+    void SetUp() override
+    {
+        ASSERT_TRUE(journal.open(journalPath));
+        QString problem;
+        ASSERT_TRUE(service.start(problem)) << qPrintable(problem);
+    }
+    QByteArray journalText() const
+    {
+        QFile file(journalPath);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    QJsonObject lastLine() const
+    {
+        return QJsonDocument::fromJson(journalText().trimmed().split('\n').last()).object();
+    }
+
+    QTemporaryDir folder;
+    QString journalPath = folder.filePath(u"journal"_s);
+    std::unique_ptr<Ledger> ledger = Ledger::open(folder.filePath(u"ledger"_s));
+    Journal journal;
+    Service service{identity(), *ledger, journal, host, 15};
+};
+
+} // namespace
+
+TEST_F(ServiceTest, AWholePaymentLeavesATraceWithoutSecrets)
+{
+    const QJsonObject token = opened(request(0));
+    ASSERT_EQ(token.value("rc"_L1), 0);
+    const QByteArray payment =
+        seal(compact(paymentRequest(token, u"6037990000000006"_s, u"59"_s, mobileNumberFor(0))), key);
+    EXPECT_EQ(opened(post(payment)).value("rc"_L1), 0);
+    EXPECT_EQ(lastLine().value("posts"_L1), 1);
+    EXPECT_EQ(opened(post(payment)).value("rc"_L1), refusal::paidBefore);
+    const QJsonObject line = lastLine();
+    EXPECT_EQ(line.value("posts"_L1), 2);
+    EXPECT_EQ(line.value("kind"_L1), u"payment"_s);
+    EXPECT_EQ(line.value("envelope"_L1).toObject().value("longestLine"_L1), 76);
+    const QByteArray page = token.value("rd"_L1).toObject().value("vu"_L1).toString().section(u'/', 3).toLatin1();
+    const Reply verified = send('/' + page);
+    EXPECT_EQ(verified.status, 200);
+    EXPECT_TRUE(verified.body.contains("dir=\"rtl\""));
+    for (const QByteArray &secret :
+         {QByteArray("6037990000000006"), QByteArray("13579"), QByteArray("|246|"), QByteArray("0512"),
+          token.value("rd"_L1).toObject().value("t"_L1).toString().toLatin1(), key.toBase64()})
+        EXPECT_FALSE(journalText().contains(secret));
+}
+
+TEST_F(ServiceTest, PlainGets)
+{
+    EXPECT_EQ(send("/").body, "127.0.0.1");
+    for (const char *path : {"/3/Internet/get", "/3/Charge/get"}) {
+        EXPECT_TRUE(QJsonDocument::fromJson(send(path).body).isObject()) << path;
+        EXPECT_EQ(lastLine().value("path"_L1), QString::fromLatin1(path));
+    }
+    EXPECT_EQ(send("/verify/0").status, 404);
+    EXPECT_EQ(send("/nowhere").status, 404);
+}
+
+TEST_F(ServiceTest, MalformedRequestsGetA400AndALine)
+{
+    const QByteArray good = seal(compact(tokenRequest()), key);
+    QJsonObject incomplete = tokenRequest();
+    incomplete.remove("v"_L1);
+    incomplete.remove("fp"_L1);
+    const QByteArray bodies[] = {{},
+                                 "{}",
+                                 good.chopped(1),
+                                 seal("[]", key),
+                                 seal(compact(incomplete), key),
+                                 seal(compact(paymentRequest({}, u"1"_s, u"6"_s)), key)};
+    for (const QByteArray &body : bodies) {
+        const Reply reply = post(body);
+        EXPECT_EQ(reply.status, 400);
+        EXPECT_EQ(lastLine().value("violation"_L1).toString() + u'\n', QString::fromUtf8(reply.body));
+    }
+    EXPECT_EQ(send("/8/request", &good, "text/plain").status, 400);
+    const QByteArray huge(200'000, 'x');
+    EXPECT_EQ(post(huge).status, 413);
+    EXPECT_EQ(post(good).status, 200) << "still serving";
+}
+
+TEST_F(ServiceTest, FaultsLookOnTheWireAsTheyAreNamed)
+{
+    struct Expected
+    {
+        int scenario;
+        CURLcode code;
+        long status;
+    };
+    const Expected table[] = {
+        {500, CURLE_OK, 500},           {501, CURLE_OK, 302},       {502, CURLE_OK, 307}, {503, CURLE_OK, 201},
+        {520, CURLE_PARTIAL_FILE, 200}, {521, CURLE_OK, 200},       {514, CURLE_OK, 200}, {515, CURLE_OK, 200},
+        {522, CURLE_GOT_NOTHING, 0},    {523, CURLE_RECV_ERROR, 0}, {526, CURLE_OK, 200}, {510, CURLE_OK, 200},
+        {511, CURLE_OK, 200},           {512, CURLE_OK, 200},       {513, CURLE_OK, 200},
+    };
+    for (const Expected &row : table) {
+        const Reply reply = request(row.scenario);
+        EXPECT_EQ(reply.code, row.code) << row.scenario << ' ' << curl_easy_strerror(reply.code);
+        EXPECT_EQ(reply.status, row.status) << row.scenario;
+        const bool opens = row.scenario == 500 || row.scenario == 503;
+        EXPECT_EQ(opened(reply).contains("rc"_L1), opens) << row.scenario;
+        EXPECT_EQ(lastLine().value("scenario"_L1), row.scenario);
+        EXPECT_EQ(lastLine().value("status"_L1), static_cast<int>(row.status));
+    }
+    EXPECT_EQ(request(526).body.size(), 17 * 1024 * 1024);
+}
+
+TEST_F(ServiceTest, HangingConnectionsHoldUpNobody)
+{
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::future<Reply>> hanging;
+    for (int i = 0; i < 12; ++i)
+        hanging.push_back(std::async(std::launch::async, request, 525));
+    EXPECT_EQ(opened(request(0)).value("rc"_L1), 0);
+    service.stop();
+    for (auto &reply : hanging)
+        EXPECT_NE(reply.get().code, CURLE_OK);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10)) << "stopping releases them";
+
+    Service impatient(identity(), *ledger, journal, host, 1);
+    QString problem;
+    ASSERT_TRUE(impatient.start(problem)) << qPrintable(problem);
+    EXPECT_EQ(request(525).code, CURLE_GOT_NOTHING);
+}
+
+TEST_F(ServiceTest, ATakenAddressIsSaidSo)
+{
+    Service second(identity(), *ledger, journal, host, 2);
+    QString problem;
+    EXPECT_FALSE(second.start(problem));
+    EXPECT_TRUE(problem.contains(u"taken"_s) && problem.contains(u"--host"_s)) << qPrintable(problem);
+}
+
+} // namespace kelpay::sandbox::test

@@ -1,0 +1,229 @@
+#include "security/BlockCipher.h"
+#include "security/AFAES.h"
+#include "security/Hex.h"
+#include "security/PPAES.h"
+#include "security/Random.h"
+
+#include <gtest/gtest.h>
+
+namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+Bytes hex(std::string_view digits)
+{
+    return decodeFromHexData(Bytes(digits)).value();
+}
+
+std::optional<Bytes> crypt(unsigned algorithm, const Bytes &key, const std::optional<Bytes> &iv, unsigned operation,
+                           const Bytes &data, bool isPadded, bool isECB)
+{
+    return doBlockCipherWithAlgorithm(data, algorithm, key, iv, operation, isPadded, isECB);
+}
+
+struct KnownAnswer
+{
+    const char *name;
+    unsigned algorithm;
+    const char *key;
+    const char *iv; // "" for ECB
+    const char *plain;
+    const char *cipher;
+};
+
+constexpr const char *nistIv = "000102030405060708090a0b0c0d0e0f";
+constexpr const char *nistPlain = "6bc1bee22e409f96e93d7e117393172aae2d8a571e03ac9c9eb76fac45af8e51";
+constexpr const char *nist128 = "2b7e151628aed2a6abf7158809cf4f3c";
+constexpr const char *nist192 = "8e73b0f7da0e6452c810f32b809079e562f8ead2522c6b7b";
+constexpr const char *nist256 = "603deb1015ca71be2b73aef0857d77811f352c073b6108d72d9810a30914dff4";
+
+const KnownAnswer knownAnswers[] = {
+    {"SP 800-38A ECB-AES128", CipherAES, nist128, "", nistPlain,
+     "3ad77bb40d7a3660a89ecaf32466ef97f5d3d58503b9699de785895a96fdbaaf"},
+    {"SP 800-38A ECB-AES192", CipherAES, nist192, "", nistPlain,
+     "bd334f1d6e45f25ff712a214571fa5cc974104846d0ad3ad7734ecb3ecee4eef"},
+    {"SP 800-38A ECB-AES256", CipherAES, nist256, "", nistPlain,
+     "f3eed1bdb5d2a03c064b5a7e3db181f8591ccb10d410ed26dc5ba74a31362870"},
+    {"SP 800-38A CBC-AES128", CipherAES, nist128, nistIv, nistPlain,
+     "7649abac8119b246cee98e9b12e9197d5086cb9b507219ee95db113a917678b2"},
+    {"SP 800-38A CBC-AES192", CipherAES, nist192, nistIv, nistPlain,
+     "4f021db243bc633d7178183a9fa071e8b4d9ada9ad7dedf4e5e738763f69145a"},
+    {"SP 800-38A CBC-AES256", CipherAES, nist256, nistIv, nistPlain,
+     "f58c4c04d6e5f1ba779eabfb5f7bfbd69cfc4e967edb808d679f777bc6702c7d"},
+    {"a number that is no algorithm is AES", 9, nist128, "", nistPlain,
+     "3ad77bb40d7a3660a89ecaf32466ef97f5d3d58503b9699de785895a96fdbaaf"},
+    {"DES", CipherDES, "133457799bbcdff1", "", "0123456789abcdef", "85e813540f0ab405"},
+    {"SP 800-67", CipherTripleDES, "0123456789abcdef23456789abcdef01456789abcdef0123", "",
+     "5468652071756663 6b2062726f776e20 666f78206a756d70", "a826fd8ce53b855f cce21c8112256fe6 68d5c05dd9b6b900"},
+    {"RFC 2144, 128 bits", CipherCAST, "0123456712345678234567893456789a", "", "0123456789abcdef", "238b4fe5847e44b2"},
+    {"RFC 2144, 80 bits", CipherCAST, "01234567123456782345", "", "0123456789abcdef", "eb6a711a2c02271b"},
+    {"RFC 2144, 40 bits", CipherCAST, "0123456712", "", "0123456789abcdef", "7ac816d16e9b302e"},
+    {"RFC 6229, 40 bits", CipherRC4, "0102030405", "", "00000000000000000000000000000000",
+     "b2396305f03dc027ccc3524a0a1118a8"},
+    {"RFC 2268, 64 bits", CipherRC2, "3000000000000000", "", "1000000000000001", "30649edf9be7d2c2"},
+    {"RFC 2268, 128 bits", CipherRC2, "88bca90e90875a7f0f79c384627bafb2", "", "0000000000000000", "2269552ab0f85ca6"},
+    {"Blowfish, 64 bits", CipherBlowfish, "0123456789abcdef", "", "1111111111111111", "61f9c3802281b096"},
+};
+
+std::string withoutSpaces(std::string text)
+{
+    std::erase(text, ' ');
+    return text;
+}
+
+} // namespace
+
+TEST(BlockCipher, GivesPublishedAnswers)
+{
+    for (const auto &known : knownAnswers) {
+        SCOPED_TRACE(known.name);
+        const Bytes key = hex(known.key);
+        const bool isECB = *known.iv == '\0';
+        const auto iv = isECB ? generateIVForAlgorithm(CipherAES) : hex(known.iv);
+        const Bytes plain = hex(withoutSpaces(known.plain));
+        const Bytes cipher = hex(withoutSpaces(known.cipher));
+        EXPECT_EQ(crypt(known.algorithm, key, iv, CipherEncrypt, plain, false, isECB), cipher);
+        EXPECT_EQ(crypt(known.algorithm, key, iv, CipherDecrypt, cipher, false, isECB), plain);
+    }
+}
+
+TEST(BlockCipher, RoundTripsEveryAlgorithmModeAndLength)
+{
+    for (unsigned algorithm = CipherAES; algorithm <= CipherBlowfish; ++algorithm) {
+        const auto key = *generateSymmetricKeyForAlgorithm(algorithm);
+        const auto iv = generateIVForAlgorithm(algorithm);
+        const auto blockSize = cipherTraits(algorithm).blockSize;
+        EXPECT_EQ(iv->size(), blockSize);
+        for (const bool isECB : {false, true}) {
+            for (std::size_t size = 0; size <= 3 * blockSize; ++size) {
+                SCOPED_TRACE(testing::Message() << algorithm << (isECB ? " ECB " : " CBC ") << size);
+                const auto plain = *generateSecureRandomData(size);
+                const auto padded = crypt(algorithm, key, iv, CipherEncrypt, plain, true, isECB);
+                ASSERT_TRUE(padded);
+                EXPECT_EQ(padded->size(), algorithm == CipherRC4 ? size : (size / blockSize + 1) * blockSize);
+                EXPECT_EQ(crypt(algorithm, key, iv, CipherDecrypt, *padded, true, isECB), plain);
+
+                const auto bare = crypt(algorithm, key, iv, CipherEncrypt, plain, false, isECB);
+                ASSERT_TRUE(bare);
+                EXPECT_EQ(bare->size(), (size + blockSize - 1) / blockSize * blockSize);
+                EXPECT_EQ(crypt(algorithm, key, iv, CipherDecrypt, *bare, false, isECB), plain);
+                EXPECT_EQ(extraPaddingLength(), 0U);
+            }
+        }
+    }
+}
+
+TEST(BlockCipher, KeepsTheExtraPaddingForTheNextDecryption)
+{
+    const auto key = *generateSymmetricKeyForAlgorithm(CipherAES);
+    const Bytes plain(std::string(20, 'x'));
+    const auto cipher = *crypt(CipherAES, key, {}, CipherEncrypt, plain, false, false);
+    EXPECT_EQ(cipher.size(), 32U);
+    EXPECT_EQ(extraPaddingLength(), 12U);
+    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, cipher, false, false), plain);
+    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, cipher, false, false)->size(), 32U);
+
+    // Whoever decrypts next loses the bytes, and no more than there are.
+    const Bytes shortText(std::string(5, 'y'));
+    const auto padded = *crypt(CipherAES, key, {}, CipherEncrypt, shortText, true, false);
+    crypt(CipherAES, key, {}, CipherEncrypt, plain, false, false);
+    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, padded, true, false), Bytes());
+    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, padded, true, false), shortText);
+}
+
+TEST(BlockCipher, TakesExactlyTheKeySizesOfEachAlgorithm)
+{
+    const Bytes block(std::string(16, 'x'));
+    for (unsigned algorithm = CipherAES; algorithm <= CipherBlowfish; ++algorithm) {
+        const auto &traits = cipherTraits(algorithm);
+        for (std::size_t size = 0; size <= 64; ++size) {
+            const bool isTaken = size >= traits.minimumKeySize && size <= traits.defaultKeySize &&
+                                 (algorithm != CipherAES || size % 8 == 0);
+            const auto cipher = crypt(algorithm, Bytes(std::string(size, 'k')), {}, CipherEncrypt, block, false, false);
+            EXPECT_EQ(cipher.has_value(), isTaken) << algorithm << " with " << size;
+        }
+    }
+}
+
+TEST(BlockCipher, RefusesWhatIsDamaged)
+{
+    const auto key = *generateSymmetricKeyForAlgorithm(CipherAES);
+    const Bytes plain(std::string(40, 'x'));
+    const auto cipher = *crypt(CipherAES, key, {}, CipherEncrypt, plain, true, false);
+    for (std::size_t size = 0; size < cipher.size(); ++size) {
+        const auto cut = crypt(CipherAES, key, {}, CipherDecrypt, Bytes(cipher.data(), size), true, false);
+        EXPECT_TRUE(!cut || size % 16 == 0) << size;
+        EXPECT_NE(cut, plain);
+    }
+    for (std::size_t at = 0; at < cipher.size(); ++at) {
+        std::string flipped(cipher.view());
+        flipped[at] = static_cast<char>(flipped[at] ^ 1);
+        EXPECT_NE(crypt(CipherAES, key, {}, CipherDecrypt, Bytes(flipped), true, false), plain) << at;
+    }
+    EXPECT_FALSE(crypt(CipherAES, key, Bytes(std::string(15, 'i')), CipherEncrypt, plain, true, false));
+    EXPECT_FALSE(crypt(CipherAES, key, {}, 2, plain, true, false));
+    EXPECT_FALSE(doBlockCipherWithAlgorithm(std::nullopt, CipherAES, key, {}, CipherEncrypt, true));
+    EXPECT_FALSE(doBlockCipherWithAlgorithm(plain, CipherAES, std::nullopt, {}, CipherEncrypt, true));
+}
+
+TEST(Random, ClampsKeySizes)
+{
+    struct
+    {
+        unsigned algorithm;
+        std::uint32_t wanted;
+        std::size_t given;
+    } const rows[] = {
+        {CipherAES, 0, 16},     {CipherAES, 16, 16},    {CipherAES, 17, 24},         {CipherAES, 20, 24},
+        {CipherAES, 24, 24},    {CipherAES, 25, 32},    {CipherAES, 0xffffffff, 32}, {7, 20, 24},
+        {CipherDES, 0, 8},      {CipherDES, 99, 8},     {CipherTripleDES, 8, 24},    {CipherCAST, 3, 5},
+        {CipherCAST, 11, 11},   {CipherCAST, 16, 16},   {CipherRC4, 0, 1},           {CipherRC4, 511, 511},
+        {CipherRC4, 600, 512},  {CipherRC2, 0, 1},      {CipherRC2, 128, 128},       {CipherRC2, 200, 128},
+        {CipherBlowfish, 7, 8}, {CipherBlowfish, 9, 9}, {CipherBlowfish, 57, 56},
+    };
+    for (const auto &[algorithm, wanted, given] : rows)
+        EXPECT_EQ(generateSymmetricKeyForAlgorithm(algorithm, wanted)->size(), given) << algorithm << ' ' << wanted;
+    EXPECT_EQ(generateSymmetricKeyForAlgorithm(CipherAES)->size(), 32U);
+    EXPECT_EQ(generateIVForAlgorithm(9)->size(), 16U);
+    EXPECT_EQ(generateHmacKeyForAlgorithm(5)->size(), 28U);
+    EXPECT_EQ(generateHmacKeyForAlgorithm(6)->size(), 0U);
+    EXPECT_NE(generateSecureRandomData(32), generateSecureRandomData(32));
+}
+
+TEST(AFAES, KeepsKeyAndVector)
+{
+    auto &aes = AFAES::sharedAFAES();
+    EXPECT_EQ(aes.key()->size(), 32U);
+    EXPECT_EQ(aes.iv()->size(), 16U);
+    const Bytes plain(std::string_view("text"));
+    const Bytes key = hex(nist128);
+    const auto cipher = *aes.doCipher(plain, key, std::nullopt, CipherEncrypt);
+    EXPECT_EQ(aes.key(), key);
+    EXPECT_EQ(aes.iv(), Bytes(std::string(16, '\0')));
+    EXPECT_EQ(aes.doCipher(cipher, CipherDecrypt), plain);
+
+    EXPECT_EQ(aes.AES192Decrypt(cipher), plain) << "decryption takes the key as it is";
+    EXPECT_EQ(aes.AES128Encrypt(plain), cipher);
+    const auto sealed = aes.AES256Encrypt(plain);
+    EXPECT_EQ(aes.key()->size(), 32U);
+    EXPECT_EQ(aes.AES128Decrypt(sealed), plain);
+    aes.AES192Encrypt(plain);
+    EXPECT_EQ(aes.key()->size(), 24U);
+    EXPECT_FALSE(aes.doCipher(plain, std::nullopt, std::nullopt, CipherEncrypt));
+}
+
+TEST(PPAES, TakesTheFirst32BytesOfTheKeyText)
+{
+    const Bytes plain(std::string_view("text"));
+    const QString key(32, u'k');
+    const auto cipher = AES256EncryptWithKey(plain, key);
+    ASSERT_TRUE(cipher);
+    EXPECT_EQ(AES256DecryptWithKey(*cipher, key + u"tail"_s), plain);
+    EXPECT_EQ(cipher, crypt(CipherAES, Bytes(std::string(32, 'k')), {}, CipherEncrypt, plain, true, false));
+    EXPECT_FALSE(AES256EncryptWithKey(plain, key.chopped(1)));
+    EXPECT_TRUE(AES256EncryptWithKey(plain, QString(16, u'é'))) << "32 bytes of UTF-8";
+}
+
+} // namespace kelpay

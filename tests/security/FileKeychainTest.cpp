@@ -1,0 +1,200 @@
+#include "security/FileKeychain.h"
+#include "platform/Sqlite.h"
+#include "security/Random.h"
+#include "security/SealedValue.h"
+#include "security/SecStatus.h"
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <sys/stat.h>
+#include <thread>
+
+namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Content = KeychainStore::Content;
+
+class FileKeychainTest : public testing::Test
+{
+protected:
+    KeychainItem item(const QString &account, std::string_view value) const
+    {
+        KeychainItem made;
+        made.service = u"service"_s;
+        made.account = account;
+        made.value = Bytes(value);
+        return made;
+    }
+
+    KeychainMatch match(const QString &account) const
+    {
+        return {KeychainItemClass::GenericPassword, u"service"_s, std::nullopt, account};
+    }
+
+    // Reads through a store of its own, as another process would.
+    KeychainFound read(const QString &account) const
+    {
+        return FileKeychain(folder.path()).findOne(match(account), Content::Value);
+    }
+
+    std::unique_ptr<SqliteDatabase> database() const
+    {
+        return SqliteDatabase::open(folder.filePath(u"keychain.sqlite"_s),
+                                    SqliteDatabase::Durability::SurvivesPowerLoss, "");
+    }
+
+    Bytes sealed(const char *account) const
+    {
+        const auto file = database();
+        auto statement = file->prepare("SELECT value FROM items WHERE account = ?1");
+        statement.bind(1, std::string_view(account)).step();
+        return statement.bytes(0);
+    }
+
+    void setSealed(const char *account, const Bytes &value) const
+    {
+        const auto file = database();
+        auto statement = file->prepare("UPDATE items SET value = ?2 WHERE account = ?1");
+        EXPECT_TRUE(statement.bind(1, std::string_view(account)).bind(2, value).run());
+    }
+
+    void expectDamagedThenRepaired(const char *what)
+    {
+        SCOPED_TRACE(what);
+        EXPECT_EQ(read(u"a"_s).status, SecStatus::Decode);
+        EXPECT_EQ(store.findOne(match(u"a"_s), Content::Attributes).status, SecStatus::Success);
+        EXPECT_EQ(store.update(match(u"a"_s), Bytes(std::string_view("again"))), SecStatus::Success);
+        EXPECT_EQ(read(u"a"_s).items.at(0).value, Bytes(std::string_view("again")));
+    }
+
+    QTemporaryDir folder;
+    FileKeychain store{folder.path()};
+};
+
+Bytes flipped(const Bytes &bytes, std::size_t at)
+{
+    std::string text(bytes.view());
+    text[at] = static_cast<char>(text[at] ^ (1 << at % 8));
+    return Bytes(text);
+}
+
+} // namespace
+
+TEST(SealedValue, OpensOnlyWhatIsWhole)
+{
+    const Bytes key = *generateSecureRandomData(32);
+    const Bytes context(std::string_view("context"));
+    for (const std::size_t size : {0U, 1U, 15U, 16U, 100U}) {
+        const Bytes plain = *generateSecureRandomData(size);
+        const Bytes sealed = *sealValue(key, plain, context);
+        EXPECT_NE(sealed, sealValue(key, plain, context));
+        EXPECT_EQ(openValue(key, sealed, context), plain);
+        for (std::size_t at = 0; at < sealed.size(); ++at) {
+            EXPECT_FALSE(openValue(key, flipped(sealed, at), context)) << at;
+            EXPECT_FALSE(openValue(key, Bytes(sealed.data(), at), context)) << at;
+        }
+        for (std::size_t at = 0; at < key.size(); ++at) {
+            EXPECT_FALSE(openValue(flipped(key, at), sealed, context));
+            EXPECT_FALSE(openValue(Bytes(key.data(), at), sealed, context));
+        }
+        EXPECT_FALSE(openValue(key, sealed, flipped(context, 0)));
+        EXPECT_FALSE(openValue(key, sealed, Bytes()));
+    }
+}
+
+TEST_F(FileKeychainTest, KeepsValuesSealedInPrivateFiles)
+{
+    ::umask(0);
+    ASSERT_EQ(store.add({item(u"a"_s, "a secret that shows")}), SecStatus::Success);
+    EXPECT_EQ(read(u"a"_s).items.at(0).value, Bytes(std::string_view("a secret that shows")));
+    EXPECT_EQ(store.add({item(u"b"_s, "x"), item(u"a"_s, "y")}), SecStatus::DuplicateItem);
+    EXPECT_EQ(read(u"b"_s).status, SecStatus::ItemNotFound) << "all or none";
+    EXPECT_EQ(store.update(match(u"none"_s), Bytes()), SecStatus::ItemNotFound);
+    EXPECT_EQ(store.remove(match(u"none"_s)), SecStatus::ItemNotFound);
+
+    const auto names = QDir(folder.path()).entryList(QDir::Files);
+    EXPECT_GE(names.size(), 2);
+    for (const QString &name : names) {
+        struct stat info
+        {
+        };
+        EXPECT_EQ(::stat(QFile::encodeName(folder.filePath(name)).constData(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777U, 0600U) << name.toStdString();
+        QFile file(folder.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        EXPECT_FALSE(file.readAll().contains("secret that")) << name.toStdString();
+    }
+}
+
+TEST_F(FileKeychainTest, DamagedValuesAreNoticedAndCanBeOverwritten)
+{
+    ASSERT_EQ(store.add({item(u"a"_s, "value"), item(u"b"_s, "other")}), SecStatus::Success);
+    const std::size_t size = sealed("a").size();
+    for (std::size_t at = 0; at < size; ++at) {
+        setSealed("a", flipped(sealed("a"), at));
+        expectDamagedThenRepaired("flipped");
+        setSealed("a", Bytes(sealed("a").data(), at));
+        expectDamagedThenRepaired("cut");
+    }
+    setSealed("a", sealed("b"));
+    expectDamagedThenRepaired("another item's value");
+    EXPECT_EQ(read(u"b"_s).items.at(0).value, Bytes(std::string_view("other")));
+}
+
+TEST_F(FileKeychainTest, LostOrDamagedMasterKeyIsMadeAnew)
+{
+    const QString path = folder.filePath(u"keychain.key"_s);
+    ASSERT_EQ(store.add({item(u"a"_s, "value")}), SecStatus::Success);
+    ASSERT_TRUE(QFile::resize(path, 31));
+    expectDamagedThenRepaired("cut");
+    ASSERT_TRUE(QFile::remove(path));
+    expectDamagedThenRepaired("removed");
+    QFile key(path);
+    ASSERT_TRUE(key.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(key.putChar('\x55'));
+    key.close();
+    expectDamagedThenRepaired("flipped");
+    EXPECT_EQ(QFile(path).size(), 32);
+}
+
+TEST_F(FileKeychainTest, ManyStartingAtOnceAgreeOnTheKey)
+{
+    constexpr int count = 8;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([this, i] {
+            FileKeychain own(folder.path());
+            EXPECT_EQ(own.add({item(QString::number(i), "value")}), SecStatus::Success);
+        });
+    }
+    for (auto &thread : threads)
+        thread.join();
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(read(QString::number(i)).status, SecStatus::Success) << i;
+    const auto all = store.findAll({KeychainItemClass::GenericPassword, u"service"_s, {}, {}});
+    EXPECT_EQ(all.items.size(), static_cast<std::size_t>(count));
+}
+
+TEST_F(FileKeychainTest, PlaceThatCantBeHadIsNotAvailable)
+{
+    FileKeychain nowhere(folder.filePath(u"missing/folder"_s));
+    EXPECT_EQ(nowhere.add({item(u"a"_s, "x")}), SecStatus::NotAvailable);
+    EXPECT_EQ(nowhere.findOne(match(u"a"_s), Content::Value).status, SecStatus::NotAvailable);
+    EXPECT_EQ(nowhere.findAll(match(u"a"_s)).status, SecStatus::NotAvailable);
+    EXPECT_EQ(nowhere.update(match(u"a"_s), Bytes()), SecStatus::NotAvailable);
+    EXPECT_EQ(nowhere.remove(match(u"a"_s)), SecStatus::NotAvailable);
+    // A key that can't be read is never replaced.
+    ASSERT_TRUE(QDir(folder.path()).mkdir(u"keychain.key"_s));
+    EXPECT_EQ(store.add({item(u"a"_s, "x")}), SecStatus::NotAvailable);
+    QDir(folder.path()).rmdir(u"keychain.key"_s);
+    EXPECT_EQ(store.add({item(u"a"_s, "x")}), SecStatus::Success);
+}
+
+} // namespace kelpay

@@ -1,0 +1,129 @@
+#include "TestIdentity.h"
+
+#include "security/OpenSsl.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+namespace kelpay::test {
+
+namespace {
+
+using openssl::Certificate;
+using openssl::Pkey;
+
+Pkey makeKey(int bits)
+{
+    return Pkey(EVP_PKEY_Q_keygen(openssl::libraryContext(), nullptr, "RSA", static_cast<std::size_t>(bits)));
+}
+
+struct Subject
+{
+    const char *name;
+    EVP_PKEY *key;
+};
+
+Certificate sign(const Subject &subject, const Subject &issuer, const IdentityRecipe &recipe)
+{
+    Certificate certificate(X509_new());
+    static long serial = 0;
+    ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), ++serial);
+    X509_set_version(certificate.get(), X509_VERSION_3);
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), recipe.notBefore);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), recipe.notAfter);
+    const auto addName = [](X509_NAME *name, const char *text) {
+        X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char *>(text), -1, -1, 0);
+    };
+    addName(X509_get_subject_name(certificate.get()), subject.name);
+    addName(X509_get_issuer_name(certificate.get()), issuer.name);
+    X509_set_pubkey(certificate.get(), subject.key);
+    X509_sign(certificate.get(), issuer.key, EVP_sha256());
+    return certificate;
+}
+
+Bytes der(X509 *certificate)
+{
+    unsigned char *out = nullptr;
+    const int length = i2d_X509(certificate, &out);
+    const Bytes bytes(out, static_cast<std::size_t>(length));
+    OPENSSL_free(out);
+    return bytes;
+}
+
+} // namespace
+
+Bytes makeIdentity(const IdentityRecipe &recipe)
+{
+    const openssl::ThreadDefaultContext ours;
+    const Pkey key = makeKey(recipe.bits);
+    const Pkey rootKey = makeKey(recipe.hasIssuers ? 2048 : 512);
+    const Pkey middleKey = makeKey(recipe.hasIssuers ? 2048 : 512);
+    const Subject leaf{"leaf", key.get()};
+    const Subject middle{"middle", middleKey.get()};
+    const Subject root{"root", rootKey.get()};
+    const Certificate certificate = sign(leaf, recipe.hasIssuers ? middle : leaf, recipe);
+    const openssl::Certificates others(sk_X509_new_null());
+    if (recipe.hasIssuers) {
+        sk_X509_push(others.get(), sign(root, root, recipe).release());
+        sk_X509_push(others.get(), sign(middle, root, recipe).release());
+    }
+    int keyCipher = NID_aes_256_cbc;
+    int certificateCipher = NID_aes_256_cbc;
+    if (recipe.encryption != IdentityRecipe::Encryption::Aes256)
+        keyCipher = certificateCipher = NID_pbe_WithSHA1And3_Key_TripleDES_CBC;
+    if (recipe.encryption == IdentityRecipe::Encryption::Rc2AndTripleDes)
+        certificateCipher = NID_pbe_WithSHA1And40BitRC2_CBC;
+    const openssl::Pkcs12 file(PKCS12_create_ex(recipe.password.c_str(), "test", recipe.hasKey ? key.get() : nullptr,
+                                                certificate.get(), others.get(), keyCipher, certificateCipher, 2048,
+                                                2048, 0, openssl::libraryContext(), nullptr));
+    if (!file)
+        qFatal("a test identity can't be made");
+    unsigned char *out = nullptr;
+    const int length = i2d_PKCS12(file.get(), &out);
+    const Bytes bytes(out, static_cast<std::size_t>(length));
+    OPENSSL_free(out);
+    return bytes;
+}
+
+Bytes makeCertificate(int bits)
+{
+    const openssl::ThreadDefaultContext ours;
+    const Pkey key = makeKey(bits);
+    const Subject self{"self", key.get()};
+    return der(sign(self, self, {}).get());
+}
+
+InstalledIdentity::InstalledIdentity(const Bytes &file)
+{
+    QTemporaryDir folder;
+    folder.setAutoRemove(false);
+    m_folder = folder.path();
+    replace(file);
+    qputenv("KELPAY_RESOURCES", QFile::encodeName(m_folder));
+}
+
+InstalledIdentity::~InstalledIdentity()
+{
+    qunsetenv("KELPAY_RESOURCES");
+    QDir(m_folder).removeRecursively();
+}
+
+void InstalledIdentity::replace(const Bytes &file) const
+{
+    QFile out(path());
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate) || out.write(file.toByteArray()) < 0)
+        qFatal("a test identity can't be written");
+}
+
+void InstalledIdentity::remove() const
+{
+    QFile::remove(path());
+}
+
+QString InstalledIdentity::path() const
+{
+    return m_folder + QStringLiteral("/IOSNewCert.pfx");
+}
+
+} // namespace kelpay::test

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/Bytes.h"
+
+#include <QString>
+
+#include <string>
+
+namespace kelpay::test {
+
+/// What a client certificate file is made with.
+struct IdentityRecipe
+{
+    int bits = 2048;
+    /// Seconds from now.
+    long notBefore = -3600;
+    long notAfter = 3600;
+    std::string password = "qwpLumaXYT@#781";
+    enum class Encryption { Aes256, TripleDes, Rc2AndTripleDes } encryption = Encryption::Aes256;
+    /// Signed by an intermediate and a root, both in the file, in an order that is not the chain's.
+    bool hasIssuers = false;
+    bool hasKey = true;
+};
+
+/// A PKCS#12 file.
+Bytes makeIdentity(const IdentityRecipe &recipe = {});
+/// A self-signed certificate in DER form.
+Bytes makeCertificate(int bits = 2048);
+
+/// A folder that lies over the SDK's bundle while this lives, with `file` as the client certificate.
+class InstalledIdentity
+{
+public:
+    explicit InstalledIdentity(const Bytes &file);
+    ~InstalledIdentity();
+    InstalledIdentity(const InstalledIdentity &) = delete;
+    InstalledIdentity &operator=(const InstalledIdentity &) = delete;
+
+    void replace(const Bytes &file) const;
+    void remove() const;
+    QString path() const;
+
+private:
+    QString m_folder;
+};
+
+} // namespace kelpay::test

@@ -1,0 +1,162 @@
+#include "Screens.h"
+
+#include "ui/components/ProgressOverlay.h"
+#include "ui/components/RootViewController.h"
+#include "ui/components/Storyboard.h"
+#include "ui/payment/ViewUtils.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace kelpay {
+namespace {
+
+class ComponentsTest : public ScreenTest
+{
+protected:
+    static RootViewController &root() { return RootViewController::shared(); }
+    static std::unique_ptr<ViewController> scene()
+    {
+        return ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+    }
+};
+
+TEST_F(ComponentsTest, presentsAndDismissesAlongTheChain)
+{
+    storeToken();
+    EXPECT_EQ(ViewUtils::topMostViewController(), &root());
+    int completions = 0;
+    root().present(scene(), true, [&] { ++completions; });
+    ASSERT_TRUE(waitFor([&] { return completions == 1; }));
+    ViewController *first = root().presentedViewController();
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first->presentingViewController(), &root());
+    EXPECT_EQ(ViewUtils::topMostViewController(), first);
+
+    first->present(scene(), false, [&] { ++completions; });
+    ASSERT_TRUE(waitFor([&] { return completions == 2; }));
+    EXPECT_EQ(ViewUtils::topMostViewController(), first->presentedViewController());
+
+    ViewUtils::topMostViewController()->dismiss(true, [&] { ++completions; });
+    ASSERT_TRUE(waitFor([&] { return completions == 3; }));
+    EXPECT_EQ(ViewUtils::topMostViewController(), first);
+    static_cast<NavigationController *>(first)->topViewController()->dismiss(false, [&] { ++completions; });
+    ASSERT_TRUE(waitFor([&] { return completions == 4; }));
+    root().dismiss(true, [&] { ++completions; });
+    ASSERT_TRUE(waitFor([&] { return completions == 5; }));
+    EXPECT_EQ(ViewUtils::topMostViewController(), &root());
+    EXPECT_FALSE(ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("NoView")));
+}
+
+TEST_F(ComponentsTest, goesWithTheHostsWindow)
+{
+    storeToken({{QStringLiteral("wb"), QStringLiteral("100")}});
+    presentPayment();
+    ProgressOverlay::show();
+    settle(20);
+    loseWindow();
+    settle(100);
+    EXPECT_EQ(ViewUtils::topMostViewController(), &root());
+    ProgressOverlay::dismiss();
+    EXPECT_TRUE(outcomes().empty());
+}
+
+TEST_F(ComponentsTest, opensAWindowOfItsOwnWhereTheHostHasNone)
+{
+    storeToken();
+    presentPayment(false);
+    ASSERT_TRUE(navigation());
+    QQuickWindow *own = navigation()->viewIfLoaded()->window();
+    ASSERT_TRUE(own);
+    EXPECT_EQ(own->modality(), Qt::ApplicationModal);
+    own->close();
+    ASSERT_TRUE(waitFor([&] { return !navigation() && QGuiApplication::topLevelWindows().isEmpty(); }));
+    ASSERT_EQ(outcomes().size(), 1U);
+    EXPECT_EQ(outcomes()[0].code, QStringLiteral("2525342"));
+}
+
+TEST_F(ComponentsTest, givesTheHostItsFocusBack)
+{
+    QQuickItem field(window()->contentItem());
+    field.forceActiveFocus();
+    storeToken();
+    presentPayment();
+    EXPECT_NE(window()->activeFocusItem(), &field);
+    navigation()->dismiss(true);
+    settle();
+    EXPECT_EQ(window()->activeFocusItem(), &field);
+}
+
+TEST_F(ComponentsTest, overlayLetsTheHostsInputThroughAndCoversOnlyScreens)
+{
+    struct Clicked : QQuickItem
+    {
+        explicit Clicked(QQuickItem *parent) : QQuickItem(parent)
+        {
+            setAcceptedMouseButtons(Qt::LeftButton);
+            setSize(QSizeF(375, 812));
+        }
+        void mousePressEvent(QMouseEvent *) override { ++clicks; }
+        int clicks = 0;
+    } host(window()->contentItem());
+    ProgressOverlay::show();
+    ProgressOverlay::show(QStringLiteral("در حال بررسی پرداخت"), {});
+    settle(50);
+    ASSERT_TRUE(item(QStringLiteral("progressOverlay")));
+    click(QStringLiteral("progressOverlay"));
+    EXPECT_EQ(host.clicks, 1);
+    ProgressOverlay::dismiss();
+    settle(50);
+    EXPECT_FALSE(item(QStringLiteral("progressOverlay")));
+
+    storeToken();
+    presentPayment();
+    ProgressOverlay::show();
+    settle(50);
+    click(QStringLiteral("verifyButton"));
+    EXPECT_EQ(navigation()->banner()->message(), QString());
+    EXPECT_FALSE(item(QStringLiteral("verifyButton"))->isEnabled());
+    click(QStringLiteral("cancelButton"));
+    ASSERT_EQ(outcomes().size(), 1U);
+    EXPECT_EQ(host.clicks, 1);
+}
+
+TEST_F(ComponentsTest, bannerShowsOneMessageAtATime)
+{
+    NotificationBanner banner;
+    QSignalSpy lowered(&banner, &NotificationBanner::loweredChanged);
+    banner.show(QStringLiteral("a"));
+    banner.show(QStringLiteral("b"));
+    EXPECT_EQ(banner.message(), QStringLiteral("a"));
+    EXPECT_TRUE(banner.isLowered());
+    settle(2200);
+    EXPECT_TRUE(banner.isLowered());
+    ASSERT_TRUE(waitFor([&] { return !banner.isLowered(); }, 400));
+    EXPECT_TRUE(banner.isAnimating());
+    ASSERT_TRUE(waitFor([&] { return !banner.isAnimating(); }, 600));
+    banner.show(QStringLiteral("c"));
+    EXPECT_EQ(banner.message(), QStringLiteral("c"));
+    EXPECT_EQ(lowered.size(), 3);
+}
+
+TEST_F(ComponentsTest, alertIsAnsweredOnce)
+{
+    AlertView alert;
+    QStringList answers;
+    alert.addButton(QStringLiteral("a"), [&] { answers += QStringLiteral("a"); });
+    alert.setCancelButton(QStringLiteral("c"), [&] { answers += QStringLiteral("c"); });
+    alert.press(0);
+    EXPECT_TRUE(answers.isEmpty());
+    alert.show(QStringLiteral("t"), QStringLiteral("m"));
+    alert.press(1);
+    EXPECT_TRUE(alert.isShown());
+    alert.press(0);
+    alert.pressCancel();
+    EXPECT_EQ(answers, QStringList{QStringLiteral("a")});
+    alert.show(QStringLiteral("t"), QStringLiteral("m"));
+    alert.pressCancel();
+    EXPECT_EQ(answers.size(), 2);
+}
+
+} // namespace
+} // namespace kelpay

@@ -1,0 +1,101 @@
+#include "ui/payment/Countdown.h"
+#include "ui/payment/PaymentDetail.h"
+#include "ui/payment/PickerViewDelegate.h"
+#include "ui/payment/SavedCard.h"
+#include "ui/payment/ViewUtils.h"
+
+#include <QColor>
+#include <QSignalSpy>
+#include <gtest/gtest.h>
+
+namespace kelpay {
+namespace {
+
+TEST(PaymentDetailTest, hasNineFieldsInEachForm)
+{
+    const PaymentDetail detail{QStringLiteral("501"), QStringLiteral("tok"), QStringLiteral("R9"), QStringLiteral("T1"),
+                               QStringLiteral("T2")};
+    const QString card = QStringLiteral("6037991234567893");
+    EXPECT_EQ(detail.simple(card, QStringLiteral("12345")),
+              QStringLiteral("501|tok|6037991234567893|12345|5|NA|NA|R9|T1"));
+    EXPECT_EQ(detail.full(card, QStringLiteral("12345"), QStringLiteral("123"), QStringLiteral("99/05")),
+              QStringLiteral("501|tok|6037991234567893|12345|59|123|9905|R9|T2"));
+    EXPECT_EQ(detail.wallet(), QStringLiteral("501|tok|NA|NA|99|NA|NA|R9|T1"));
+}
+
+TEST(PaymentDetailTest, showsWhatIsMissing)
+{
+    const PaymentDetail onlyTb{std::nullopt, std::nullopt, std::nullopt, std::nullopt, QStringLiteral("T2")};
+    EXPECT_EQ(onlyTb.wallet(), QStringLiteral("(null)|(null)|NA|NA|99|NA|NA|(null)|T2"));
+    EXPECT_EQ(onlyTb.simple(std::nullopt, QStringLiteral("1")),
+              QStringLiteral("(null)|(null)|(null)|1|5|NA|NA|(null)|(null)"));
+}
+
+TEST(CountdownTest, runsTenMinutesAndTwoSeconds)
+{
+    Countdown countdown;
+    for (int tick = 1; tick <= 600; ++tick) {
+        ASSERT_EQ(countdown.fire(), Countdown::Tick::Shown) << tick;
+        const int left = 600 - tick;
+        EXPECT_EQ(countdown.text(), QString::asprintf("%d دقیقه و %02d ثانیه", left / 60, left % 60));
+    }
+    EXPECT_EQ(countdown.fire(), Countdown::Tick::Silent);
+    EXPECT_EQ(countdown.fire(), Countdown::Tick::Over);
+}
+
+TEST(SavedCardTest, readsAllPartsButTheLast)
+{
+    const auto cards = SavedCard::fromList(QStringLiteral("11.d.603799***1234.0512;12.n.621986***1.;tail.d.x.y"));
+    ASSERT_EQ(cards.size(), 2U);
+    EXPECT_EQ(cards[0].panID, QStringLiteral("11"));
+    EXPECT_TRUE(cards[0].isDefault);
+    EXPECT_EQ(SavedCard::slashed(cards[0].expiry), QStringLiteral("05/12"));
+    EXPECT_EQ(cards[1].pan, QStringLiteral("621986***1"));
+    EXPECT_FALSE(cards[1].isDefault);
+    EXPECT_EQ(SavedCard::slashed(cards[1].expiry), QString());
+
+    for (const auto *malformed : {"", "one", "a.b.c;", ";", "a.b.c;;"})
+        EXPECT_TRUE(SavedCard::fromList(QString::fromLatin1(malformed)).empty()) << malformed;
+    EXPECT_EQ(SavedCard::fromList(QStringLiteral("broken;7.n.603799***1.0101;")).size(), 1U);
+}
+
+TEST(PickerViewDelegateTest, postsAChosenCardButNotTheFirstRow)
+{
+    PickerViewDelegate &picker = PickerViewDelegate::sharedInstance();
+    picker.setCards(SavedCard::fromList(QStringLiteral("11.d.603799***1234.0512;12.n.621986***1.;")));
+    EXPECT_EQ(picker.panArray().front(), QStringLiteral("انتخاب شماره کارت"));
+    EXPECT_EQ(picker.panIdArray(), QStringList({QStringLiteral("Nil"), QStringLiteral("11"), QStringLiteral("12")}));
+    EXPECT_EQ(picker.panExpArray(), QStringList({QStringLiteral("Nil"), QStringLiteral("0512"), QString()}));
+
+    QSignalSpy posted(&picker, &PickerViewDelegate::cardSet);
+    for (const int row : {0, -1, 3})
+        picker.didSelectRow(row);
+    EXPECT_TRUE(posted.isEmpty());
+    picker.didSelectRow(1);
+    picker.didSelectRow(2);
+    ASSERT_EQ(posted.size(), 2);
+    EXPECT_EQ(posted[0],
+              QVariantList({QStringLiteral("11"), QStringLiteral("603799***1234"), QStringLiteral("05/12")}));
+    EXPECT_EQ(posted[1].at(2).toString(), QString());
+}
+
+TEST(ViewUtilsTest, readsColours)
+{
+    EXPECT_EQ(ViewUtils::blueKELColor(), QColor(21, 63, 143));
+    EXPECT_EQ(ViewUtils::magentaKELColor(), QColor(212, 0, 111));
+    const struct
+    {
+        const char *text;
+        QColor colour;
+    } cases[] = {{"#", Qt::black},
+                 {"", Qt::black},
+                 {"#zz", Qt::black},
+                 {"x0000fF", QColor(0, 0, 255)},
+                 {"#12g456", QColor(0, 0, 18)},
+                 {"#ff010203", QColor(1, 2, 3)}};
+    for (const auto &[text, colour] : cases)
+        EXPECT_EQ(ViewUtils::colorFromHexString(QString::fromLatin1(text)), colour) << text;
+}
+
+} // namespace
+} // namespace kelpay

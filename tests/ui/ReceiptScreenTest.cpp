@@ -1,0 +1,126 @@
+#include "Screens.h"
+
+#include "platform/Dispatch.h"
+#include "platform/UserDefaults.h"
+#include "security/CoreKeychain.h"
+#include "ui/payment/ViewUtils.h"
+#include "ui/receipt/ReceiptViewController.h"
+
+namespace kelpay {
+namespace {
+
+class ReceiptScreenTest : public ScreenTest
+{
+protected:
+    /// A payment that went through to its receipt.
+    ReceiptViewController *pay(const QJsonObject &stored, bool ok = true)
+    {
+        storeToken();
+        PaymentViewController *screen = presentPayment();
+        screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
+        screen->form()->setPin(QStringLiteral("12345"));
+        screen->verifyPayment();
+        storePaymentAnswer(stored);
+        answer(ok, QStringLiteral("پیام"), QStringLiteral("51"));
+        return qobject_cast<ReceiptViewController *>(navigation()->topViewController());
+    }
+};
+
+TEST_F(ReceiptScreenTest, showsTheReceipt)
+{
+    ReceiptViewController *receipt = pay(paidAnswer());
+    ASSERT_TRUE(receipt);
+    EXPECT_EQ(receipt->statusText(), QStringLiteral("پرداخت موفق"));
+    EXPECT_EQ(receipt->merchantText(), QStringLiteral("پذیرنده :  فروشگاه"));
+    EXPECT_EQ(receipt->amountText(), QStringLiteral("مبلغ\u200c : 1,250,000 ریال"));
+    EXPECT_EQ(receipt->descriptionText(),
+              QStringLiteral("کد پذیرنده : 1234\nشماره کارت : 6037991234567893\nبانک صادرکننده : بانک ملی\n"
+                             "شماره مرجع : M1\nشماره پیگیری : U1\nزمان تراکنش : ۱ آذر ۱۴۰۵"));
+    EXPECT_EQ(receipt->lineNames().size(), 6);
+    EXPECT_EQ(receipt->lineValues().at(1), QStringLiteral("6037991234567893"));
+    EXPECT_FALSE(item(QStringLiteral("cancelButton")));
+}
+
+TEST_F(ReceiptScreenTest, succeedsOnlyWithResultZeroAndATrace)
+{
+    const struct
+    {
+        QJsonObject answer;
+        bool success;
+    } cases[] = {{{{QStringLiteral("rc"), 0}, {QStringLiteral("ti"), 5}}, true},
+                 {{{QStringLiteral("rc"), 0}, {QStringLiteral("ti"), 0}}, false},
+                 {{{QStringLiteral("rc"), 0}}, false},
+                 {{{QStringLiteral("rc"), 3}, {QStringLiteral("ti"), 5}}, false},
+                 {{}, false}};
+    for (const auto &[stored, success] : cases) {
+        storePaymentAnswer(stored);
+        EXPECT_EQ(ReceiptViewController::PaymentData::gather().isSuccess(), success);
+    }
+    UserDefaults::standard().remove(QStringLiteral("pym"));
+    EXPECT_FALSE(ReceiptViewController::PaymentData::gather().isSuccess());
+}
+
+TEST_F(ReceiptScreenTest, reportsOnceAndClosesBothScreens)
+{
+    for (const bool success : {true, false}) {
+        const size_t before = outcomes().size();
+        ReceiptViewController *receipt =
+            pay(success ? paidAnswer()
+                        : QJsonObject{{QStringLiteral("rc"), 51}, {QStringLiteral("ds"), QStringLiteral("d")}},
+                success);
+        EXPECT_EQ(receipt->descriptionText().isEmpty(), false);
+        receipt->donePayment();
+        receipt->donePayment();
+        ASSERT_TRUE(waitFor([&] { return outcomes().size() > before && !navigation(); }));
+        settle();
+        ASSERT_EQ(outcomes().size(), before + 1);
+        const Outcome outcome = outcomes().back();
+        EXPECT_EQ(outcome.success, success);
+        EXPECT_FALSE(outcome.onMain);
+        EXPECT_EQ(outcome.code, success ? QStringLiteral("1") : QStringLiteral("51"));
+        EXPECT_EQ(outcome.description, success ? QStringLiteral("Successful") : QStringLiteral("پیام"));
+        EXPECT_EQ(outcome.reference, success ? QStringLiteral("U1") : QString());
+        EXPECT_EQ(outcome.merchantReference, success ? QStringLiteral("M1") : QString());
+    }
+}
+
+TEST_F(ReceiptScreenTest, keepsThePaymentScreenOfEightMerchants)
+{
+    const struct
+    {
+        const char *merchant;
+        bool stays;
+    } cases[] = {{"3086", true}, {"3014", true}, {"3085", false}};
+    for (const auto &[merchant, stays] : cases) {
+        const size_t before = outcomes().size();
+        ReceiptViewController *receipt = pay(paidAnswer());
+        CoreKeychain().setString(QString::fromLatin1(merchant), QStringLiteral("mid"));
+        receipt->donePayment();
+        ASSERT_TRUE(waitFor([&] { return outcomes().size() > before; }));
+        settle(500);
+        EXPECT_EQ(navigation() != nullptr, stays) << merchant;
+        if (!stays)
+            continue;
+        EXPECT_EQ(navigation()->viewControllers().size(), 1U);
+        click(QStringLiteral("cancelButton"));
+        EXPECT_EQ(outcomes().back().code, QStringLiteral("2525342"));
+        EXPECT_FALSE(navigation());
+    }
+}
+
+TEST_F(ReceiptScreenTest, reportsWhenTheWindowGoesWhileItCloses)
+{
+    pay(paidAnswer())->donePayment();
+    loseWindow();
+    ASSERT_TRUE(waitFor([&] { return !outcomes().empty(); }));
+    EXPECT_EQ(outcomes()[0].code, QStringLiteral("1"));
+}
+
+TEST_F(ReceiptScreenTest, convertsDates)
+{
+    EXPECT_EQ(ReceiptViewController::simpleDateConversion(QStringLiteral("2026-11-22")), QStringLiteral("۱ آذر ۱۴۰۵"));
+    EXPECT_EQ(ReceiptViewController::simpleDateConversion(QStringLiteral("soon")), QString());
+}
+
+} // namespace
+} // namespace kelpay

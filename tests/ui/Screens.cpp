@@ -1,0 +1,141 @@
+#include "Screens.h"
+
+#include "device/HostProfile.h"
+#include "platform/Dispatch.h"
+#include "platform/UserDefaults.h"
+#include "security/CoreKeychain.h"
+#include "ui/components/RootViewController.h"
+#include "ui/components/Storyboard.h"
+#include "ui/payment/ViewUtils.h"
+
+#include <QTest>
+
+namespace kelpay {
+
+ScreenTest::ScreenTest() : m_window(std::make_unique<QQuickWindow>())
+{
+    m_window->setGeometry(0, 0, 375, 812);
+    m_window->show();
+    UserDefaults &defaults = UserDefaults::standard();
+    for (const auto *key : {"tkn", "pym", "crn", "ard"})
+        defaults.remove(QString::fromLatin1(key));
+    defaults.setString(QStringLiteral("pcc"), QStringLiteral("501"));
+    CoreKeychain().setString(QStringLiteral("1234"), QStringLiteral("mid"));
+    HostProfile::shared().setPaymentStatusBlock([this](bool success, const QString &code, const QString &description,
+                                                       const QString &reference, const QString &merchantReference) {
+        const std::lock_guard lock(m_mutex);
+        m_outcomes.push_back({success, code, description, reference, merchantReference, Dispatch::isMain()});
+    });
+}
+
+ScreenTest::~ScreenTest()
+{
+    HostProfile::shared().setPaymentStatusBlock({});
+    if (RootViewController::shared().presentedViewController())
+        RootViewController::shared().dismiss(false);
+    settle(20);
+}
+
+void ScreenTest::storeToken(const QJsonObject &changes)
+{
+    QJsonObject rd{
+        {QStringLiteral("amn"), QStringLiteral("1250000")}, {QStringLiteral("t"), QStringLiteral("tok")},
+        {QStringLiteral("ta"), QStringLiteral("T1")},       {QStringLiteral("tb"), QStringLiteral("T2")},
+        {QStringLiteral("rn"), QStringLiteral("R9")},       {QStringLiteral("mn"), QStringLiteral("فروشگاه")},
+        {QStringLiteral("ttl"), QStringLiteral("خرید")},    {QStringLiteral("wb"), QStringLiteral("NA")}};
+    for (auto change = changes.begin(); change != changes.end(); ++change)
+        rd.insert(change.key(), change.value());
+    const QJsonObject token{{QStringLiteral("rc"), 0},
+                            {QStringLiteral("ard"), QJsonObject{{QStringLiteral("r"), QStringLiteral("77")}}},
+                            {QStringLiteral("rd"), rd}};
+    UserDefaults::standard().setData(QStringLiteral("tkn"), BaseClass::modelObject(token).archived());
+}
+
+void ScreenTest::storePaymentAnswer(const QJsonObject &answer)
+{
+    UserDefaults::standard().setData(QStringLiteral("pym"), BaseClassp::modelObject(answer).archived());
+}
+
+QJsonObject ScreenTest::paidAnswer()
+{
+    return {{QStringLiteral("rc"), 0},
+            {QStringLiteral("ti"), 12},
+            {QStringLiteral("st"), QStringLiteral("2026-11-22 10:00:00")},
+            {QStringLiteral("rd"), QJsonObject{{QStringLiteral("urn"), QStringLiteral("U1")},
+                                               {QStringLiteral("mrn"), QStringLiteral("M1")}}}};
+}
+
+PaymentViewController *ScreenTest::presentPayment(bool withWindow)
+{
+    if (!withWindow)
+        loseWindow();
+    auto scene = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+    auto *screen =
+        qobject_cast<PaymentViewController *>(static_cast<NavigationController &>(*scene).topViewController());
+    screen->setPaymentSender([this](const QString &detail, CoreNetworking::ResponseBlock block) {
+        sent.append(detail);
+        m_block = std::move(block);
+    });
+    ViewUtils::topMostViewController()->present(std::move(scene), true);
+    settle();
+    return screen;
+}
+
+void ScreenTest::answer(bool ok, const QString &message, const QString &code)
+{
+    // As in life: on a thread of the network.
+    Dispatch::transfer([block = m_block, ok, message, code] { block(ok, message, code); });
+    settle(500);
+}
+
+NavigationController *ScreenTest::navigation() const
+{
+    return qobject_cast<NavigationController *>(RootViewController::shared().presentedViewController());
+}
+
+QQuickItem *ScreenTest::item(const QString &objectName) const
+{
+    std::vector<QQuickItem *> open{m_window->contentItem()};
+    while (!open.empty()) {
+        QQuickItem *candidate = open.back();
+        open.pop_back();
+        if (candidate->objectName() == objectName && candidate->isVisible())
+            return candidate;
+        for (QQuickItem *child : candidate->childItems())
+            open.push_back(child);
+    }
+    return nullptr;
+}
+
+void ScreenTest::click(const QString &objectName)
+{
+    QQuickItem *target = item(objectName);
+    ASSERT_TRUE(target) << qPrintable(objectName);
+    const QPointF centre = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
+    QTest::mouseClick(m_window.get(), Qt::LeftButton, {}, centre.toPoint());
+    settle();
+}
+
+void ScreenTest::type(const QString &text)
+{
+    for (const QChar character : text)
+        QTest::sendKeyEvent(QTest::Click, m_window.get(), Qt::Key_unknown, QString(character), Qt::NoModifier);
+}
+
+std::vector<Outcome> ScreenTest::outcomes() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_outcomes;
+}
+
+bool ScreenTest::waitFor(const std::function<bool()> &condition, int milliseconds)
+{
+    return QTest::qWaitFor(condition, milliseconds);
+}
+
+void ScreenTest::settle(int milliseconds)
+{
+    QTest::qWait(milliseconds);
+}
+
+} // namespace kelpay

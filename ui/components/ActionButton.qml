@@ -1,0 +1,40 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// The one main action of a screen.
+T.Button {
+    id: button
+
+    property color fill: Theme.blue
+
+    implicitWidth: implicitContentWidth + 4 * Theme.margin
+    implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + 2 * Theme.spacing)
+    focusPolicy: Qt.StrongFocus
+    font.family: Theme.boldFamily
+    font.bold: true
+    font.pixelSize: Theme.bodySize + 1
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    background: Rectangle {
+        radius: Theme.radius
+        color: button.down ? Qt.darker(button.fill, 1.25) : button.hovered ? Qt.darker(button.fill, 1.1) : button.fill
+        opacity: button.enabled ? 1 : 0.5
+    }
+    contentItem: Text {
+        text: button.text
+        color: "white"
+        font: button.font
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+        wrapMode: Text.Wrap
+    }
+
+    FocusRing {
+        shown: button.visualFocus
+    }
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: if (enabled) clicked()
+}

@@ -1,0 +1,43 @@
+import QtQuick
+
+/// Stands at the bottom of a screen in the place of an on-screen keyboard, and takes taps so that nothing below does.
+FocusScope {
+    id: sheet
+
+    property bool shown: false
+    default property alias content: holder.data
+
+    width: parent.width
+    y: shown ? parent.height - height : parent.height
+    visible: y < parent.height
+    enabled: shown
+
+    Behavior on y {
+        NumberAnimation {
+            duration: Theme.motion
+            easing.type: Easing.OutCubic
+        }
+    }
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.surface
+    }
+    MouseArea {
+        anchors.fill: parent
+    }
+    Rectangle {
+        width: parent.width
+        height: 1
+        color: Theme.line
+    }
+    Item {
+        id: holder
+        anchors {
+            top: parent.top
+            bottom: parent.bottom
+            horizontalCenter: parent.horizontalCenter
+        }
+        width: Math.min(parent.width, Theme.columnWidth)
+    }
+}

@@ -1,0 +1,103 @@
+#include "NavigationController.h"
+
+#include "ScreenFrame.h"
+#include "platform/Dispatch.h"
+
+namespace kelpay {
+
+NavigationController::NavigationController(std::unique_ptr<ViewController> root, QObject *parent)
+    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/NavigationView.qml")), parent)
+{
+    adopt(root.release());
+}
+
+NavigationController::~NavigationController()
+{
+    // All views go before any controller that they bind to.
+    for (ViewController *controller : m_stack)
+        controller->unloadView();
+    unloadView();
+    qDeleteAll(m_stack);
+}
+
+void NavigationController::adopt(ViewController *controller)
+{
+    controller->setParent(this);
+    controller->m_navigation = this;
+    m_stack.push_back(controller);
+}
+
+QQuickItem *NavigationController::container() const
+{
+    return viewIfLoaded() ? viewIfLoaded()->property("container").value<QQuickItem *>() : nullptr;
+}
+
+void NavigationController::setCovered(bool covered)
+{
+    if (m_covered == covered)
+        return;
+    m_covered = covered;
+    Q_EMIT coveredChanged();
+}
+
+void NavigationController::viewWillAppear()
+{
+    ViewController *root = topViewController();
+    if (!root->m_frame && root->view()) {
+        root->m_frame = std::make_unique<ScreenFrame>(root->view(), container(), ScreenFrame::Edge::Side);
+        root->m_frame->enter(false);
+    }
+    root->viewWillAppear();
+}
+
+void NavigationController::viewDidAppear()
+{
+    topViewController()->viewDidAppear();
+}
+
+void NavigationController::push(std::unique_ptr<ViewController> controller, bool animated, Completion completion)
+{
+    const QPointer<ViewController> covered = topViewController();
+    const QPointer<ViewController> pushed = controller.release();
+    adopt(pushed);
+    if (container() && pushed->view()) {
+        pushed->m_frame = std::make_unique<ScreenFrame>(pushed->view(), container(), ScreenFrame::Edge::Side);
+        pushed->viewWillAppear();
+        pushed->m_frame->enter(animated);
+    }
+    Q_EMIT topViewControllerChanged();
+    const std::chrono::milliseconds duration(animated ? transitionMilliseconds : 0);
+    Dispatch::mainAfter(duration, [covered, pushed, completion = std::move(completion)] {
+        if (pushed && pushed->m_frame) {
+            pushed->viewDidAppear();
+            if (covered && covered->m_frame && pushed->m_navigation)
+                covered->m_frame->setVisible(false);
+        }
+        if (completion)
+            completion();
+    });
+}
+
+void NavigationController::pop(bool animated, Completion completion)
+{
+    QPointer<ViewController> leaving;
+    if (m_stack.size() > 1) {
+        leaving = m_stack.back();
+        m_stack.pop_back();
+        leaving->m_navigation = nullptr;
+        topViewController()->viewWillAppear();
+        if (topViewController()->m_frame)
+            topViewController()->m_frame->enter(false);
+        if (leaving->m_frame)
+            leaving->m_frame->leave(animated);
+        Q_EMIT topViewControllerChanged();
+    }
+    const std::chrono::milliseconds duration(animated ? transitionMilliseconds : 0);
+    Dispatch::mainAfter(duration, [leaving, completion = std::move(completion)] {
+        delete leaving;
+        if (completion)
+            completion();
+    });
+}
+
+} // namespace kelpay

@@ -1,0 +1,38 @@
+#include "NotificationBanner.h"
+
+namespace kelpay {
+
+namespace {
+
+constexpr std::chrono::milliseconds slide(300);
+constexpr std::chrono::milliseconds reading(2000);
+
+} // namespace
+
+NotificationBanner::NotificationBanner(QObject *parent) : QObject(parent)
+{
+    m_raise.setSingleShot(true);
+    m_raise.setInterval(slide + reading);
+    m_finish.setSingleShot(true);
+    m_finish.setInterval(slide);
+    connect(&m_raise, &QTimer::timeout, this, [this] {
+        m_lowered = false;
+        Q_EMIT loweredChanged();
+        m_finish.start();
+    });
+    connect(&m_finish, &QTimer::timeout, this, [this] { m_animating = false; });
+}
+
+void NotificationBanner::show(const QString &message)
+{
+    if (m_animating)
+        return;
+    m_message = message;
+    m_animating = true;
+    m_lowered = true;
+    Q_EMIT messageChanged();
+    Q_EMIT loweredChanged();
+    m_raise.start();
+}
+
+} // namespace kelpay

@@ -1,0 +1,141 @@
+#include "ProgressOverlay.h"
+
+#include "NavigationController.h"
+#include "RootViewController.h"
+#include "ScreenEngine.h"
+#include "Stage.h"
+
+#include <QQuickWindow>
+#include <QTimer>
+
+namespace kelpay {
+
+namespace {
+
+// What is shown follows what was asked for at the end of the event, so that a show and a dismiss in one go cost
+// nothing.
+class Overlay : public QObject
+{
+public:
+    static Overlay &shared()
+    {
+        static QPointer<Overlay> overlay;
+        if (!overlay) {
+            overlay = new Overlay;
+            overlay->setParent(&RootViewController::shared());
+        }
+        return *overlay;
+    }
+
+    void request(bool shown, const QString &status = {}, const QString &imageUrl = {})
+    {
+        m_shown = shown;
+        m_status = status;
+        m_imageUrl = imageUrl;
+        if (ScreenEngine::hasDisplay())
+            m_update.start();
+    }
+
+    bool isShown() const { return m_shown; }
+    QString status() const { return m_status; }
+
+private:
+    Overlay()
+    {
+        m_update.setSingleShot(true);
+        m_update.setInterval(0);
+        connect(&m_update, &QTimer::timeout, this, &Overlay::update);
+    }
+
+    void update()
+    {
+        clear();
+        if (!m_shown)
+            return;
+        ViewController *top = &RootViewController::shared();
+        while (top->presentedViewController())
+            top = top->presentedViewController();
+        if (auto *navigation = qobject_cast<NavigationController *>(top)) {
+            place(navigation->container());
+            m_covered = navigation;
+            m_covered->setCovered(true);
+        } else if (QWindow *host = Stage::hostWindow()) {
+            placeOver(host);
+        }
+    }
+
+    void clear()
+    {
+        delete m_panel;
+        m_window.reset();
+        if (m_covered)
+            m_covered->setCovered(false);
+        m_covered = nullptr;
+    }
+
+    void place(QQuickItem *parent)
+    {
+        m_panel = ScreenEngine::createItem(
+            QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ProgressPanel.qml")),
+            {{QStringLiteral("status"), m_status}, {QStringLiteral("imageUrl"), QUrl(m_imageUrl)}});
+        if (!m_panel)
+            return;
+        m_panel->setParent(parent);
+        m_panel->setParentItem(parent);
+    }
+
+    void placeOver(QWindow *host)
+    {
+        if (auto *window = qobject_cast<QQuickWindow *>(host)) {
+            place(window->contentItem());
+            return;
+        }
+        // No Qt Quick to draw in: a bare window over the host's, which lets all input through.
+        constexpr QSize size(280, 200);
+        m_window = std::make_unique<QQuickWindow>();
+        m_window->setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowTransparentForInput |
+                           Qt::WindowDoesNotAcceptFocus);
+        m_window->setColor(Qt::transparent);
+        m_window->setTransientParent(host);
+        m_window->setGeometry(QRect(host->geometry().center() - QPoint(size.width() / 2, size.height() / 2), size));
+        place(m_window->contentItem());
+        m_window->show();
+    }
+
+    bool m_shown = false;
+    QString m_status;
+    QString m_imageUrl;
+    QTimer m_update;
+    QPointer<QQuickItem> m_panel;
+    std::unique_ptr<QQuickWindow> m_window;
+    QPointer<NavigationController> m_covered;
+};
+
+} // namespace
+
+void ProgressOverlay::show()
+{
+    Overlay::shared().request(true);
+}
+
+void ProgressOverlay::show(const QString &status, const QString &imageUrl)
+{
+    Overlay::shared().request(true, status, imageUrl);
+}
+
+void ProgressOverlay::dismiss()
+{
+    Overlay::shared().request(false);
+}
+
+bool ProgressOverlay::isShown()
+{
+    return Overlay::shared().isShown();
+}
+
+QString ProgressOverlay::status()
+{
+    return Overlay::shared().status();
+}
+
+} // namespace kelpay

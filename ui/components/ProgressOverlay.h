@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+namespace kelpay {
+
+/// The one "please wait" of the process, over the top-most screen. Over the host's own window it lets all input
+/// through; over the SDK's screens it covers everything below the title bar. Any show replaces the former one. Main
+/// queue.
+class ProgressOverlay
+{
+public:
+    static void show();
+    /// With a text, and an image above it ("" for none).
+    static void show(const QString &status, const QString &imageUrl);
+    static void dismiss();
+    static bool isShown();
+    static QString status();
+};
+
+} // namespace kelpay

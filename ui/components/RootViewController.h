@@ -1,0 +1,31 @@
+#pragma once
+
+#include "ViewController.h"
+
+namespace kelpay {
+
+class Stage;
+
+/// Stands for the host's active window: what it presents covers that window, or gets a window of its own above it where
+/// the host has none of Qt Quick. When the host destroys its window, the screens go with it.
+class RootViewController : public ViewController
+{
+    Q_OBJECT
+
+public:
+    /// The one root of the process; made on first use, gone with the application object.
+    static RootViewController &shared();
+    ~RootViewController() override;
+
+    /// The surface that presented views stand on; opened over the host's active window when it is not open yet. Null
+    /// where there is no display.
+    QQuickItem *openStage();
+    void closeStageIfUnused();
+
+private:
+    RootViewController();
+
+    std::unique_ptr<Stage> m_stage;
+};
+
+} // namespace kelpay

@@ -1,0 +1,62 @@
+#include "ScreenEngine.h"
+
+#include "BundleImages.h"
+#include "platform/Log.h"
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+
+#include <memory>
+
+namespace kelpay {
+
+namespace {
+
+QQmlEngine *sharedEngine = nullptr;
+
+void deleteEngine()
+{
+    delete std::exchange(sharedEngine, nullptr);
+}
+
+} // namespace
+
+bool ScreenEngine::hasDisplay()
+{
+    return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
+}
+
+QQmlEngine &ScreenEngine::shared()
+{
+    if (!sharedEngine) {
+        sharedEngine = new QQmlEngine;
+        sharedEngine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        sharedEngine->addImageProvider(BundleImages::id(), new BundleImages);
+        qAddPostRoutine(deleteEngine);
+    }
+    return *sharedEngine;
+}
+
+QObject *ScreenEngine::create(const QUrl &file, const QVariantMap &properties)
+{
+    if (!hasDisplay())
+        return nullptr;
+    QQmlComponent component(&shared(), file);
+    std::unique_ptr<QObject> object(component.isReady() ? component.createWithInitialProperties(properties) : nullptr);
+    if (component.isError()) {
+        qCCritical(logScreen, "a screen can't be made: %ls", qUtf16Printable(component.errorString()));
+        return nullptr;
+    }
+    if (object)
+        QQmlEngine::setObjectOwnership(object.get(), QQmlEngine::CppOwnership);
+    return object.release();
+}
+
+QQuickItem *ScreenEngine::createItem(const QUrl &file, const QVariantMap &properties)
+{
+    return qobject_cast<QQuickItem *>(create(file, properties));
+}
+
+} // namespace kelpay

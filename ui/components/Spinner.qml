@@ -1,0 +1,37 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+
+/// A ring of dots that light up in turn; drawn from rectangles, so that every renderer shows it.
+Item {
+    id: spinner
+
+    property int step
+
+    implicitWidth: 36
+    implicitHeight: 36
+
+    NumberAnimation on step {
+        from: 0
+        to: 8
+        duration: 800
+        loops: Animation.Infinite
+        running: spinner.visible
+    }
+
+    Repeater {
+        model: 8
+
+        Rectangle {
+            required property int index
+            readonly property real angle: index * Math.PI / 4
+
+            x: spinner.width / 2 + Math.cos(angle) * 13 - width / 2
+            y: spinner.height / 2 + Math.sin(angle) * 13 - height / 2
+            width: 7
+            height: 7
+            radius: 3.5
+            color: Theme.blue
+            opacity: 1 - ((spinner.step - index + 8) % 8) / 9
+        }
+    }
+}

@@ -1,0 +1,39 @@
+import QtQuick
+import QtQuick.Templates as T
+
+/// A button of text alone, for bars and second choices.
+T.Button {
+    id: button
+
+    property color textColor: Theme.blue
+
+    implicitWidth: implicitContentWidth + 2 * Theme.margin
+    implicitHeight: 44
+    padding: 0
+    focusPolicy: Qt.StrongFocus
+    font.family: Theme.family
+    font.pixelSize: Theme.bodySize
+    Keys.onReturnPressed: clicked()
+    Keys.onEnterPressed: clicked()
+
+    background: Rectangle {
+        radius: Theme.smallRadius
+        color: button.textColor
+        opacity: button.down ? 0.16 : button.hovered ? 0.08 : 0
+    }
+    contentItem: Text {
+        text: button.text
+        color: button.textColor
+        font: button.font
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    FocusRing {
+        shown: button.visualFocus
+    }
+
+    Accessible.role: Accessible.Button
+    Accessible.name: text
+    Accessible.onPressAction: if (enabled) clicked()
+}

@@ -1,0 +1,113 @@
+#include "ViewController.h"
+
+#include "NavigationController.h"
+#include "RootViewController.h"
+#include "ScreenEngine.h"
+#include "ScreenFrame.h"
+#include "platform/Dispatch.h"
+#include "platform/Log.h"
+
+namespace kelpay {
+
+namespace {
+
+void afterTransition(bool animated, std::function<void()> task)
+{
+    Dispatch::mainAfter(std::chrono::milliseconds(animated ? ViewController::transitionMilliseconds : 0),
+                        std::move(task));
+}
+
+} // namespace
+
+ViewController::ViewController(const QUrl &view, QObject *parent) : QObject(parent), m_viewUrl(view) {}
+
+ViewController::~ViewController()
+{
+    unloadView();
+}
+
+void ViewController::unloadView()
+{
+    m_frame.reset();
+    delete m_view;
+}
+
+NavigationController *ViewController::navigationController() const
+{
+    return m_navigation;
+}
+
+QQuickItem *ViewController::view()
+{
+    if (!m_view && !m_viewUrl.isEmpty()) {
+        viewDidLoad();
+        m_view = ScreenEngine::createItem(m_viewUrl, {{QStringLiteral("controller"), QVariant::fromValue(this)}});
+        if (!m_view)
+            m_viewUrl.clear();
+    }
+    return m_view;
+}
+
+void ViewController::present(std::unique_ptr<ViewController> controller, bool animated, Completion completion)
+{
+    if (m_presented || !controller) {
+        qCWarning(logScreen, "nothing is presented: the screen presents one already, or there is no screen to present");
+        return;
+    }
+    QQuickItem *stage = RootViewController::shared().openStage();
+    QQuickItem *view = stage ? controller->view() : nullptr;
+    if (!view) {
+        qCWarning(logScreen, "nothing is presented: there is no display, or the screen has no view");
+        RootViewController::shared().closeStageIfUnused();
+        return;
+    }
+    m_presented = controller.release();
+    m_presented->setParent(this);
+    m_presented->m_presenting = this;
+    m_presented->m_frame = std::make_unique<ScreenFrame>(view, stage, ScreenFrame::Edge::Bottom);
+    m_presented->viewWillAppear();
+    m_presented->m_frame->enter(animated);
+    afterTransition(animated, [presented = QPointer(m_presented), completion = std::move(completion)] {
+        if (presented)
+            presented->viewDidAppear();
+        if (completion)
+            completion();
+    });
+}
+
+void ViewController::dismiss(bool animated, Completion completion)
+{
+    if (m_presented) {
+        const QPointer<ViewController> leaving = std::exchange(m_presented, nullptr);
+        leaving->m_presenting = nullptr;
+        leaving->m_frame->leave(animated);
+        afterTransition(animated, [leaving, completion = std::move(completion)] {
+            if (leaving) {
+                leaving->m_frame.reset();
+                leaving->deleteLater();
+            }
+            RootViewController::shared().closeStageIfUnused();
+            if (completion)
+                completion();
+        });
+    } else if (m_navigation && m_navigation->viewControllers().size() > 1 &&
+               m_navigation->topViewController() == this) {
+        m_navigation->pop(animated, std::move(completion));
+    } else if (m_navigation) {
+        m_navigation->dismiss(animated, std::move(completion));
+    } else if (m_presenting) {
+        m_presenting->dismiss(animated, std::move(completion));
+    } else if (completion) {
+        Dispatch::main(std::move(completion));
+    }
+}
+
+void ViewController::dropPresented()
+{
+    if (const QPointer<ViewController> lost = std::exchange(m_presented, nullptr)) {
+        lost->m_presenting = nullptr;
+        lost->deleteLater();
+    }
+}
+
+} // namespace kelpay

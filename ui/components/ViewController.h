@@ -1,0 +1,90 @@
+#pragma once
+
+#include "NotificationBanner.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QQuickItem>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+#include <functional>
+#include <memory>
+
+namespace kelpay {
+
+class NavigationController;
+class ScreenFrame;
+
+/// One screen: it holds every decision, its QML view binds to it as the required property `controller`. A controller
+/// owns the one it presents; a navigation controller owns its stack. All of it on the main queue. A controller that was
+/// dismissed, or whose window the host destroyed, is deleted later, from the event loop.
+class ViewController : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Screens are made in C++")
+    Q_PROPERTY(QString title READ title CONSTANT)
+    Q_PROPERTY(QString barButtonText READ barButtonText CONSTANT)
+    Q_PROPERTY(QString barButtonName READ barButtonName CONSTANT)
+    Q_PROPERTY(kelpay::NotificationBanner *banner READ banner CONSTANT)
+
+public:
+    using Completion = std::function<void()>;
+
+    /// `view` is the QML file of the view; an empty one has none.
+    explicit ViewController(const QUrl &view = {}, QObject *parent = nullptr);
+    ~ViewController() override;
+
+    /// Shows `controller` over this one and everything it shows. `completion` runs when it stands, also where no frame
+    /// is ever drawn. Dropped, with a log line, while this controller presents another or where there is no display.
+    void present(std::unique_ptr<ViewController> controller, bool animated, Completion completion = {});
+    /// Takes away what this controller presents; where it presents nothing, what was pushed leaves its stack, and any
+    /// other leaves its presenter. `completion` always runs, once, after the controller is gone from sight.
+    void dismiss(bool animated, Completion completion = {});
+
+    ViewController *presentedViewController() const { return m_presented; }
+    ViewController *presentingViewController() const { return m_presenting; }
+    NavigationController *navigationController() const;
+
+    /// The view, made on first use after viewDidLoad has filled the controller; null where the QML can't be made.
+    QQuickItem *view();
+    QQuickItem *viewIfLoaded() const { return m_view; }
+
+    /// Sets up the screen's state; runs once, before the view binds to it. Needs no window.
+    virtual void viewDidLoad() {}
+    virtual void viewWillAppear() {}
+    virtual void viewDidAppear() {}
+
+    /// What the navigation bar shows: a title, and a button at its start with an object name; "" for no button.
+    virtual QString title() const { return {}; }
+    virtual QString barButtonText() const { return {}; }
+    virtual QString barButtonName() const { return {}; }
+    Q_INVOKABLE virtual void barButtonPressed() {}
+    /// The person closes the window that the SDK opened for its screens.
+    virtual void closeRequested() { barButtonPressed(); }
+
+    NotificationBanner *banner() { return &m_banner; }
+
+    /// How long a screen slides in or out.
+    static constexpr int transitionMilliseconds = 250;
+
+protected:
+    /// Takes the presented controller away at once, without its window; what presents nothing does nothing.
+    void dropPresented();
+    /// Deletes the view. What the view binds to must outlive it: a destructor calls this before its members go.
+    void unloadView();
+
+private:
+    friend class NavigationController;
+
+    QUrl m_viewUrl;
+    QPointer<QQuickItem> m_view;
+    QPointer<ViewController> m_presented;
+    QPointer<ViewController> m_presenting;
+    NavigationController *m_navigation = nullptr; // owns this controller while set
+    std::unique_ptr<ScreenFrame> m_frame;
+    NotificationBanner m_banner;
+};
+
+} // namespace kelpay

@@ -1,0 +1,42 @@
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// Stands on the keyboard, or on the saved cards, while the card number is edited, and switches between the two.
+FocusScope {
+    id: bar
+
+    required property PaymentViewController controller
+
+    signal cardsWanted
+    signal keyboardWanted
+
+    width: parent.width
+    height: 50
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.accessory
+    }
+    MouseArea {
+        anchors.fill: parent
+    }
+    TextButton {
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        objectName: "savedCardsButton"
+        text: "کارت های پیشفرض"
+        textColor: "white"
+        visible: !bar.controller.isPanListShown
+        onClicked: bar.cardsWanted()
+    }
+    TextButton {
+        anchors.right: parent.right
+        anchors.verticalCenter: parent.verticalCenter
+        objectName: "keyboardButton"
+        text: "وارد کردن شماره کارت"
+        textColor: "white"
+        visible: bar.controller.isPanListShown
+        onClicked: bar.keyboardWanted()
+    }
+}

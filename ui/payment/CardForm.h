@@ -1,0 +1,129 @@
+#pragma once
+
+#include <QObject>
+#include <QStringList>
+#include <QUrl>
+#include <QtQml/qqmlregistration.h>
+
+#include <optional>
+
+namespace kelpay {
+
+struct SavedCard;
+
+/// The card data of the payment screen: what each field takes, which form applies, the bank of the number, the saved
+/// card in place of a number. Main queue.
+class CardForm : public QObject
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Belongs to the payment screen")
+    Q_PROPERTY(QString cardNumber READ cardNumber WRITE setCardNumber NOTIFY cardNumberChanged)
+    Q_PROPERTY(QString pin READ pin WRITE setPin NOTIFY pinChanged)
+    Q_PROPERTY(QString cvv2 READ cvv2 WRITE setCvv2 NOTIFY cvv2Changed)
+    Q_PROPERTY(QString expiration READ expiration NOTIFY expirationChanged)
+    Q_PROPERTY(bool isSimple READ isSimple NOTIFY isSimpleChanged)
+    Q_PROPERTY(bool isSettledDown READ isSettledDown NOTIFY cardChanged)
+    Q_PROPERTY(bool cardNumberEnabled READ isCardNumberEnabled NOTIFY cardChanged)
+    Q_PROPERTY(QUrl bankIcon READ bankIcon NOTIFY cardChanged)
+    Q_PROPERTY(QString bankName READ bankName NOTIFY cardChanged)
+    Q_PROPERTY(QString cardNumberFault READ cardNumberFault NOTIFY cardChanged)
+    Q_PROPERTY(QStringList years READ years CONSTANT)
+    Q_PROPERTY(QStringList months READ months CONSTANT)
+
+public:
+    enum Field { CardNumber = 1, Pin = 2, Cvv2 = 3 };
+    Q_ENUM(Field)
+
+    /// What the token answer says about cards.
+    struct Terms
+    {
+        std::optional<QString> ta;  ///< "NA": no PIN-only payments, the card rules are not asked.
+        std::optional<QString> bl;  ///< The card rules.
+        std::optional<QString> amn; ///< The amount.
+    };
+
+    using QObject::QObject;
+
+    void setTerms(const Terms &terms);
+    /// Puts the payer's default card in place; `isFixed` shows it in the number field, which then takes no input.
+    /// Without a card only the field is fixed.
+    void setDefaultCard(const SavedCard *card, bool isFixed);
+
+    /// Whether the field takes `replacement` for `length` characters from `location` on. For the card number this also
+    /// asks the card rules and names the bank, both by the text before the change.
+    bool shouldChangeCharacters(Field field, qsizetype location, qsizetype length, const QString &replacement);
+    /// The same for an edit known by its result. A saved card's number whose mask is gone is a new number: two edits.
+    bool acceptsText(Field field, const QString &text);
+    /// The person leaves the card number: a complete one is checked.
+    Q_INVOKABLE void cardNumberDidEndEditing();
+    void applySavedCard(const QString &panID, const QString &pan, const QString &exp);
+    Q_INVOKABLE void selectExpiry(int yearRow, int monthRow);
+
+    /// Whether the fields are long enough to be sent.
+    bool isComplete() const;
+    /// The saved card's identifier, or the number; std::nullopt for an identifier that is missing.
+    std::optional<QString> card() const;
+    /// Empties PIN and CVV2.
+    void clearSecrets();
+
+    QString cardNumber() const { return m_cardNumber; }
+    void setCardNumber(const QString &cardNumber);
+    QString pin() const { return m_pin; }
+    void setPin(const QString &pin);
+    QString cvv2() const { return m_cvv2; }
+    void setCvv2(const QString &cvv2);
+    QString expiration() const { return m_expiration; }
+    /// PIN only, no CVV2 and expiry.
+    bool isSimple() const { return m_isSimple; }
+    void setSimple(bool isSimple);
+    /// A saved card stands in place of a number.
+    bool isSettledDown() const { return m_isSettledDown; }
+    /// The number has passed its check, or is a saved card's.
+    bool isBeefStroganoff() const { return m_isBeefStroganoff; }
+    bool isCardNumberEnabled() const { return m_isCardNumberEnabled; }
+    QUrl bankIcon() const { return m_bankIcon; }
+    QString bankName() const { return m_bankName; }
+    QString cardNumberFault() const { return m_cardNumberFault; }
+    QStringList years() const;
+    QStringList months() const;
+
+Q_SIGNALS:
+    void cardNumberChanged();
+    void pinChanged();
+    void cvv2Changed();
+    void expirationChanged();
+    void isSimpleChanged();
+    void cardChanged();
+    /// Something to tell the payer.
+    void notified(const QString &message);
+
+private:
+    struct Edit
+    {
+        QString before;
+        qsizetype length;
+        QString replacement;
+    };
+    bool accepts(Field field, const Edit &edit);
+    QString text(Field field) const;
+    void setText(QString &member, const QString &text, void (CardForm::*changed)());
+    void applyCardRules(const QString &cardNumber);
+    void showBank(const QString &cardNumber);
+
+    Terms m_terms;
+    std::optional<QString> m_panID;
+    QString m_cardNumber;
+    QString m_pin;
+    QString m_cvv2;
+    QString m_expiration;
+    QString m_bankName;
+    QString m_cardNumberFault;
+    QUrl m_bankIcon;
+    bool m_isSimple = false;
+    bool m_isSettledDown = false;
+    bool m_isBeefStroganoff = false;
+    bool m_isCardNumberEnabled = true;
+};
+
+} // namespace kelpay

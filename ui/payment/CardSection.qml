@@ -1,0 +1,129 @@
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// The card's fields. CVV2 and expiry are there only where the full form applies.
+Card {
+    id: section
+
+    required property CardForm form
+    property bool expiryOpen: false
+    readonly property alias cardInput: card.input
+    readonly property alias expiryInput: expirationDateView.input
+
+    signal edited(Item field)
+    signal accepted
+    signal expiryOpened
+
+    spacing: Theme.margin
+
+    EntryField {
+        id: card
+        width: parent.width
+        name: "cardNumberTextField"
+        form: section.form
+        field: CardForm.CardNumber
+        label: "شماره کارت"
+        hint: "۱۶ رقم روی کارت"
+        fault: section.form.cardNumberFault
+        enabled: section.form.cardNumberEnabled
+        entered: section.form.cardNumber
+        onEnteredChanged: section.form.cardNumber = entered
+        onAccepted: section.accepted()
+        input.onActiveFocusChanged: {
+            if (!input.activeFocus) {
+                section.form.cardNumberDidEndEditing();
+                return;
+            }
+            section.edited(card);
+            if (section.form.isSettledDown)
+                input.selectAll();
+        }
+        end: Row {
+            anchors.verticalCenter: parent.verticalCenter
+            height: parent.height
+            spacing: Theme.spacing / 2
+
+            Label {
+                objectName: "bankNameLabel"
+                anchors.verticalCenter: parent.verticalCenter
+                text: section.form.bankName
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                visible: section.width > 340 && text !== ""
+            }
+            Image {
+                objectName: "bankIcon"
+                anchors.verticalCenter: parent.verticalCenter
+                width: 36
+                height: 36
+                sourceSize.width: 72
+                sourceSize.height: 72
+                source: section.form.bankIcon
+                fillMode: Image.PreserveAspectFit
+                Accessible.role: Accessible.Graphic
+                Accessible.name: section.form.bankName
+            }
+        }
+    }
+    EntryField {
+        id: pin
+        width: parent.width
+        name: "passwordTextField"
+        form: section.form
+        field: CardForm.Pin
+        label: "رمز دوم"
+        hint: "رمز اینترنتی کارت"
+        secret: true
+        entered: section.form.pin
+        onEnteredChanged: section.form.pin = entered
+        onAccepted: section.accepted()
+        input.onActiveFocusChanged: if (input.activeFocus) section.edited(pin)
+        icon: BundleIcon {
+            objectName: "lockIcon"
+            file: "ic_lock_white_3x.png"
+            color: Theme.blue
+        }
+    }
+    EntryField {
+        id: cvvTwoView
+        objectName: "cvvTwoView"
+        width: parent.width
+        name: "cvvTwoTextField"
+        form: section.form
+        field: CardForm.Cvv2
+        label: "CVV2"
+        hint: "کد ۳ یا ۴ رقمی"
+        secret: true
+        opacity: section.form.isSimple ? 0 : 1
+        visible: opacity > 0
+        entered: section.form.cvv2
+        onEnteredChanged: section.form.cvv2 = entered
+        onAccepted: section.accepted()
+        input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
+        icon: BundleIcon {
+            objectName: "cvvTwoIcon"
+            file: "ic_lock_white_3x.png"
+            color: Theme.blue
+        }
+    }
+    ExpiryField {
+        id: expirationDateView
+        objectName: "expirationDateView"
+        width: parent.width
+        label: "تاریخ انقضا"
+        opacity: section.form.isSimple ? 0 : 1
+        visible: opacity > 0
+        text: section.form.expiration
+        open: section.expiryOpen
+        onOpened: {
+            section.edited(expirationDateView);
+            section.expiryOpened();
+        }
+        icon: BundleIcon {
+            objectName: "expirationDate"
+            file: "ic_event_white_3x.png"
+            color: Theme.blue
+        }
+    }
+}

@@ -1,0 +1,153 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// A field for digits, which read left to right: its label above, an icon at its start, what the card tells at its end, a
+/// fault below. `name` is the object name of the input itself.
+Item {
+    id: entry
+
+    required property CardForm form
+    required property int field
+    required property string label
+    required property string name
+    property string hint
+    property string fault
+    property bool secret: false
+    // Not named "text" or "value": accessibility reads properties of those names from an item that stands for a field.
+    property alias entered: input.text
+    property alias input: input
+    property alias icon: iconPlace.data
+    property alias end: endPlace.data
+
+    signal accepted
+
+    implicitHeight: column.implicitHeight
+    activeFocusOnTab: false
+
+    // A password input shows its clear text to whoever reads the accessibility tree; this item stands in for it.
+    Accessible.role: Accessible.EditableText
+    Accessible.name: label
+    Accessible.description: fault
+    Accessible.passwordEdit: secret
+    Accessible.focusable: true
+    Accessible.focused: input.activeFocus
+    Accessible.ignored: !secret
+    Accessible.onPressAction: input.forceActiveFocus()
+
+    Column {
+        id: column
+        width: parent.width
+        spacing: Theme.spacing / 2
+
+        Label {
+            width: parent.width
+            text: entry.label
+            color: Theme.inkSoft
+            font.pixelSize: Theme.captionSize
+            horizontalAlignment: Text.AlignLeft
+            Accessible.ignored: true
+        }
+        Rectangle {
+            width: parent.width
+            height: Theme.controlHeight
+            radius: Theme.smallRadius
+            color: entry.enabled ? Theme.surface : Theme.page
+            border.width: input.activeFocus ? 2 : 1
+            border.color: entry.fault !== "" ? Theme.bannerColor : input.activeFocus ? Theme.blue : Theme.line
+
+            MouseArea {
+                anchors.fill: parent
+                cursorShape: Qt.IBeamCursor
+                onClicked: input.forceActiveFocus()
+            }
+            Item {
+                id: iconPlace
+                anchors {
+                    left: parent.left
+                    leftMargin: Theme.margin - 4
+                    verticalCenter: parent.verticalCenter
+                }
+                width: childrenRect.width
+                height: 24
+            }
+            Item {
+                id: endPlace
+                anchors {
+                    right: parent.right
+                    rightMargin: Theme.margin - 4
+                    verticalCenter: parent.verticalCenter
+                }
+                width: childrenRect.width
+                height: 36
+            }
+            Item {
+                id: textPlace
+                anchors {
+                    left: iconPlace.right
+                    right: endPlace.left
+                    top: parent.top
+                    bottom: parent.bottom
+                    leftMargin: Theme.spacing
+                    rightMargin: Theme.spacing
+                }
+
+                TextInput {
+                    id: input
+                    anchors.fill: parent
+                    LayoutMirroring.enabled: false
+                    objectName: entry.name
+                    horizontalAlignment: TextInput.AlignLeft
+                    verticalAlignment: TextInput.AlignVCenter
+                    clip: true
+                    color: Theme.ink
+                    selectionColor: Theme.blue
+                    selectedTextColor: "white"
+                    font.family: Theme.family
+                    font.pixelSize: Theme.bodySize + 3
+                    font.letterSpacing: 1
+                    echoMode: entry.secret ? TextInput.Password : TextInput.Normal
+                    passwordMaskDelay: 0
+                    passwordCharacter: "●"
+                    inputMethodHints: Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
+                                      | (entry.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : Qt.ImhNone)
+                    selectByMouse: true
+                    activeFocusOnTab: true
+                    validator: EntryGuard {
+                        form: entry.form
+                        field: entry.field
+                        target: input
+                        secret: entry.secret
+                    }
+                    onAccepted: entry.accepted()
+                    Accessible.role: Accessible.EditableText
+                    Accessible.name: entry.label
+                    Accessible.description: entry.fault
+                    Accessible.ignored: entry.secret
+                }
+                Label {
+                    anchors.fill: parent
+                    text: entry.hint
+                    visible: input.text === "" && !input.activeFocus
+                    color: Theme.inkSoft
+                    opacity: 0.8
+                    horizontalAlignment: Text.AlignLeft
+                    verticalAlignment: Text.AlignVCenter
+                    wrapMode: Text.NoWrap
+                    elide: Text.ElideRight
+                    Accessible.ignored: true
+                }
+            }
+        }
+        Label {
+            width: parent.width
+            text: entry.fault
+            visible: text !== ""
+            color: Theme.bannerColor
+            font.pixelSize: Theme.captionSize
+            horizontalAlignment: Text.AlignLeft
+            Accessible.role: Accessible.AlertMessage
+        }
+    }
+}

@@ -1,0 +1,91 @@
+#include "EntryGuard.h"
+
+#include <QCoreApplication>
+#include <QInputMethodEvent>
+#include <QKeyEvent>
+
+namespace kelpay {
+
+namespace {
+
+/// The ASCII digit that one typed character stands for; "" when it is ASCII already or no digit.
+QString asciiDigit(const QString &typed)
+{
+    if (typed.size() != 1 || typed.front().unicode() < 0x80 || typed.front().digitValue() < 0)
+        return {};
+    return QString::number(typed.front().digitValue());
+}
+
+} // namespace
+
+QValidator::State EntryGuard::validate(QString &text, int &) const
+{
+    return !m_form || m_form->acceptsText(m_field, text) ? Acceptable : Invalid;
+}
+
+void EntryGuard::setTarget(QQuickItem *target)
+{
+    if (m_target)
+        m_target->removeEventFilter(this);
+    m_target = target;
+    if (m_target)
+        m_target->installEventFilter(this);
+}
+
+bool EntryGuard::eventFilter(QObject *, QEvent *event)
+{
+    switch (event->type()) {
+    case QEvent::KeyPress:
+        return filterKey(*static_cast<QKeyEvent *>(event));
+    case QEvent::InputMethod:
+        return filterInputMethod(*static_cast<QInputMethodEvent *>(event));
+    case QEvent::InputMethodQuery:
+        if (!m_isSecret)
+            return false;
+        answerQuery(*static_cast<QInputMethodQueryEvent *>(event));
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool EntryGuard::filterKey(const QKeyEvent &event)
+{
+    if (m_isSecret) {
+        for (const auto key : {QKeySequence::Copy, QKeySequence::Cut, QKeySequence::Undo, QKeySequence::Redo}) {
+            if (event.matches(key))
+                return true;
+        }
+    }
+    const QString digit = asciiDigit(event.text());
+    if (digit.isEmpty())
+        return false;
+    QKeyEvent typed(QEvent::KeyPress, Qt::Key_0 + digit.toInt(), Qt::NoModifier, digit, event.isAutoRepeat());
+    QCoreApplication::sendEvent(m_target, &typed);
+    return true;
+}
+
+bool EntryGuard::filterInputMethod(const QInputMethodEvent &event)
+{
+    const QString digit = asciiDigit(event.commitString());
+    if (digit.isEmpty())
+        return false;
+    QInputMethodEvent typed;
+    typed.setCommitString(digit, event.replacementStart(), event.replacementLength());
+    QCoreApplication::sendEvent(m_target, &typed);
+    return true;
+}
+
+void EntryGuard::answerQuery(QInputMethodQueryEvent &event) const
+{
+    constexpr Qt::InputMethodQueries telling =
+        Qt::ImSurroundingText | Qt::ImCurrentSelection | Qt::ImTextBeforeCursor | Qt::ImTextAfterCursor;
+    for (uint bit = 1; bit != 0; bit <<= 1) {
+        const auto query = static_cast<Qt::InputMethodQuery>(bit);
+        if (event.queries() & query)
+            event.setValue(query, telling & query ? QVariant(QString()) : m_target->inputMethodQuery(query));
+    }
+    event.accept();
+}
+
+} // namespace kelpay

@@ -1,0 +1,104 @@
+import QtQuick
+import KelPay.Components
+
+/// Shows the expiry, "YY/MM"; a click or a key opens the wheels.
+Item {
+    id: entry
+
+    required property string label
+    required property string text
+    property bool open: false
+    property alias icon: iconPlace.data
+    property alias input: box
+
+    signal opened
+
+    implicitHeight: column.implicitHeight
+
+    Column {
+        id: column
+        width: parent.width
+        spacing: Theme.spacing / 2
+
+        Label {
+            width: parent.width
+            text: entry.label
+            color: Theme.inkSoft
+            font.pixelSize: Theme.captionSize
+            horizontalAlignment: Text.AlignLeft
+            Accessible.ignored: true
+        }
+        Rectangle {
+            id: box
+            objectName: "expirationDateTextField"
+            width: parent.width
+            height: Theme.controlHeight
+            radius: Theme.smallRadius
+            color: Theme.surface
+            border.width: activeFocus || entry.open ? 2 : 1
+            border.color: activeFocus || entry.open ? Theme.blue : Theme.line
+            activeFocusOnTab: true
+            Keys.onSpacePressed: entry.opened()
+            Keys.onReturnPressed: entry.opened()
+            Keys.onDownPressed: entry.opened()
+
+            Accessible.role: Accessible.ComboBox
+            Accessible.name: entry.label
+            Accessible.description: entry.text
+            Accessible.focusable: true
+            Accessible.focused: activeFocus
+            Accessible.onPressAction: entry.opened()
+
+            MouseArea {
+                anchors.fill: parent
+                onClicked: entry.opened()
+            }
+            Item {
+                id: iconPlace
+                anchors {
+                    left: parent.left
+                    leftMargin: Theme.margin - 4
+                    verticalCenter: parent.verticalCenter
+                }
+                width: childrenRect.width
+                height: 24
+            }
+            Item {
+                anchors {
+                    left: iconPlace.right
+                    right: parent.right
+                    top: parent.top
+                    bottom: parent.bottom
+                    leftMargin: Theme.spacing
+                    rightMargin: Theme.margin
+                }
+
+                Text {
+                    objectName: "expirationDateText"
+                    anchors.fill: parent
+                    LayoutMirroring.enabled: false
+                    text: entry.text
+                    color: Theme.ink
+                    font.family: Theme.family
+                    font.pixelSize: Theme.bodySize + 3
+                    font.letterSpacing: 1
+                    horizontalAlignment: Text.AlignLeft
+                    verticalAlignment: Text.AlignVCenter
+                    Accessible.ignored: true
+                }
+            }
+            Label {
+                anchors {
+                    left: iconPlace.right
+                    leftMargin: Theme.spacing
+                    verticalCenter: parent.verticalCenter
+                }
+                text: "سال / ماه"
+                visible: entry.text === ""
+                color: Theme.inkSoft
+                opacity: 0.8
+                Accessible.ignored: true
+            }
+        }
+    }
+}

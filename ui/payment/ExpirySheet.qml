@@ -1,0 +1,75 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// The two wheels of the expiry.
+BottomSheet {
+    id: sheet
+
+    required property CardForm form
+
+    signal done
+
+    function start() {
+        years.forceActiveFocus();
+    }
+
+    height: 250
+    Keys.onEscapePressed: done()
+    Keys.onReturnPressed: confirm.clicked()
+
+    Item {
+        anchors.fill: parent
+        anchors.margins: Theme.margin
+
+        Label {
+            anchors.verticalCenter: confirm.verticalCenter
+            anchors.left: parent.left
+            text: "تاریخ انقضا"
+            color: Theme.blue
+            font.family: Theme.boldFamily
+            font.bold: true
+        }
+        TextButton {
+            id: confirm
+            anchors.right: parent.right
+            objectName: "expiryDoneButton"
+            text: "تایید"
+            onClicked: {
+                sheet.form.selectExpiry(years.currentIndex, months.currentIndex);
+                sheet.done();
+            }
+        }
+        Row {
+            anchors {
+                top: confirm.bottom
+                topMargin: Theme.spacing
+                horizontalCenter: parent.horizontalCenter
+            }
+            spacing: Theme.margin
+            LayoutMirroring.enabled: false
+            LayoutMirroring.childrenInherit: true
+
+            Wheel {
+                id: years
+                objectName: "yearTumbler"
+                label: "سال"
+                focus: true
+                model: sheet.form.years
+                onCurrentIndexChanged: if (sheet.shown) sheet.form.selectExpiry(currentIndex, months.currentIndex)
+                KeyNavigation.tab: months
+                KeyNavigation.right: months
+            }
+            Wheel {
+                id: months
+                objectName: "monthTumbler"
+                label: "ماه"
+                model: sheet.form.months
+                onCurrentIndexChanged: if (sheet.shown) sheet.form.selectExpiry(years.currentIndex, currentIndex)
+                KeyNavigation.tab: confirm
+                KeyNavigation.left: years
+            }
+        }
+    }
+}

@@ -1,0 +1,151 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// The payment screen.
+FocusScope {
+    id: view
+
+    required property PaymentViewController controller
+
+    /// What stands in the keyboard's place.
+    enum Sheet { None, Expiry, Cards }
+    property int sheet: PaymentView.None
+
+    readonly property real keyboardHeight: {
+        const keyboard = Qt.inputMethod.keyboardRectangle;
+        return Qt.inputMethod.visible && keyboard.height > 0 ? Math.max(0, height - mapFromItem(null, 0, keyboard.y).y) : 0;
+    }
+    readonly property real accessoryHeight: accessory.visible ? accessory.height : 0
+    readonly property real sheetHeight: sheet === PaymentView.Expiry ? expirySheet.height
+                                        : sheet === PaymentView.Cards ? cardSheet.height + accessoryHeight : 0
+
+    function endEditing() {
+        sheet = PaymentView.None;
+        idle.forceActiveFocus();
+    }
+    function pay() {
+        endEditing();
+        controller.verifyPayment();
+    }
+
+    focus: true
+
+    Item {
+        id: idle
+        focus: true
+    }
+
+    FormArea {
+        id: form
+        anchors {
+            top: parent.top
+            left: parent.left
+            right: parent.right
+            bottom: footer.top
+        }
+        onTapped: view.endEditing()
+
+        PurchaseSection {
+            controller: view.controller
+        }
+        CardSection {
+            id: cards
+            form: view.controller.form
+            expiryOpen: view.sheet === PaymentView.Expiry
+            onEdited: field => {
+                const isCard = cardInput.activeFocus;
+                view.sheet = isCard && view.controller.isPanListShown ? PaymentView.Cards : PaymentView.None;
+                form.reveal(field);
+            }
+            onExpiryOpened: {
+                view.sheet = PaymentView.Expiry;
+                expirySheet.start();
+            }
+            onAccepted: view.pay()
+        }
+        Row {
+            anchors.horizontalCenter: parent.horizontalCenter
+            spacing: 2 * Theme.margin
+
+            Image {
+                objectName: "shaparakIcon"
+                height: 44
+                source: "image://kelpay/shaparak.png"
+                sourceSize.width: 192
+                sourceSize.height: 88
+                fillMode: Image.PreserveAspectFit
+                Accessible.ignored: true
+            }
+            Image {
+                objectName: "kelIcon"
+                height: 44
+                source: "image://kelpay/kel.png"
+                sourceSize.width: 192
+                sourceSize.height: 88
+                fillMode: Image.PreserveAspectFit
+                Accessible.ignored: true
+            }
+        }
+    }
+
+    // Stands above an on-screen keyboard, so that the pay button is always at hand; a sheet takes its place.
+    Rectangle {
+        id: footer
+        width: parent.width
+        height: pay.height + 2 * (Theme.margin - 4)
+        y: parent.height - height - Math.max(view.keyboardHeight + view.accessoryHeight, view.sheetHeight - height)
+        color: Theme.surface
+
+        Rectangle {
+            width: parent.width
+            height: 1
+            color: Theme.line
+        }
+        ActionButton {
+            id: pay
+            objectName: "payButton"
+            anchors.centerIn: parent
+            width: Math.min(parent.width - 2 * Theme.margin, Theme.columnWidth)
+            text: "پرداخت " + view.controller.amountText
+            onClicked: view.pay()
+        }
+    }
+
+    AccessoryBar {
+        id: accessory
+        controller: view.controller
+        y: parent.height - height - (view.sheet === PaymentView.Cards ? cardSheet.height : view.keyboardHeight)
+        visible: view.controller.hasSavedCards
+                 && (cards.cardInput.activeFocus || activeFocus || view.sheet === PaymentView.Cards)
+        onCardsWanted: {
+            view.sheet = PaymentView.Cards;
+            view.controller.showPanList();
+            cardSheet.start();
+        }
+        onKeyboardWanted: {
+            view.controller.showKeyboard();
+            cards.cardInput.forceActiveFocus();
+        }
+    }
+    SavedCardSheet {
+        id: cardSheet
+        delegational: view.controller.delegational
+        shown: view.sheet === PaymentView.Cards
+        onDone: view.endEditing()
+    }
+    ExpirySheet {
+        id: expirySheet
+        form: view.controller.form
+        shown: view.sheet === PaymentView.Expiry
+        onDone: {
+            view.sheet = PaymentView.None;
+            cards.expiryInput.forceActiveFocus();
+        }
+    }
+
+    AlertPanel {
+        alert: view.controller.walletAlert
+    }
+}

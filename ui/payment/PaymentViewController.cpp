@@ -1,0 +1,266 @@
+#include "PaymentViewController.h"
+
+#include "SavedCard.h"
+#include "VerificationViewController.h"
+#include "ViewUtils.h"
+#include "device/CoreFunctions.h"
+#include "device/HostProfile.h"
+#include "platform/Bundle.h"
+#include "platform/Dispatch.h"
+#include "platform/Formats.h"
+#include "platform/ScreenPresenter.h"
+#include "platform/UserDefaults.h"
+#include "ui/components/NavigationController.h"
+#include "ui/components/ProgressOverlay.h"
+#include "ui/components/Storyboard.h"
+
+#include <QCoreApplication>
+
+namespace kelpay {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const Storyboard::Scene scene(QStringLiteral("PaymentView"), [] {
+    return std::make_unique<NavigationController>(std::make_unique<PaymentViewController>());
+});
+
+void fillScreenPresenter()
+{
+    ScreenPresenter::setPresent([](const QString &storyboardIdentifier) {
+        ViewUtils::topMostViewController()->present(
+            ViewUtils::returnStoryboard().instantiateViewController(storyboardIdentifier), true);
+    });
+}
+Q_COREAPP_STARTUP_FUNCTION(fillScreenPresenter)
+
+QString rials(const std::optional<QString> &amount)
+{
+    return Formats::groupedNumber(integerValue(amount.value_or(QString()))) + QStringLiteral(" ریال");
+}
+
+QFont fontOf(const QString &family)
+{
+    QFont font(family);
+    font.setPixelSize(16);
+    return font;
+}
+
+void sendThroughNetwork(const QString &detail, CoreNetworking::ResponseBlock block)
+{
+    Dispatch::global(Dispatch::Priority::High, [detail, block = std::move(block)] {
+        CoreNetworking::create()->sendPaymentRequest(detail, block);
+    });
+}
+
+} // namespace
+
+PaymentViewController::PaymentViewController(QObject *parent)
+    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Payment/PaymentView.qml")), parent)
+    , m_sender(sendThroughNetwork)
+    , m_timer(1000ms)
+{
+    connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
+    connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationError);
+}
+
+PaymentViewController::~PaymentViewController()
+{
+    unloadView();
+    m_form.clearSecrets();
+}
+
+void PaymentViewController::viewDidLoad()
+{
+    loadTokenData();
+    connect(delegational(), &PickerViewDelegate::cardSet, &m_form, &CardForm::applySavedCard);
+    if (hasSavedCards())
+        delegational()->setCards(SavedCard::fromList(m_pl));
+    m_timer.start();
+}
+
+void PaymentViewController::loadTokenData()
+{
+    ProgressOverlay::show();
+    const BaseClass token = CoreFunctions::storedTokenAnswer().value_or(BaseClass());
+    if (const auto requestData = textValue(token.ard.r))
+        UserDefaults::standard().setInteger(QStringLiteral("ard"), integerValue(*requestData));
+
+    const Rd &rd = token.rd;
+    const auto amn = textValue(rd.amn);
+    const auto ta = textValue(rd.ta);
+    m_amountText = rials(amn);
+    m_detailText = QLatin1Char(' ') + textValue(rd.ttl).value_or(QString());
+    m_merchantText = QLatin1Char(' ') + textValue(rd.mn).value_or(QString());
+    m_detail = {UserDefaults::standard().string(QStringLiteral("pcc")), textValue(rd.t), textValue(rd.rn), ta,
+                textValue(rd.tb)};
+    m_vu = textValue(rd.vu);
+    m_pl = textValue(rd.pl).value_or(QString());
+    m_form.setTerms({ta, textValue(rd.bl), amn});
+
+    const bool isCardFixed = textValue(rd.ldc) == QStringLiteral("true");
+    const std::vector<SavedCard> cards = hasSavedCards() ? SavedCard::fromList(m_pl) : std::vector<SavedCard>();
+    const auto chosen =
+        std::find_if(cards.rbegin(), cards.rend(), [](const SavedCard &card) { return card.isDefault; });
+    if (isCardFixed || chosen != cards.rend())
+        m_form.setDefaultCard(chosen == cards.rend() ? nullptr : &*chosen, isCardFixed);
+
+    if (const auto wb = textValue(rd.wb); wb && *wb != QLatin1String("NA"))
+        offerWallet(*wb);
+    m_form.setSimple(integerValue(amn.value_or(QString())) < 2000000);
+    m_form.setSimple(ta != QStringLiteral("NA"));
+    Q_EMIT loaded();
+    ProgressOverlay::dismiss();
+}
+
+void PaymentViewController::offerWallet(const QString &balance)
+{
+    const QString payByWallet = QStringLiteral("پرداخت با کیف پول");
+    m_walletAlert.titleFont = fontOf(QStringLiteral("IRANSansFaNum-Medium"));
+    m_walletAlert.messageFont = fontOf(QStringLiteral("IRANSansMobile(FaNum)"));
+    m_walletAlert.buttonFont = m_walletAlert.messageFont;
+    m_walletAlert.cancelButtonFont = m_walletAlert.messageFont;
+    m_walletAlert.addButton(payByWallet, [this] { payFromWallet(); });
+    m_walletAlert.setCancelButton(QStringLiteral("پرداخت از کارت"), {});
+    m_walletAlert.show(
+        payByWallet,
+        QStringLiteral("موجودی کیف پول شما: %1\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟").arg(rials(balance)));
+}
+
+void PaymentViewController::payFromWallet()
+{
+    if (m_isButtonedOrNeah || m_isReported)
+        return;
+    m_isButtonedOrNeah = true;
+    showHud(QStringLiteral("در حال بررسی پرداخت"));
+    UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
+    send(m_detail.wallet());
+    m_isWallety = true;
+}
+
+void PaymentViewController::verifyPayment()
+{
+    if (m_isButtonedOrNeah || m_isReported)
+        return;
+    m_isButtonedOrNeah = true;
+    showHud(QStringLiteral("در حال بررسی پرداخت"));
+    m_detail.pcc = UserDefaults::standard().string(QStringLiteral("pcc"));
+    UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
+    if (!m_form.isComplete()) {
+        showNotificationError(QStringLiteral("ورودی ها را بررسی کنید."));
+        m_isButtonedOrNeah = false;
+        ProgressOverlay::dismiss();
+        return;
+    }
+    const QString detail = m_form.isSimple()
+                               ? m_detail.simple(m_form.card(), m_form.pin())
+                               : m_detail.full(m_form.card(), m_form.pin(), m_form.cvv2(), m_form.expiration());
+    m_form.clearSecrets();
+    send(detail);
+}
+
+void PaymentViewController::send(const QString &detail)
+{
+    m_sender(detail, [screen = QPointer(this)](bool ok, const QString &message, const QString &code) {
+        Dispatch::main([screen, ok, message, code] {
+            if (screen)
+                screen->receive(ok, message, code);
+        });
+    });
+}
+
+void PaymentViewController::receive(bool ok, const QString &message, const QString &code)
+{
+    if (m_isReported || m_isHandedOver || !navigationController())
+        return;
+    m_isHandedOver = true;
+    QVariantMap properties{{QStringLiteral("amn"), m_amountText},
+                           {QStringLiteral("mrc"), m_merchantText},
+                           {QStringLiteral("callbackCode"), code},
+                           {QStringLiteral("callbackDescription"), message}};
+    if (!ok) {
+        const BaseClassp answer = CoreFunctions::storedPaymentAnswer().value_or(BaseClassp());
+        properties.insert(QStringLiteral("dsc"), textValue(answer.ds).value_or(QString()));
+    }
+    m_timer.invalidate();
+    if (auto receipt =
+            ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("ReceiptView"), properties))
+        navigationController()->push(std::move(receipt), true);
+    ProgressOverlay::dismiss();
+}
+
+void PaymentViewController::timerFired()
+{
+    switch (m_countdown.fire()) {
+    case Countdown::Tick::Shown:
+        m_timeText = m_countdown.text();
+        Q_EMIT ticked();
+        break;
+    case Countdown::Tick::Silent:
+        break;
+    case Countdown::Tick::Over:
+        report(QStringLiteral("2525343"), QStringLiteral("مدت زمان تراکنش به پایان رسید"));
+        break;
+    }
+}
+
+void PaymentViewController::cancelPayment()
+{
+    report(QStringLiteral("2525342"), QStringLiteral("کاربر از انجام تراکنش منصرف شد"));
+}
+
+void PaymentViewController::openVerifyURL()
+{
+    if (m_vu) {
+        if (navigationController())
+            navigationController()->push(std::make_unique<VerificationViewController>(QUrl(*m_vu)), true);
+        return;
+    }
+    showNotificationError(QStringLiteral("پذیرنده نامعتبر میباشد"));
+    Dispatch::mainAfter(2s, [screen = QPointer(this)] {
+        if (screen && !screen->m_isHandedOver)
+            screen->report(QStringLiteral("2525344"), QStringLiteral("پذیرنده نامعتبر"));
+    });
+}
+
+void PaymentViewController::report(const QString &code, const QString &message)
+{
+    if (m_isReported)
+        return;
+    m_isReported = true;
+    m_timer.invalidate();
+    HostProfile::shared().reportStatus(false, code, message);
+    ProgressOverlay::dismiss();
+    dismiss(true);
+    m_form.clearSecrets();
+}
+
+void PaymentViewController::showPanList()
+{
+    m_form.cardNumberDidEndEditing();
+    setPanListShown(true);
+}
+
+void PaymentViewController::showKeyboard()
+{
+    setPanListShown(false);
+}
+
+void PaymentViewController::setPanListShown(bool shown)
+{
+    m_isPanListShown = shown;
+    Q_EMIT panListShownChanged();
+}
+
+void PaymentViewController::showNotificationError(const QString &message)
+{
+    banner()->show(message);
+}
+
+void PaymentViewController::showHud(const QString &status)
+{
+    ProgressOverlay::show(status, Bundle::sdk().urlForImage(QStringLiteral("kel.png")));
+}
+
+} // namespace kelpay

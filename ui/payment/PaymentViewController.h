@@ -1,0 +1,108 @@
+#pragma once
+
+#include "CardForm.h"
+#include "Countdown.h"
+#include "PaymentDetail.h"
+#include "PickerViewDelegate.h"
+#include "platform/Ticker.h"
+#include "protocol/CoreNetworking.h"
+#include "ui/components/AlertView.h"
+#include "ui/components/ViewController.h"
+
+#include <functional>
+
+namespace kelpay {
+
+/// The payment screen: what is paid to whom, the card form, the wallet offer, the ten minutes. It ends with a receipt,
+/// or without one and then reports once: cancelled, out of time, no verification link. Main queue.
+class PaymentViewController : public ViewController
+{
+    Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Made by the storyboard")
+    Q_PROPERTY(kelpay::CardForm *form READ form CONSTANT)
+    Q_PROPERTY(kelpay::AlertView *walletAlert READ walletAlert CONSTANT)
+    Q_PROPERTY(kelpay::PickerViewDelegate *delegational READ delegational CONSTANT)
+    Q_PROPERTY(QString amountText READ amountText NOTIFY loaded)
+    Q_PROPERTY(QString merchantText READ merchantText NOTIFY loaded)
+    Q_PROPERTY(QString detailText READ detailText NOTIFY loaded)
+    Q_PROPERTY(bool hasSavedCards READ hasSavedCards NOTIFY loaded)
+    Q_PROPERTY(QString timeText READ timeText NOTIFY ticked)
+    Q_PROPERTY(bool isLastMinute READ isLastMinute NOTIFY ticked)
+    Q_PROPERTY(bool isPanListShown READ isPanListShown NOTIFY panListShownChanged)
+
+public:
+    /// Starts a payment exchange with a detail string; its outcome comes to the block, on any thread, at most once.
+    using PaymentSender = std::function<void(const QString &detail, CoreNetworking::ResponseBlock block)>;
+
+    explicit PaymentViewController(QObject *parent = nullptr);
+    ~PaymentViewController() override;
+
+    void setPaymentSender(PaymentSender sender) { m_sender = std::move(sender); }
+
+    void viewDidLoad() override;
+    QString title() const override { return QStringLiteral("پرداخت"); }
+    QString barButtonText() const override { return QStringLiteral("انصراف"); }
+    QString barButtonName() const override { return QStringLiteral("cancelButton"); }
+    void barButtonPressed() override { cancelPayment(); }
+
+    /// The pay button.
+    Q_INVOKABLE void verifyPayment();
+    Q_INVOKABLE void cancelPayment();
+    Q_INVOKABLE void openVerifyURL();
+    /// Between the saved cards and the keyboard as the card number's input.
+    Q_INVOKABLE void showPanList();
+    Q_INVOKABLE void showKeyboard();
+    void timerFired();
+
+    CardForm *form() { return &m_form; }
+    AlertView *walletAlert() { return &m_walletAlert; }
+    PickerViewDelegate *delegational() const { return &PickerViewDelegate::sharedInstance(); }
+    QString amountText() const { return m_amountText; }
+    QString merchantText() const { return m_merchantText; }
+    QString detailText() const { return m_detailText; }
+    bool hasSavedCards() const { return !m_pl.isEmpty(); }
+    QString timeText() const { return m_timeText; }
+    bool isLastMinute() const { return m_countdown.minute() < 1; }
+    bool isPanListShown() const { return m_isPanListShown; }
+    /// A payment is on its way.
+    bool isButtonedOrNeah() const { return m_isButtonedOrNeah; }
+    bool isWallety() const { return m_isWallety; }
+    bool isOverhauled() { return banner()->isAnimating(); }
+
+Q_SIGNALS:
+    void loaded();
+    void ticked();
+    void panListShownChanged();
+
+private:
+    void loadTokenData();
+    void offerWallet(const QString &balance);
+    void payFromWallet();
+    void send(const QString &detail);
+    void receive(bool ok, const QString &message, const QString &code);
+    void report(const QString &code, const QString &message);
+    void showNotificationError(const QString &message);
+    void showHud(const QString &status);
+    void setPanListShown(bool shown);
+
+    PaymentSender m_sender;
+    CardForm m_form;
+    AlertView m_walletAlert;
+    Ticker m_timer;
+    Countdown m_countdown;
+    PaymentDetail m_detail;
+    std::optional<QString> m_vu;
+    QString m_pl;
+    QString m_amountText;
+    QString m_merchantText;
+    QString m_detailText;
+    QString m_timeText;
+    bool m_isButtonedOrNeah = false;
+    bool m_isWallety = false;
+    bool m_isPanListShown = false;
+    bool m_isReported = false;
+    bool m_isHandedOver = false; ///< The receipt has the outcome.
+};
+
+} // namespace kelpay

@@ -1,0 +1,48 @@
+#include "PickerViewDelegate.h"
+
+#include "device/CoreFunctions.h"
+#include "platform/Bundle.h"
+
+namespace kelpay {
+
+PickerViewDelegate &PickerViewDelegate::sharedInstance()
+{
+    static PickerViewDelegate delegate;
+    return delegate;
+}
+
+PickerViewDelegate::PickerViewDelegate()
+{
+    setCards({});
+}
+
+void PickerViewDelegate::setCards(const std::vector<SavedCard> &cards)
+{
+    m_panArray = {QStringLiteral("انتخاب شماره کارت")};
+    m_panIdArray = {QStringLiteral("Nil")};
+    m_panExpArray = {QStringLiteral("Nil")};
+    for (const SavedCard &card : cards) {
+        m_panArray.append(card.pan);
+        m_panIdArray.append(card.panID);
+        m_panExpArray.append(card.expiry);
+    }
+    Q_EMIT rowsChanged();
+}
+
+QString PickerViewDelegate::bankName(const QString &pan) const
+{
+    return CoreFunctions().bankName(pan);
+}
+
+QUrl PickerViewDelegate::bankLogo(const QString &pan) const
+{
+    return QUrl(Bundle::sdk().urlForImage(pan.left(6) + QStringLiteral(".png")));
+}
+
+void PickerViewDelegate::didSelectRow(int row)
+{
+    if (row > 0 && row < m_panArray.size())
+        Q_EMIT cardSet(m_panIdArray[row], m_panArray[row], SavedCard::slashed(m_panExpArray[row]));
+}
+
+} // namespace kelpay

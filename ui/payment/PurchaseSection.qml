@@ -1,0 +1,90 @@
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// What is paid, to whom, and how long there is.
+Card {
+    id: purchase
+
+    required property PaymentViewController controller
+
+    Item {
+        width: parent.width
+        height: Math.max(merchant.implicitHeight, verify.height)
+
+        BundleIcon {
+            id: verified
+            objectName: "verifiedIcon"
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
+            file: "ic_verified_user_white_3x.png"
+            color: Theme.magenta
+        }
+        Label {
+            id: merchant
+            objectName: "merchantLabel"
+            anchors {
+                left: verified.right
+                right: verify.left
+                leftMargin: Theme.spacing / 2
+                verticalCenter: parent.verticalCenter
+            }
+            text: purchase.controller.merchantText
+            font.family: Theme.boldFamily
+            font.bold: true
+            horizontalAlignment: Text.AlignLeft
+        }
+        TextButton {
+            id: verify
+            objectName: "verifyButton"
+            anchors {
+                right: parent.right
+                rightMargin: -Theme.spacing
+                verticalCenter: parent.verticalCenter
+            }
+            text: "تایید پذیرنده"
+            textColor: Theme.magenta
+            font.pixelSize: Theme.captionSize
+            onClicked: purchase.controller.openVerifyURL()
+        }
+    }
+    Label {
+        objectName: "amountLabel"
+        width: parent.width
+        text: purchase.controller.amountText
+        color: Theme.blue
+        font.family: Theme.boldFamily
+        font.bold: true
+        font.pixelSize: Theme.amountSize
+        fontSizeMode: Text.HorizontalFit
+        minimumPixelSize: Theme.bodySize
+        horizontalAlignment: Text.AlignHCenter
+        wrapMode: Text.NoWrap
+    }
+    Label {
+        objectName: "detailLabel"
+        width: parent.width
+        text: purchase.controller.detailText
+        visible: text.trim() !== ""
+        color: Theme.inkSoft
+        horizontalAlignment: Text.AlignHCenter
+    }
+    Rectangle {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: time.implicitWidth + 2 * Theme.margin
+        height: 32
+        radius: 16
+        color: Theme.page
+        opacity: time.text === "" ? 0 : 1
+
+        Label {
+            id: time
+            objectName: "timeLabel"
+            anchors.centerIn: parent
+            text: purchase.controller.timeText
+            color: purchase.controller.isLastMinute ? Theme.magenta : Theme.inkSoft
+            font.pixelSize: Theme.captionSize
+            wrapMode: Text.NoWrap
+        }
+    }
+}

@@ -1,0 +1,33 @@
+#include "VerificationViewController.h"
+
+#include "platform/Deployment.h"
+
+#include <QCoreApplication>
+#include <QHostAddress>
+
+namespace kelpay {
+
+VerificationViewController::VerificationViewController(const QUrl &url, QObject *parent)
+    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Payment/VerificationView.qml")), parent), m_url(url)
+{}
+
+bool VerificationViewController::canLoad() const
+{
+#if defined(Q_OS_LINUX) && !defined(Q_OS_ANDROID)
+    // What QtWebView::initialize() sets there; a web view made without it ends the process.
+    const bool isInitialized = QCoreApplication::testAttribute(Qt::AA_ShareOpenGLContexts);
+#else
+    const bool isInitialized = true;
+#endif
+    return isInitialized && isAllowed(m_url);
+}
+
+bool VerificationViewController::isAllowed(const QUrl &address) const
+{
+    if (address.scheme() == QLatin1String("https"))
+        return !address.host().isEmpty();
+    const bool isLoopback = address.host() == QLatin1String("localhost") || QHostAddress(address.host()).isLoopback();
+    return Deployment::isSandbox() && address.scheme() == QLatin1String("http") && isLoopback;
+}
+
+} // namespace kelpay

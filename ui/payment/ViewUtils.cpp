@@ -1,0 +1,45 @@
+#include "ViewUtils.h"
+
+#include "ui/components/RootViewController.h"
+#include "ui/components/Storyboard.h"
+
+namespace kelpay {
+
+const Storyboard &ViewUtils::returnStoryboard()
+{
+    return Storyboard::main();
+}
+
+ViewController *ViewUtils::topMostViewController()
+{
+    ViewController *controller = &RootViewController::shared();
+    while (controller->presentedViewController())
+        controller = controller->presentedViewController();
+    return controller;
+}
+
+QColor ViewUtils::colorFromHexString(const QString &string)
+{
+    quint32 value = 0;
+    for (const QChar character : string.mid(1)) {
+        bool isDigit = false;
+        const uint digit = QString(character).toUInt(&isDigit, 16);
+        if (!isDigit)
+            break;
+        value = value > 0x0fffffff ? 0xffffffff : value << 4 | digit;
+    }
+    return QColor::fromRgb(static_cast<int>(value >> 16 & 0xff), static_cast<int>(value >> 8 & 0xff),
+                           static_cast<int>(value & 0xff));
+}
+
+QColor ViewUtils::blueKELColor()
+{
+    return colorFromHexString(QStringLiteral("#153F8F"));
+}
+
+QColor ViewUtils::magentaKELColor()
+{
+    return colorFromHexString(QStringLiteral("#d4006f"));
+}
+
+} // namespace kelpay

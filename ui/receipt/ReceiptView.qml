@@ -1,0 +1,136 @@
+pragma ComponentBehavior: Bound
+import QtQuick
+import KelPay.Components
+import KelPay.Receipt
+
+/// The receipt: the verdict, the merchant, the amount, the lines of the receipt.
+FocusScope {
+    id: view
+
+    required property ReceiptViewController controller
+    readonly property color verdict: controller.isSuccess ? Theme.success : Theme.bannerColor
+
+    focus: true
+
+    FormArea {
+        anchors.fill: parent
+
+        Card {
+            spacing: Theme.margin
+
+            Rectangle {
+                anchors.horizontalCenter: parent.horizontalCenter
+                width: 64
+                height: 64
+                radius: 32
+                color: view.verdict
+                visible: view.controller.statusText !== ""
+
+                Text {
+                    anchors.centerIn: parent
+                    text: view.controller.isSuccess ? "✓" : "✕"
+                    color: "white"
+                    font.pixelSize: 34
+                    Accessible.ignored: true
+                }
+            }
+            Label {
+                objectName: "statusLabel"
+                width: parent.width
+                text: view.controller.statusText
+                color: view.verdict
+                font.family: Theme.boldFamily
+                font.bold: true
+                font.pixelSize: Theme.titleSize + 4
+                horizontalAlignment: Text.AlignHCenter
+                Accessible.role: Accessible.AlertMessage
+            }
+            Label {
+                objectName: "amountLabel"
+                width: parent.width
+                text: view.controller.amountText
+                font.family: Theme.boldFamily
+                font.bold: true
+                font.pixelSize: Theme.titleSize
+                horizontalAlignment: Text.AlignHCenter
+            }
+            Label {
+                objectName: "merchantLabel"
+                width: parent.width
+                text: view.controller.merchantText
+                color: Theme.inkSoft
+                horizontalAlignment: Text.AlignHCenter
+            }
+            Rectangle {
+                width: parent.width
+                height: 1
+                color: Theme.line
+                visible: description.visible
+            }
+            Column {
+                id: description
+
+                readonly property string text: view.controller.descriptionText
+
+                objectName: "descriptionLabel"
+                width: parent.width
+                spacing: Theme.spacing
+                visible: text !== ""
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+
+                Label {
+                    width: parent.width
+                    text: description.text
+                    visible: lines.count === 0
+                    horizontalAlignment: Text.AlignHCenter
+                    Accessible.ignored: true
+                }
+                // A value has an item of its own, so that a card number reads left to right whatever stands before it.
+                Repeater {
+                    id: lines
+                    model: view.controller.lineNames
+
+                    Item {
+                        id: line
+
+                        required property int index
+                        required property string modelData
+
+                        width: description.width
+                        height: Math.max(name.height, value.height)
+
+                        Label {
+                            id: name
+                            anchors.left: parent.left
+                            text: line.modelData
+                            color: Theme.inkSoft
+                            wrapMode: Text.NoWrap
+                            Accessible.ignored: true
+                        }
+                        Label {
+                            id: value
+                            objectName: "receiptValue" + line.index
+                            anchors {
+                                left: name.right
+                                right: parent.right
+                                leftMargin: Theme.margin
+                            }
+                            text: view.controller.lineValues[line.index]
+                            horizontalAlignment: Text.AlignRight
+                            wrapMode: Text.WrapAnywhere
+                            Accessible.ignored: true
+                        }
+                    }
+                }
+            }
+        }
+        ActionButton {
+            objectName: "doneButton"
+            width: parent.width
+            text: "تایید و بازگشت"
+            focus: true
+            onClicked: view.controller.donePayment()
+        }
+    }
+}
