@@ -133,7 +133,8 @@ std::vector<unsigned char> BareCalls::open(const std::string &text, const unsign
 std::size_t BareCalls::sealWithCms(const std::vector<unsigned char> &plain)
 {
     const Bio in(BIO_new_mem_buf(plain.data(), static_cast<int>(plain.size())));
-    const openssl::CertificateStack recipients(sk_X509_new_null());
+    const openssl::Certificates recipients(sk_X509_new_null());
+    X509_up_ref(m_impl->certificate.get());
     sk_X509_push(recipients.get(), m_impl->certificate.get());
     const Cms cms(CMS_encrypt(recipients.get(), in.get(), EVP_aes_256_cbc(), CMS_BINARY));
     if (!cms)

@@ -4,6 +4,7 @@ option(KELPAY_SANDBOX "Pay against kelpay-sandbox with an identity made in the b
 option(KELPAY_BUILD_TESTS "Build the tests" OFF)
 option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(KELPAY_BUILD_BENCH "Build the benchmarks" OFF)
 option(KELPAY_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(KELPAY_WARNINGS_AS_ERRORS "Fail on a compiler warning" ${PROJECT_IS_TOP_LEVEL})
 

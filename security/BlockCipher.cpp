@@ -63,8 +63,8 @@ try {
         sharedExtraPadding.store(blockSize - unaligned, std::memory_order_relaxed);
 
     const openssl::ErrorScope errors;
-    const auto result = cryptOneShot({algorithm, operation, isPKCS7Padding, isECB}, key.value_or(Bytes()), iv,
-                                     fillUp ? filledUp(*data, blockSize - unaligned) : *data);
+    auto result = cryptOneShot({algorithm, operation, isPKCS7Padding, isECB}, key.value_or(Bytes()), iv,
+                               fillUp ? filledUp(*data, blockSize - unaligned) : *data);
     if (!result) {
         qCWarning(logSecurity,
                   "-[NSData(AFSymmetricEncryptionDecryption) "

@@ -2,6 +2,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/JsonWriter.h"
+#include "platform/Log.h"
 #include "security/AFAES.h"
 #include "security/AFRSA.h"
 #include "security/Base64.h"
@@ -31,7 +32,10 @@ std::optional<Bytes> wrapped(const Bytes &key)
 {
     auto &rsa = AFRSA::sharedAFRSA();
     const auto file = Bundle::sdk().dataForResource(QStringLiteral("IOSNewCert"), QStringLiteral("pfx"));
-    rsa.keysFromData(file.value_or(Bytes()), QStringLiteral("qwpLumaXYT@#781"));
+    if (!rsa.keysFromData(file.value_or(Bytes()), QStringLiteral("qwpLumaXYT@#781")))
+        qCWarning(logSecurity,
+                  "IOSNewCert.pfx is missing or can't be used, so the service will refuse the request: put the "
+                  "certificate that it issued among the SDK's resources");
     return rsa.encryptDataWithPublicKey(key);
 }
 

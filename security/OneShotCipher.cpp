@@ -119,7 +119,7 @@ try {
     if (EVP_CipherUpdate(context.get(), begin, &written, data.data(), static_cast<int>(data.size())) <= 0 ||
         EVP_CipherFinal_ex(context.get(), begin + written, &tail) <= 0)
         return std::nullopt;
-    output.truncate(static_cast<std::size_t>(written + tail));
+    output.truncate(static_cast<std::size_t>(written) + static_cast<std::size_t>(tail));
     return output.take();
 } catch (const std::bad_alloc &) {
     errno = ENOMEM;

@@ -30,19 +30,12 @@ struct FreeCertificates
     void operator()(STACK_OF(X509) * certificates) const noexcept { sk_X509_pop_free(certificates, X509_free); }
 };
 
-/// A stack that borrows its certificates.
-struct FreeStack
-{
-    void operator()(STACK_OF(X509) * stack) const noexcept { sk_X509_free(stack); }
-};
-
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, Free<EVP_CIPHER_CTX_free>>;
 using Pkey = std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>>;
 using PkeyContext = std::unique_ptr<EVP_PKEY_CTX, Free<EVP_PKEY_CTX_free>>;
 using Decoder = std::unique_ptr<OSSL_DECODER_CTX, Free<OSSL_DECODER_CTX_free>>;
 using Certificate = std::unique_ptr<X509, Free<X509_free>>;
 using Certificates = std::unique_ptr<STACK_OF(X509), FreeCertificates>;
-using CertificateStack = std::unique_ptr<STACK_OF(X509), FreeStack>;
 using CertificateStore = std::unique_ptr<X509_STORE, Free<X509_STORE_free>>;
 using Verification = std::unique_ptr<X509_STORE_CTX, Free<X509_STORE_CTX_free>>;
 using Pkcs12 = std::unique_ptr<PKCS12, Free<PKCS12_free>>;

@@ -129,9 +129,9 @@ TEST_F(ComponentsTest, bannerShowsOneMessageAtATime)
     banner.show(QStringLiteral("b"));
     EXPECT_EQ(banner.message(), QStringLiteral("a"));
     EXPECT_TRUE(banner.isLowered());
-    settle(2200);
+    settle(2000);
     EXPECT_TRUE(banner.isLowered());
-    ASSERT_TRUE(waitFor([&] { return !banner.isLowered(); }, 400));
+    ASSERT_TRUE(waitFor([&] { return !banner.isLowered(); }, 1000));
     EXPECT_TRUE(banner.isAnimating());
     ASSERT_TRUE(waitFor([&] { return !banner.isAnimating(); }, 600));
     banner.show(QStringLiteral("c"));

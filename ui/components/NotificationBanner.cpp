@@ -11,9 +11,11 @@ constexpr std::chrono::milliseconds reading(2000);
 
 NotificationBanner::NotificationBanner(QObject *parent) : QObject(parent)
 {
-    m_raise.setSingleShot(true);
+    for (QTimer *timer : {&m_raise, &m_finish}) {
+        timer->setSingleShot(true);
+        timer->setTimerType(Qt::PreciseTimer);
+    }
     m_raise.setInterval(slide + reading);
-    m_finish.setSingleShot(true);
     m_finish.setInterval(slide);
     connect(&m_raise, &QTimer::timeout, this, [this] {
         m_lowered = false;
