@@ -4,7 +4,6 @@ option(KELPAY_SANDBOX "Pay against kelpay-sandbox with an identity made in the b
 option(KELPAY_BUILD_TESTS "Build the tests" OFF)
 option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
-option(KELPAY_BUILD_BENCH "Build the benchmarks" OFF)
 option(KELPAY_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(KELPAY_WARNINGS_AS_ERRORS "Fail on a compiler warning" ${PROJECT_IS_TOP_LEVEL})
 
@@ -60,6 +59,8 @@ add_library(kelpay_build INTERFACE)
 target_compile_options(kelpay_build INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 target_compile_definitions(kelpay_build INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
                            QT_DISABLE_DEPRECATED_BEFORE=0x060400)
+add_library(kelpay_generated INTERFACE)
+target_compile_options(kelpay_generated INTERFACE -Wno-shadow)
 if(KELPAY_WARNINGS_AS_ERRORS)
     target_compile_options(kelpay_build INTERFACE -Werror)
 endif()
