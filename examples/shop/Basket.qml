@@ -1,5 +1,7 @@
 // What is in the basket, what it costs, and the button that pays.
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls.Basic
 import QtQuick.Layouts
@@ -17,7 +19,7 @@ Item {
 
     signal pay(int amount)
 
-    function grouped(amount: int): string {
+    function grouped(amount) {
         let text = amount.toString()
         for (let end = text.length - 3; end > 0; end -= 3)
             text = text.slice(0, end) + "," + text.slice(end)
@@ -68,10 +70,12 @@ Item {
             spacing: 12
             model: goods
             delegate: BasketRow {
+                id: row
+
                 width: ListView.view.width
-                price: basket.grouped(unitPrice * quantity)
+                price: basket.grouped(row.unitPrice * row.quantity)
                 onQuantityAsked: wanted => {
-                    goods.setProperty(index, "quantity", wanted)
+                    goods.setProperty(row.index, "quantity", wanted)
                     basket.changes += 1
                 }
             }

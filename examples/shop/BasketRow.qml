@@ -22,27 +22,6 @@ Rectangle {
     color: "white"
     border.color: "#EFE5D3"
 
-    component StepButton: RoundButton {
-        id: step
-
-        implicitWidth: 36
-        implicitHeight: 36
-        font.pixelSize: 18
-        contentItem: Label {
-            text: step.text
-            font: step.font
-            color: "#3B2A1A"
-            horizontalAlignment: Text.AlignHCenter
-            verticalAlignment: Text.AlignVCenter
-        }
-        background: Rectangle {
-            radius: 18
-            color: step.down ? "#EADCC3" : "#F5ECDB"
-            border.width: step.visualFocus ? 2 : 0
-            border.color: "#3B2A1A"
-        }
-    }
-
     RowLayout {
         anchors.fill: parent
         anchors.margins: 14
