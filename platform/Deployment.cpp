@@ -9,7 +9,7 @@ namespace {
 QString setting(const char *compiledIn, [[maybe_unused]] const char *variable)
 {
     if constexpr (config::sandbox) {
-        if (const QString value = qEnvironmentVariable(variable); !value.isEmpty())
+        if (QString value = qEnvironmentVariable(variable); !value.isEmpty())
             return value;
     }
     return QString::fromUtf8(compiledIn);

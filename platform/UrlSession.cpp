@@ -16,7 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr qsizetype largestBody = 16 * 1024 * 1024;
+constexpr qsizetype largestBody = qsizetype{16} * 1024 * 1024;
 
 struct Transfer
 {

@@ -7,36 +7,26 @@
 
 #include <map>
 #include <mutex>
-#include <variant>
 
 namespace kelpay {
 
 namespace {
 
-enum class Type { Text = 1, Number = 2, Data = 3 };
-
-struct Value
-{
-    Type type = Type::Text;
-    Bytes bytes;
-    qint64 number = 0;
-};
-
 constexpr const char *schema = "CREATE TABLE IF NOT EXISTS defaults("
                                "key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) WITHOUT ROWID";
-
-void bindValue(SqliteStatement &statement, int index, const Value &value)
-{
-    if (value.type == Type::Number)
-        statement.bind(index, std::int64_t{value.number});
-    else
-        statement.bind(index, value.bytes);
-}
 
 } // namespace
 
 struct UserDefaults::Impl
 {
+    enum class Type { Text = 1, Number = 2, Data = 3 };
+    struct Value
+    {
+        Type type = Type::Text;
+        Bytes bytes;
+        qint64 number = 0;
+    };
+
     std::mutex mutex;
     std::unique_ptr<SqliteDatabase> database;
     SqliteStatement selectStatement;
@@ -51,7 +41,7 @@ struct UserDefaults::Impl
     bool writeToFile(const QString &key, const std::optional<Value> &value);
 };
 
-std::optional<Value> UserDefaults::Impl::read(const QString &key)
+std::optional<UserDefaults::Impl::Value> UserDefaults::Impl::read(const QString &key)
 {
     if (const auto kept = memory.find(key); kept != memory.end())
         return kept->second;
@@ -81,7 +71,10 @@ bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Val
     statement.bind(1, std::string_view(name));
     if (value) {
         statement.bind(2, static_cast<std::int64_t>(value->type));
-        bindValue(statement, 3, *value);
+        if (value->type == Type::Number)
+            statement.bind(3, std::int64_t{value->number});
+        else
+            statement.bind(3, value->bytes);
     }
     const bool written = statement.run();
     if (!written)
@@ -134,9 +127,9 @@ std::optional<Bytes> UserDefaults::utf8(const QString &key) const
 {
     const std::scoped_lock lock(m_impl->mutex);
     auto value = m_impl->read(key);
-    if (!value || value->type == Type::Data)
+    if (!value || value->type == Impl::Type::Data)
         return std::nullopt;
-    return value->type == Type::Text ? value->bytes : Bytes::fromText(QString::number(value->number));
+    return value->type == Impl::Type::Text ? value->bytes : Bytes::fromText(QString::number(value->number));
 }
 
 std::optional<QString> UserDefaults::string(const QString &key) const
@@ -149,16 +142,16 @@ std::optional<qint64> UserDefaults::integer(const QString &key) const
 {
     const std::scoped_lock lock(m_impl->mutex);
     const auto value = m_impl->read(key);
-    if (!value || value->type == Type::Data)
+    if (!value || value->type == Impl::Type::Data)
         return std::nullopt;
-    return value->type == Type::Number ? value->number : integerValue(value->bytes.toText());
+    return value->type == Impl::Type::Number ? value->number : integerValue(value->bytes.toText());
 }
 
 std::optional<Bytes> UserDefaults::data(const QString &key) const
 {
     const std::scoped_lock lock(m_impl->mutex);
     auto value = m_impl->read(key);
-    return value && value->type == Type::Data ? std::optional(value->bytes) : std::nullopt;
+    return value && value->type == Impl::Type::Data ? std::optional(value->bytes) : std::nullopt;
 }
 
 void UserDefaults::setString(const QString &key, const QString &value)
@@ -169,19 +162,19 @@ void UserDefaults::setString(const QString &key, const QString &value)
 void UserDefaults::setUtf8(const QString &key, const Bytes &value)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    m_impl->write(key, Value{.type = Type::Text, .bytes = value});
+    m_impl->write(key, Impl::Value{.type = Impl::Type::Text, .bytes = value});
 }
 
 void UserDefaults::setInteger(const QString &key, qint64 value)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    m_impl->write(key, Value{.type = Type::Number, .bytes = {}, .number = value});
+    m_impl->write(key, Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = value});
 }
 
 void UserDefaults::setData(const QString &key, const Bytes &value)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    m_impl->write(key, Value{.type = Type::Data, .bytes = value});
+    m_impl->write(key, Impl::Value{.type = Impl::Type::Data, .bytes = value});
 }
 
 void UserDefaults::remove(const QString &key)
@@ -205,11 +198,12 @@ qint64 UserDefaults::increment(const QString &key)
         m_impl->database->logFailure("written; the value is kept in memory for this process");
     }
     const auto before = m_impl->read(key);
-    const qint64 number = (before && before->type != Type::Data
-                               ? (before->type == Type::Number ? before->number : integerValue(before->bytes.toText()))
-                               : 0) +
-                          1;
-    m_impl->memory[key] = Value{.type = Type::Number, .bytes = {}, .number = number};
+    const qint64 number =
+        (before && before->type != Impl::Type::Data
+             ? (before->type == Impl::Type::Number ? before->number : integerValue(before->bytes.toText()))
+             : 0) +
+        1;
+    m_impl->memory[key] = Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number};
     return number;
 }
 

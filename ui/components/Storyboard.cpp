@@ -17,9 +17,9 @@ QHash<QString, Storyboard::Factory> &scenes()
 
 } // namespace
 
-Storyboard::Scene::Scene(const QString &identifier, Factory factory)
+Storyboard::Scene::Scene(const QString &identifier, const Factory &factory)
 {
-    scenes().insert(identifier, std::move(factory));
+    scenes().insert(identifier, factory);
 }
 
 const Storyboard &Storyboard::main()

@@ -14,7 +14,7 @@ public:
 
     struct Scene
     {
-        Scene(const QString &identifier, Factory factory);
+        Scene(const QString &identifier, const Factory &factory);
     };
 
     static const Storyboard &main();

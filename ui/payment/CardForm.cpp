@@ -12,8 +12,6 @@ namespace kelpay {
 
 namespace {
 
-const QString notApplicable = QStringLiteral("NA");
-
 bool isDigits(const QString &text)
 {
     return std::all_of(text.begin(), text.end(),
@@ -94,12 +92,12 @@ bool CardForm::accepts(Field field, const Edit &edit)
 
 void CardForm::applyCardRules(const QString &cardNumber)
 {
-    if (m_terms.ta == notApplicable || !m_terms.bl || !m_terms.bl->contains(QLatin1Char('|')))
+    if (m_terms.ta == QLatin1String("NA") || !m_terms.bl || !m_terms.bl->contains(QLatin1Char('|')))
         return;
     try {
         const QString userValues = cardNumber + QLatin1Char(';') + m_terms.amn.value_or(QStringLiteral("(null)"));
         const QString verdict = CoreFunctions().isSimple(*m_terms.bl, userValues);
-        if (verdict == notApplicable)
+        if (verdict == QLatin1String("NA"))
             Q_EMIT notified(QStringLiteral("شما مجاز به پرداخت نمیباشید"));
         else if (verdict == QLatin1String("NO"))
             setSimple(false);
