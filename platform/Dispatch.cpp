@@ -42,8 +42,8 @@ Pools &pools()
 void finishTasks()
 {
     shuttingDown = true;
-    pools().transfers.waitForDone(2'000);
     pools().global.waitForDone(2'000);
+    pools().transfers.waitForDone(2'000);
 }
 
 void beginTasks()

@@ -142,6 +142,8 @@ UrlResult perform(const Request &request)
 
 void UrlSession::post(const QUrl &url, const QByteArray &contentType, QByteArray body, Completion completion)
 {
+    if (Dispatch::isShuttingDown())
+        return;
     Dispatch::transfer([request = Request{url, contentType, std::move(body), Trust::Service, 10min},
                         completion = std::move(completion)] {
         const UrlResult result = perform(request);

@@ -2,6 +2,7 @@
 
 #include "device/CoreFunctions.h"
 #include "platform/Deployment.h"
+#include "platform/Dispatch.h"
 #include "platform/Log.h"
 #include "platform/UrlSession.h"
 #include "platform/UserDefaults.h"
@@ -128,6 +129,8 @@ void CoreNetworking::sendPaymentRequest(const QString &input, ResponseBlock bloc
 
 void CoreNetworking::send(Exchange exchange, const Values &values)
 {
+    if (Dispatch::isShuttingDown())
+        return;
     const CoreFunctions functions;
     const auto &defaults = UserDefaults::standard();
     const auto uuid = CoreKeychain().string(QStringLiteral("uuid"));

@@ -10,6 +10,7 @@
 #include "protocol/CoreNetworking.h"
 #include "security/CoreKeychain.h"
 #include "ui/components/ProgressOverlay.h"
+#include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
 #include "ui/components/ViewController.h"
 #include "ui/payment/ViewUtils.h"
@@ -28,9 +29,14 @@ bool hasScreen()
     return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
 }
 
-void presentPaymentScreen()
+/// Over the host's window; where the host had one and destroyed it meanwhile, the screen is dropped.
+void presentPaymentScreen(bool hostHadWindow)
 {
     ProgressOverlay::dismiss();
+    if (hostHadWindow && !RootViewController::hostHasWindow()) {
+        qCWarning(logScreen, "the payment screen is dropped: the host closed its window");
+        return;
+    }
     auto payment = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
     if (payment)
         ViewUtils::topMostViewController()->present(std::move(payment), true);
@@ -81,6 +87,11 @@ void KelPayCore::clearKeys()
         CoreKeychain(QStringLiteral("kehlpehy")).deleteEntry(QString::fromLatin1(entry));
 }
 
+void KelPayCore::setProgrammingErrorHandler(ProgrammingErrorHandler handler)
+{
+    kelpay::setProgrammingErrorHandler(handler);
+}
+
 void KelPayCore::loadFontWithName(const QString &name)
 {
     if (!hasScreen())
@@ -105,17 +116,17 @@ void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &ad
         m_profile->setPaymentStatusBlock(std::move(completion));
 
     const QString input = QStringList{msisdn, additionalData, paymentParams}.join(QLatin1StringView("||"));
-    Dispatch::global(Dispatch::Priority::High, [input, profile = m_profile] {
-        CoreNetworking::create()->sendTokenRequest(input,
-                                                   [profile](bool ok, const QString &message, const QString &code) {
-                                                       if (ok) {
-                                                           Dispatch::main(presentPaymentScreen);
-                                                           return;
-                                                       }
-                                                       Dispatch::main([] { ProgressOverlay::dismiss(); });
-                                                       profile->reportStatus(false, code, message);
-                                                   });
-    });
+    const auto receive = [profile = m_profile, hostHadWindow = RootViewController::hostHasWindow()](
+                             bool ok, const QString &message, const QString &code) {
+        if (ok) {
+            Dispatch::main([hostHadWindow] { presentPaymentScreen(hostHadWindow); });
+            return;
+        }
+        Dispatch::main([] { ProgressOverlay::dismiss(); });
+        profile->reportStatus(false, code, message);
+    };
+    Dispatch::global(Dispatch::Priority::High,
+                     [input, receive] { CoreNetworking::create()->sendTokenRequest(input, receive); });
 }
 
 void KelPayCore::getInternetListWithCompletion(const ListCallback &completion)

@@ -136,7 +136,9 @@ bool Driver::verify()
 /// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
 bool Driver::leavePage()
 {
-    if (Screen::find(QStringLiteral("banner"))) {
+    if (Screen::isReady(QStringLiteral("banner"))) {
+        if (!stands(QStringLiteral("banner")))
+            return false;
         shoot(QStringLiteral("banner"));
         m_step = Step::Watch;
         return true;

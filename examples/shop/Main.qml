@@ -25,8 +25,11 @@ ApplicationWindow {
     Payment {
         id: payment
 
+        property bool busy: false
+
         merchantId: window.session.merchant
         onFinished: (success, code, description, reference, merchantReference) => {
+            busy = false
             outcome.show(success, code, description, reference)
             window.session.report(success, code, description, reference, merchantReference)
         }
@@ -37,8 +40,22 @@ ApplicationWindow {
 
         anchors.fill: parent
         visible: !outcome.visible
-        onPay: amount => payment.start(window.session.msisdn, window.session.additional,
-            window.session.params || `724|${amount}|خرید از چای‌خانهٔ نارنج`)
+        enabled: !payment.busy
+        onPay: amount => {
+            // One payment at a time. Where no outcome ever comes, the shop opens again after the longest one can take.
+            outcome.reset()
+            payment.busy = true
+            patience.restart()
+            payment.start(window.session.msisdn, window.session.additional,
+                window.session.params || `724|${amount}|خرید از چای‌خانهٔ نارنج`)
+        }
+    }
+
+    Timer {
+        id: patience
+
+        interval: 11 * 60 * 1000
+        onTriggered: payment.busy = false
     }
 
     Outcome {

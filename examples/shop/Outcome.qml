@@ -14,7 +14,17 @@ Item {
 
     signal back()
 
+    // A host that cancels or runs out of time can't know whether a payment on its way was booked.
+    readonly property bool unsure: code === "2525342" || code === "2525343"
+
+    function reset() {
+        outcome.success = false
+    }
+
     function show(success: bool, code: string, description: string, reference: string) {
+        // What was paid stays paid, whatever is reported later.
+        if (outcome.success)
+            return
         outcome.success = success
         outcome.code = code
         outcome.description = description
@@ -53,7 +63,9 @@ Item {
         }
         Label {
             Layout.fillWidth: true
-            text: outcome.success ? "سفارش امروز برایتان فرستاده می‌شود." : outcome.description
+            text: outcome.success ? "سفارش امروز برایتان فرستاده می‌شود."
+                : outcome.unsure ? outcome.description + "\nاگر مبلغی از حساب شما کم شده است، پیش از پرداخت دوباره به ما خبر دهید."
+                : outcome.description
             font.pixelSize: 15
             color: "#7A6650"
             wrapMode: Text.Wrap

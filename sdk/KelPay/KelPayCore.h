@@ -31,26 +31,26 @@ class HostProfile;
 class KELPAY_EXPORT KelPayCore
 {
 public:
+    // clang-format off
     /// One call for each outcome:
     ///
-    /// | success | code        | description                       | references                     | when |
-    /// |---------|-------------|-----------------------------------|--------------------------------|------|
-    /// | true    | "1"         | "Successful"                      | tracking and reference number  | receipt closed
-    /// after a payment | | false   | the service's | the service's                   | ""                             |
-    /// receipt closed after a refusal; token refused | | false   | "2525342"   | "کاربر از انجام تراکنش منصرف شد"   |
-    /// ""                             | cancelled by the payer | | false   | "2525343"   | "مدت زمان تراکنش به پایان
-    /// رسید"    | ""                             | the ten minutes ran out | | false   | "2525344"   | "پذیرنده
-    /// نامعتبر"                  | ""                             | merchant has no verification link | | false   |
-    /// "2525345"   | "خطا در ارتباط با سرور"            | ""                             | token request answered with
-    /// an HTTP error |
+    /// | success | code          | description                      | references                    | when                                            |
+    /// |---------|---------------|----------------------------------|-------------------------------|-------------------------------------------------|
+    /// | true    | "1"           | "Successful"                     | tracking and reference number | receipt closed after a payment                  |
+    /// | false   | the service's | the service's                    | ""                            | receipt closed after a refusal; token refused   |
+    /// | false   | "2525342"     | "کاربر از انجام تراکنش منصرف شد" | ""                            | cancelled by the payer                          |
+    /// | false   | "2525343"     | "مدت زمان تراکنش به پایان رسید"  | ""                            | the ten minutes ran out                         |
+    /// | false   | "2525344"     | "پذیرنده نامعتبر"                | ""                            | merchant has no verification link               |
+    /// | false   | "2525345"     | "خطا در ارتباط با سرور"          | ""                            | token request answered with an HTTP error       |
     ///
+    // clang-format on
     /// It may run on any thread, so hop to the main one before touching a window. There is no call where nothing is
     /// known: after a transport error, a payment answered with an HTTP error, or on a simulated device. When the payer
     /// cancels, or the time runs out, while a payment is on its way, money may have moved: ask the service.
     using StatusCallback = std::function<void(bool success, const QString &code, const QString &description,
                                               const QString &reference, const QString &merchantReference)>;
 
-    /// (true, the service's JSON as a map, a list or a plain value; invalid when it was no JSON), or
+    /// (true, the service's JSON as a map or a list; an invalid variant when it was neither), or
     /// (false, an empty map) when nothing came.
     using ListCallback = std::function<void(bool ok, const QVariant &list)>;
 
@@ -65,6 +65,13 @@ public:
 
     /// Forgets all saved card data that this application's keychain may hold. Any thread.
     static void clearKeys();
+
+    /// What happens on a mistake of the host's code that leaves the SDK without something it must have, such as a
+    /// payment started without a merchant identifier. By default the message is logged and the process ends. A handler
+    /// that returns makes the failed call do nothing: nothing is sent, nothing is called. Null restores the default.
+    /// Any thread.
+    using ProgrammingErrorHandler = void (*)(const QString &message);
+    static void setProgrammingErrorHandler(ProgrammingErrorHandler handler);
 
     /// Registers the bundled font file "<name>.ttf" for this process; does nothing when there is none. Needs a
     /// QGuiApplication.

@@ -96,7 +96,11 @@ TEST_F(ReceiptScreenTest, keepsThePaymentScreenOfEightMerchants)
         ReceiptViewController *receipt = pay(paidAnswer());
         CoreKeychain().setString(QString::fromLatin1(merchant), QStringLiteral("mid"));
         receipt->donePayment();
+        // The payment screen is uncovered before the receipt has told the outcome; nothing may overtake it.
+        navigation()->topViewController()->barButtonPressed();
+        EXPECT_EQ(outcomes().size(), before);
         ASSERT_TRUE(waitFor([&] { return outcomes().size() > before; }));
+        EXPECT_EQ(outcomes().back().code, QStringLiteral("1"));
         settle(500);
         EXPECT_EQ(navigation() != nullptr, stays) << merchant;
         if (!stays)

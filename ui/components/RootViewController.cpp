@@ -37,6 +37,11 @@ RootViewController::~RootViewController()
     delete presentedViewController();
 }
 
+bool RootViewController::hostHasWindow()
+{
+    return Stage::hostWindow() != nullptr;
+}
+
 QQuickItem *RootViewController::openStage()
 {
     if (!m_stage && ScreenEngine::hasDisplay()) {

@@ -17,6 +17,9 @@ public:
     static RootViewController &shared();
     ~RootViewController() override;
 
+    /// Whether the host shows a window of its own. Main queue.
+    static bool hostHasWindow();
+
     /// The surface that presented views stand on; opened over the host's active window when it is not open yet. Null
     /// where there is no display.
     QQuickItem *openStage();

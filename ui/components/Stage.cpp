@@ -47,6 +47,7 @@ Stage::~Stage()
 {
     disconnect();
     delete m_layer;
+    m_ownWindow.reset(); // Its content item still calls back: while the other members live.
     if (m_hostFocus)
         m_hostFocus->forceActiveFocus();
 }

@@ -56,6 +56,9 @@ public:
     virtual void viewWillAppear() {}
     virtual void viewDidAppear() {}
 
+    /// What was above it has finished for good, and this screen stays on display.
+    virtual void resume() {}
+
     /// What the navigation bar shows: a title, and a button at its start with an object name; "" for no button.
     virtual QString title() const { return {}; }
     virtual QString barButtonText() const { return {}; }

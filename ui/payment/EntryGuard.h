@@ -10,8 +10,8 @@
 namespace kelpay {
 
 /// Stands between a text field and the person: every edit is the card form's to accept, a digit key of a Persian or
-/// Arabic keyboard counts as the ASCII digit, and a secret field can't be copied, cut or undone nor read by an input
-/// method.
+/// Arabic keyboard counts as the ASCII digit, nothing is undone, and a secret field can't be copied or cut nor read by
+/// an input method.
 class EntryGuard : public QValidator
 {
     Q_OBJECT

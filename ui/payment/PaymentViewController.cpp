@@ -207,6 +207,8 @@ void PaymentViewController::timerFired()
 
 void PaymentViewController::cancelPayment()
 {
+    if (m_isHandedOver)
+        return;
     report(QStringLiteral("2525342"), QStringLiteral("کاربر از انجام تراکنش منصرف شد"));
 }
 
@@ -217,9 +219,12 @@ void PaymentViewController::openVerifyURL()
             navigationController()->push(std::make_unique<VerificationViewController>(QUrl(*m_vu)), true);
         return;
     }
+    if (m_isButtonedOrNeah)
+        return;
+    m_isButtonedOrNeah = true; // The outcome is settled: no payment starts any more.
     showNotificationError(QStringLiteral("پذیرنده نامعتبر میباشد"));
     Dispatch::mainAfter(2s, [screen = QPointer(this)] {
-        if (screen && !screen->m_isHandedOver)
+        if (screen)
             screen->report(QStringLiteral("2525344"), QStringLiteral("پذیرنده نامعتبر"));
     });
 }

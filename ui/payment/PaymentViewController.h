@@ -45,6 +45,7 @@ public:
     QString barButtonText() const override { return QStringLiteral("انصراف"); }
     QString barButtonName() const override { return QStringLiteral("cancelButton"); }
     void barButtonPressed() override { cancelPayment(); }
+    void resume() override { m_isHandedOver = false; }
 
     /// The pay button.
     Q_INVOKABLE void verifyPayment();
@@ -102,7 +103,7 @@ private:
     bool m_isWallety = false;
     bool m_isPanListShown = false;
     bool m_isReported = false;
-    bool m_isHandedOver = false; ///< The receipt has the outcome.
+    bool m_isHandedOver = false; ///< The receipt has the outcome; nothing else is reported until it has told it.
 };
 
 } // namespace kelpay

@@ -6,6 +6,7 @@
 #include "platform/Formats.h"
 #include "platform/UserDefaults.h"
 #include "security/CoreKeychain.h"
+#include "ui/components/NavigationController.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/Storyboard.h"
 #include "ui/payment/ViewUtils.h"
@@ -123,16 +124,24 @@ void ReceiptViewController::donePayment()
     if (m_isDone)
         return;
     m_isDone = true;
-    dismiss(true, [code = m_callbackCode, description = m_callbackDescription] {
-        Dispatch::global(Dispatch::Priority::High, [code, description] {
+    dismiss(true, [code = m_callbackCode, description = m_callbackDescription,
+                   navigation = QPointer(navigationController())] {
+        const bool staysOpen = keepsPaymentScreen(CoreKeychain().string(QStringLiteral("mid")));
+        Dispatch::global(Dispatch::Priority::High, [code, description, navigation, staysOpen] {
             const PaymentData data = PaymentData::gather();
             if (data.isSuccess())
                 HostProfile::shared().reportStatus(true, QStringLiteral("1"), QStringLiteral("Successful"),
                                                    data.urn.value_or(QString()), data.mrn.value_or(QString()));
             else
                 HostProfile::shared().reportStatus(false, code, description);
+            // Only now may the payment screen speak again: no other outcome overtakes this one.
+            if (staysOpen)
+                Dispatch::main([navigation] {
+                    if (navigation)
+                        navigation->topViewController()->resume();
+                });
         });
-        if (!keepsPaymentScreen(CoreKeychain().string(QStringLiteral("mid"))))
+        if (!staysOpen)
             Dispatch::main([] { ViewUtils::topMostViewController()->dismiss(true); });
     });
 }
