@@ -127,7 +127,7 @@ QString SystemFacts::hostVersion()
 QString SystemFacts::hardwareModel()
 {
     for (const char *path : {"/sys/class/dmi/id/product_name", "/sys/firmware/devicetree/base/model"}) {
-        if (const QString model = firstLine(path); !model.isEmpty())
+        if (QString model = firstLine(path); !model.isEmpty())
             return model;
     }
     return kernelField(&utsname::machine);
@@ -136,7 +136,7 @@ QString SystemFacts::hardwareModel()
 QString SystemFacts::systemVersion()
 {
     for (const char *path : {"/etc/os-release", "/usr/lib/os-release"}) {
-        if (const QString version = assignment(path, QLatin1StringView("VERSION_ID")); !version.isEmpty())
+        if (QString version = assignment(path, QLatin1StringView("VERSION_ID")); !version.isEmpty())
             return version;
     }
     return kernelField(&utsname::release);
@@ -159,7 +159,7 @@ QString SystemFacts::vendorIdentifier()
     const QByteArray machine = QSysInfo::machineUniqueId();
     if (machine.isEmpty())
         return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    QByteArray digest = QMessageAuthenticationCode::hash("kelpay vendor identifier\0" + hostIdentifier().toUtf8(),
+    QByteArray digest = QMessageAuthenticationCode::hash("kelpay vendor identifier: " + hostIdentifier().toUtf8(),
                                                          machine, QCryptographicHash::Sha256)
                             .first(16);
     digest[6] = static_cast<char>((digest[6] & 0x0f) | 0x80); // version 8: a UUID of our own making
