@@ -67,9 +67,9 @@ public:
     explicit FakeFingerprintService(const QString &address)
         : m_connection(QDBusConnection::connectToBus(address, QStringLiteral("fake-fprint")))
     {
+        EXPECT_TRUE(m_connection.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
         moveToThread(&m_thread);
         m_thread.start();
-        EXPECT_TRUE(m_connection.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
         EXPECT_TRUE(m_connection.registerService(QStringLiteral("net.reactivated.Fprint")));
     }
     ~FakeFingerprintService() override
