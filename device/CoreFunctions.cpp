@@ -2,9 +2,12 @@
 
 #include "HostProfile.h"
 #include "IntegrityCheck.h"
+#include "LocationManager.h"
+#include "Reachability.h"
 #include "platform/Deployment.h"
 #include "platform/Formats.h"
 #include "platform/Log.h"
+#include "platform/ScreenPresenter.h"
 #include "platform/SystemFacts.h"
 #include "platform/UrlSession.h"
 #include "platform/UserDefaults.h"
@@ -91,6 +94,33 @@ int CoreFunctions::intInRange(int minimum, int maximum) const
     const auto count = static_cast<quint32>(maximum) - static_cast<quint32>(minimum) + 1;
     const quint32 random = QRandomGenerator::system()->generate();
     return static_cast<int>((count == 0 ? random : random % count) + static_cast<quint32>(minimum));
+}
+
+void CoreFunctions::startNotifiers()
+{
+    m_internetReachability = Reachability::reachabilityWithHostName(Deployment::reachabilityHost());
+    m_internetReachability->startNotifier();
+}
+
+std::shared_ptr<Reachability> CoreFunctions::internetReachability() const
+{
+    return m_internetReachability;
+}
+
+bool CoreFunctions::internetConnection() const
+{
+    return m_internetReachability && m_internetReachability->currentReachabilityStatus() != Reachability::NotReachable;
+}
+
+void CoreFunctions::returnUserLocation(std::function<void(const QString &)> locationCallback)
+{
+    m_manager = std::make_shared<LocationManager>(std::move(locationCallback));
+    m_manager->startUpdatingLocation();
+}
+
+void CoreFunctions::showPaymentView() const
+{
+    ScreenPresenter::present(QStringLiteral("PaymentView"));
 }
 
 void CoreFunctions::parseTokenBody(const QJsonValue &body) const

@@ -6,12 +6,18 @@
 #include <QJsonValue>
 #include <QString>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace kelpay {
 
+class LocationManager;
+class Reachability;
+
 /// Facts of the host, the device and the session, and the rules about cards. Holds nothing between uses but what it
-/// writes to the keychain and the user defaults; make one where it is needed. Any thread, except where noted.
+/// writes to the keychain and the user defaults, and the two monitors that are started below; make one where it is
+/// needed. Any thread, except where noted.
 class CoreFunctions
 {
 public:
@@ -43,6 +49,19 @@ public:
     static std::optional<BaseClass> storedTokenAnswer();
     static std::optional<BaseClassp> storedPaymentAnswer();
 
+    // Main queue. What these start runs until this object and its copies are gone.
+    /// Begins to watch the way to the deployment's probe host.
+    void startNotifiers();
+    /// The monitor that `startNotifiers` started, for its `changed` signal; null before.
+    std::shared_ptr<Reachability> internetReachability() const;
+    /// True when the watched host is reachable, over the mobile network or Wi-Fi; false before `startNotifiers`.
+    bool internetConnection() const;
+    /// Calls back from the event loop with "latitude,longitude" on every update, "0.0,0.0" on failure. A second call
+    /// replaces the first.
+    void returnUserLocation(std::function<void(const QString &)> locationCallback);
+    /// Presents the payment screen over the top-most one.
+    void showPaymentView() const;
+
     /// The issuing bank's Persian name by the first six digits; "" for an unknown one.
     QString bankName(const QString &cardNumber) const;
     /// The check digit rule over the first 16 digits. Throws std::out_of_range for fewer than 16 characters.
@@ -60,6 +79,10 @@ public:
     QString policyForCode59(const QString &cardNumber, const QString &rules) const;
     /// "JA" (PIN only), "NO" (full form) or "NA" (not allowed) for `userValues`, "card number;amount". Throws as above.
     QString isSimple(const QString &rules, const QString &userValues) const;
+
+private:
+    std::shared_ptr<LocationManager> m_manager;
+    std::shared_ptr<Reachability> m_internetReachability;
 };
 
 } // namespace kelpay

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QString>
+
+namespace kelpay {
+
+/// Asks the system's fingerprint service, fprintd on the system bus (DBUS_SYSTEM_BUS_ADDRESS), about this user. Blocks,
+/// two seconds in all at most once the bus is connected. Any thread.
+class FingerprintService
+{
+public:
+    struct Answer
+    {
+        bool hasEnrolledPrints = false;
+        QString reason; ///< why there are none to use; "" when there are
+    };
+
+    static Answer ask();
+};
+
+} // namespace kelpay

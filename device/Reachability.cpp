@@ -1,0 +1,129 @@
+#include "Reachability.h"
+
+#include "platform/KernelRoutes.h"
+
+#include <QNetworkInformation>
+
+namespace kelpay {
+
+namespace {
+
+/// The system's network service, or null where none runs. A back end that the host loaded stays.
+QNetworkInformation *networkService()
+{
+    using Feature = QNetworkInformation::Feature;
+    // Once: looking for a service that isn't there costs calls on the bus.
+    [[maybe_unused]] static const bool looked =
+        QNetworkInformation::instance() ||
+        QNetworkInformation::loadBackendByFeatures(Feature::Reachability | Feature::TransportMedium) ||
+        QNetworkInformation::loadBackendByFeatures(Feature::Reachability);
+    auto *service = QNetworkInformation::instance();
+    return service && service->supports(Feature::Reachability) ? service : nullptr;
+}
+
+std::optional<bool> isOnline(QNetworkInformation::Reachability reachability)
+{
+    switch (reachability) {
+    case QNetworkInformation::Reachability::Disconnected:
+        return false;
+    case QNetworkInformation::Reachability::Site:
+    case QNetworkInformation::Reachability::Online:
+        return true;
+    case QNetworkInformation::Reachability::Local:
+    case QNetworkInformation::Reachability::Unknown:
+        break;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+Reachability::Reachability(const QString &hostName) : m_hostName(hostName) {}
+
+std::unique_ptr<Reachability> Reachability::reachabilityWithHostName(const QString &hostName)
+{
+    return std::unique_ptr<Reachability>(new Reachability(hostName));
+}
+
+bool Reachability::startNotifier()
+{
+    if (m_notifier)
+        return true;
+    // Routes change without the network service's knowledge, and it may run without knowing the medium: hear both.
+    auto monitor = std::make_unique<KernelRouteMonitor>();
+    auto *service = networkService();
+    if (!monitor->isWatching() && !service)
+        return false;
+    m_lastStatus = currentReachabilityStatus();
+    connect(monitor.get(), &KernelRouteMonitor::changed, this, &Reachability::compare);
+    if (service) {
+        connect(service, &QNetworkInformation::reachabilityChanged, monitor.get(), [this] { compare(); });
+        connect(service, &QNetworkInformation::transportMediumChanged, monitor.get(), [this] { compare(); });
+    }
+    m_notifier = std::move(monitor);
+    return true;
+}
+
+void Reachability::stopNotifier()
+{
+    m_notifier.reset();
+}
+
+Reachability::NetworkStatus Reachability::currentReachabilityStatus() const
+{
+    return statusOf(facts());
+}
+
+QString Reachability::currentReachabilityString() const
+{
+    return text(currentReachabilityStatus());
+}
+
+Reachability::Facts Reachability::facts() const
+{
+    Facts facts;
+    const QHostAddress address(m_hostName);
+    facts.hostIsAddress = !address.isNull();
+    facts.interface = facts.hostIsAddress ? KernelRoutes::interfaceTo(address) : KernelRoutes::defaultInterface();
+    facts.interfaceIsCellular = facts.interface && KernelRoutes::isCellular(*facts.interface);
+    if (const auto *service = networkService()) {
+        facts.online = isOnline(service->reachability());
+        const auto medium = service->transportMedium();
+        if (medium != QNetworkInformation::TransportMedium::Unknown)
+            facts.cellular = medium == QNetworkInformation::TransportMedium::Cellular;
+    }
+    return facts;
+}
+
+Reachability::NetworkStatus Reachability::statusOf(const Facts &facts)
+{
+    const bool routed = facts.interface.has_value();
+    const bool reachable = facts.hostIsAddress ? routed : facts.online.value_or(routed);
+    if (!reachable)
+        return NotReachable;
+    return facts.cellular.value_or(facts.interfaceIsCellular) ? ReachableViaWWAN : ReachableViaWiFi;
+}
+
+QString Reachability::text(NetworkStatus status)
+{
+    switch (status) {
+    case ReachableViaWiFi:
+        return QStringLiteral("WiFi");
+    case ReachableViaWWAN:
+        return QStringLiteral("Cellular");
+    case NotReachable:
+        break;
+    }
+    return QStringLiteral("No Connection");
+}
+
+void Reachability::compare()
+{
+    const NetworkStatus status = currentReachabilityStatus();
+    if (status == m_lastStatus)
+        return;
+    m_lastStatus = status;
+    Q_EMIT changed(status);
+}
+
+} // namespace kelpay

@@ -1,0 +1,131 @@
+#include "device/LocationManager.h"
+#include "device/CoreFunctions.h"
+#include "platform/ScreenPresenter.h"
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QGeoPositionInfoSource>
+#include <QLocale>
+#include <QStringList>
+
+namespace kelpay {
+namespace {
+
+class FakeSource : public QGeoPositionInfoSource
+{
+public:
+    FakeSource() : QGeoPositionInfoSource(nullptr) {}
+
+    QGeoPositionInfo lastKnownPosition(bool) const override { return {}; }
+    PositioningMethods supportedPositioningMethods() const override { return AllPositioningMethods; }
+    int minimumUpdateInterval() const override { return 0; }
+    Error error() const override { return NoError; }
+    void startUpdates() override { isUpdating = true; }
+    void stopUpdates() override { isUpdating = false; }
+    void requestUpdate(int) override { Q_EMIT positionUpdated(at(35.6892, 51.389)); } // at once, within the call
+
+    static QGeoPositionInfo at(double latitude, double longitude)
+    {
+        return {QGeoCoordinate(latitude, longitude), QDateTime::currentDateTimeUtc()};
+    }
+
+    bool isUpdating = false;
+};
+
+QStringList logged;
+
+void collectLog(QtMsgType, const QMessageLogContext &, const QString &message)
+{
+    logged << message;
+}
+
+/// Collects what is told and logged.
+class LocationTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        logged.clear();
+        m_former = qInstallMessageHandler(collectLog);
+    }
+    void TearDown() override { qInstallMessageHandler(m_former); }
+
+    QStringList told;
+    LocationManager::Callback callback = [this](const QString &location) { told << location; };
+
+private:
+    QtMessageHandler m_former = nullptr;
+};
+
+TEST_F(LocationTest, TellsEveryUpdateFromTheEventLoop)
+{
+    const QLocale former;
+    QLocale::setDefault(QLocale(QLocale::Persian, QLocale::Iran));
+    auto owned = std::make_unique<FakeSource>();
+    FakeSource &source = *owned;
+    LocationManager manager(std::move(owned), callback);
+    manager.startUpdatingLocation();
+    EXPECT_TRUE(told.isEmpty());
+    EXPECT_TRUE(source.isUpdating);
+    Q_EMIT source.positionUpdated(FakeSource::at(-0.0000125, 180));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(told, QStringList({QStringLiteral("35.6892,51.389"), QStringLiteral("-0.0000125,180")}));
+    QLocale::setDefault(former);
+
+    Q_EMIT source.errorOccurred(QGeoPositionInfoSource::AccessError);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(told.last(), QStringLiteral("0.0,0.0"));
+    EXPECT_EQ(logged, QStringList(QStringLiteral("didFailWithError: AccessError")));
+}
+
+TEST_F(LocationTest, BothUpdateForms)
+{
+    LocationManager manager(nullptr, callback);
+    manager.didUpdateLocations({});
+    manager.didUpdateLocations({FakeSource::at(1, 2), FakeSource::at(3, 4)});
+    manager.didUpdateToLocation(FakeSource::at(5, 6), FakeSource::at(3, 4));
+    manager.didUpdateToLocation({}, FakeSource::at(5, 6));
+    EXPECT_EQ(told, QStringList({QStringLiteral("3,4"), QStringLiteral("5,6")}));
+    EXPECT_EQ(logged,
+              QStringList({QStringLiteral("didUpdateToLocation: 5,6"), QStringLiteral("didUpdateToLocation: (null)")}));
+}
+
+TEST_F(LocationTest, ASystemWithoutASourceFails)
+{
+    LocationManager manager(nullptr, callback);
+    manager.startUpdatingLocation();
+    EXPECT_TRUE(told.isEmpty());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(told, QStringList(QStringLiteral("0.0,0.0")));
+}
+
+// Whatever this machine has, something is told; and the block may release what runs it.
+TEST_F(LocationTest, TheBlockMayReleaseTheManager)
+{
+    auto functions = std::make_unique<CoreFunctions>();
+    functions->returnUserLocation([&](const QString &location) {
+        functions.reset();
+        told << location;
+    });
+    QElapsedTimer clock;
+    clock.start();
+    while (told.isEmpty() && clock.elapsed() < 10'000)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
+    if (told.isEmpty())
+        GTEST_SKIP() << "a position service runs here and has not answered yet";
+    EXPECT_EQ(told.first().count(QLatin1Char(',')), 1);
+}
+
+TEST(CoreFunctions, ShowsThePaymentView)
+{
+    QStringList shown;
+    ScreenPresenter::setPresent([&shown](const QString &identifier) { shown << identifier; });
+    CoreFunctions().showPaymentView();
+    ScreenPresenter::setPresent(nullptr);
+    EXPECT_EQ(shown, QStringList(QStringLiteral("PaymentView")));
+}
+
+} // namespace
+} // namespace kelpay
