@@ -45,7 +45,7 @@ struct Unref
 template <typename T> using Ref = std::unique_ptr<T, Unref>;
 using Items = std::vector<Ref<SecretItem>>;
 
-// A secret service whose prompts are refused as "locked" before they show.
+// A secret service on a connection of our own, whose prompts are refused as "locked" before they show.
 struct PromptlessService
 {
     SecretService parent;
@@ -75,10 +75,19 @@ GVariant *refusedPrompt(SecretService * /*service*/, GAsyncResult *result, GErro
     return static_cast<GVariant *>(g_task_propagate_pointer(G_TASK(result), error));
 }
 
+// The parent asks for the shared session connection, which would take the place of the one given.
+GObject *keepOwnConnection(GType type, guint count, GObjectConstructParam *properties)
+{
+    GObject *service = G_OBJECT_CLASS(promptless_service_parent_class)->constructor(type, count, properties);
+    g_object_set(service, "g-bus-type", G_BUS_TYPE_NONE, nullptr);
+    return service;
+}
+
 void promptless_service_init(PromptlessService * /*service*/) {}
 
 void promptless_service_class_init(PromptlessServiceClass *type)
 {
+    G_OBJECT_CLASS(type)->constructor = keepOwnConnection;
     type->parent.prompt_sync = refusePrompt;
     type->parent.prompt_async = refusePromptLater;
     type->parent.prompt_finish = refusedPrompt;
@@ -300,18 +309,18 @@ private:
 
     bool connect()
     {
-        GError *error = nullptr;
-        const Ref<gchar> address(g_dbus_address_get_for_bus_sync(G_BUS_TYPE_SESSION, m_cancellable.get(), &error));
-        if (error) {
-            fail(Ref<GError>(error));
-            return false;
+        // As every client finds the bus, but for starting one: that takes as long as it likes and holds no keyring.
+        QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+        if (address.isEmpty()) {
+            const Ref<gchar> path(g_dbus_address_escape_value((qgetenv("XDG_RUNTIME_DIR") + "/bus").constData()));
+            address = QByteArray("unix:path=") + path.get();
         }
         // Not the process's shared connection: that one is the host's, and ends the process when the bus goes.
         constexpr auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                                  G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-        m_connection.reset(
-            await([&](auto... rest) { g_dbus_connection_new_for_address(address.get(), flags, nullptr, rest...); },
-                  [](auto... rest) { return g_dbus_connection_new_for_address_finish(rest...); }));
+        m_connection.reset(await(
+            [&](auto... rest) { g_dbus_connection_new_for_address(address.constData(), flags, nullptr, rest...); },
+            [](auto... rest) { return g_dbus_connection_new_for_address_finish(rest...); }));
         return m_connection != nullptr;
     }
 
@@ -345,9 +354,7 @@ private:
         m_service.reset(await(
             [&](auto... rest) {
                 g_async_initable_new_async(promptless_service_get_type(), G_PRIORITY_DEFAULT, rest..., "g-connection",
-                                           m_connection.get(), "g-name", "org.freedesktop.secrets", "g-object-path",
-                                           "/org/freedesktop/secrets", "g-interface-name",
-                                           "org.freedesktop.Secret.Service", "flags", SECRET_SERVICE_NONE, nullptr);
+                                           m_connection.get(), nullptr);
             },
             [](GAsyncResult *result, GError **error) {
                 const Ref<GObject> source(g_async_result_get_source_object(result));
