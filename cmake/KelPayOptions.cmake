@@ -11,6 +11,11 @@ set(KELPAY_SERVICE_HOST "" CACHE STRING "Host name of the payment service, witho
 set(KELPAY_RESOURCES_DIR "" CACHE PATH "Folder with IOSNewCert.pfx, service-anchors.pem and files that replace the SDK's own")
 set(KELPAY_IP_ECHO "" CACHE STRING "URL that answers a GET with the caller's address as plain text")
 set(KELPAY_REACHABILITY_HOST "" CACHE STRING "Host whose reachability stands for the network's")
+set(KELPAY_KEYCHAIN file CACHE STRING "Where secrets live: file, or secret-service (the desktop's keyring)")
+set_property(CACHE KELPAY_KEYCHAIN PROPERTY STRINGS file secret-service)
+if(NOT KELPAY_KEYCHAIN MATCHES "^(file|secret-service)$")
+    message(FATAL_ERROR "KELPAY_KEYCHAIN is \"${KELPAY_KEYCHAIN}\"; it must be file or secret-service.")
+endif()
 
 if(KELPAY_SANDBOX)
     set(KELPAY_SANDBOX_BOOL true)

@@ -1,6 +1,7 @@
 #include "security/FileKeychain.h"
 
 #include "platform/StateFolder.h"
+#include "security/KeychainContext.h"
 #include "security/MasterKey.h"
 #include "security/SealedValue.h"
 #include "security/SecStatus.h"
@@ -88,21 +89,6 @@ struct BoundMatch
     std::int64_t itemClass;
 };
 
-// What a value is bound to. Each part is preceded by its length, so that no two items share one context.
-Bytes contextOf(const KeychainItem &item)
-{
-    BytesBuilder context;
-    context.append(static_cast<char>(item.itemClass));
-    for (const QString &part : {item.service, item.accessGroup, item.account, item.label}) {
-        const QByteArray text = part.toUtf8();
-        const auto size = static_cast<std::uint32_t>(text.size());
-        for (const int shift : {24, 16, 8, 0})
-            context.append(static_cast<char>(size >> shift & 0xff));
-        context.append(std::string_view(text));
-    }
-    return context.take();
-}
-
 } // namespace
 
 struct FileKeychain::Row
@@ -111,12 +97,6 @@ struct FileKeychain::Row
     KeychainItem item;
     std::optional<Bytes> sealed;
 };
-
-KeychainStore &KeychainStore::shared()
-{
-    static FileKeychain store;
-    return store;
-}
 
 bool FileKeychain::open()
 {

@@ -1,0 +1,20 @@
+#include "security/KeychainContext.h"
+
+namespace kelpay {
+
+// Each part is preceded by its length, so that no two items share one context.
+Bytes contextOf(const KeychainItem &item)
+{
+    BytesBuilder context;
+    context.append(static_cast<char>(item.itemClass));
+    for (const QString &part : {item.service, item.accessGroup, item.account, item.label}) {
+        const QByteArray text = part.toUtf8();
+        const auto size = static_cast<std::uint32_t>(text.size());
+        for (const int shift : {24, 16, 8, 0})
+            context.append(static_cast<char>(size >> shift & 0xff));
+        context.append(std::string_view(text));
+    }
+    return context.take();
+}
+
+} // namespace kelpay

@@ -1,0 +1,11 @@
+#include "security/FileKeychain.h"
+
+namespace kelpay {
+
+KeychainStore &KeychainStore::shared()
+{
+    static FileKeychain store;
+    return store;
+}
+
+} // namespace kelpay

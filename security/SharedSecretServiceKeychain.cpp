@@ -1,0 +1,11 @@
+#include "security/SecretServiceKeychain.h"
+
+namespace kelpay {
+
+KeychainStore &KeychainStore::shared()
+{
+    static SecretServiceKeychain store;
+    return store;
+}
+
+} // namespace kelpay
