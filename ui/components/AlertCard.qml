@@ -9,6 +9,7 @@ FocusScope {
     required property AlertView alert
 
     focus: true
+    Keys.onEscapePressed: alert.pressCancel()
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 

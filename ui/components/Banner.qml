@@ -32,7 +32,7 @@ Rectangle {
         wrapMode: Text.Wrap
         fontSizeMode: Text.Fit
         minimumPixelSize: 12
-        Accessible.role: Accessible.AlertMessage
+        Accessible.role: Accessible.StaticText
         Accessible.name: text
     }
 }

@@ -10,6 +10,7 @@ FocusScope {
     readonly property Item container: screens
 
     focus: true
+    Keys.onEscapePressed: controller.topViewController.escapePressed()
 
     Rectangle {
         anchors.fill: parent
@@ -68,5 +69,33 @@ FocusScope {
     Banner {
         banner: navigation.controller.topViewController.banner
         width: parent.width
+    }
+    // Not the banner's own: that is still out of sight when its message must be told.
+    Spoken {
+        readonly property NotificationBanner banner: navigation.controller.topViewController.banner
+
+        text: banner.lowered ? banner.message : ""
+    }
+
+    // No card data in the pictures that a system takes of applications that are put away.
+    Rectangle {
+        objectName: "veil"
+        anchors.fill: parent
+        color: Theme.page
+        visible: veil.drawn || navigation.Window.visibility === Window.Minimized
+
+        Image {
+            anchors.centerIn: parent
+            width: 64
+            height: 64
+            source: "image://kelpay/kel.png"
+            sourceSize.width: 128
+            sourceSize.height: 128
+            fillMode: Image.PreserveAspectFit
+            Accessible.ignored: true
+        }
+        Veil {
+            id: veil
+        }
     }
 }

@@ -14,9 +14,9 @@ Item {
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 
-    Accessible.role: Accessible.AlertMessage
-    Accessible.name: status !== "" ? status : "لطفا صبر کنید"
-
+    Spoken {
+        text: overlay.status !== "" ? overlay.status : "لطفا صبر کنید"
+    }
     Rectangle {
         anchors.fill: parent
         color: Theme.page
@@ -56,6 +56,7 @@ Item {
                 color: Theme.ink
                 font.family: Theme.family
                 font.pixelSize: Theme.bodySize
+                Accessible.ignored: true
             }
         }
     }

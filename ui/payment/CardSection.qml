@@ -17,8 +17,13 @@ Card {
 
     spacing: Theme.margin
 
+    FontLoader {
+        id: cardDigits
+        source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
+    }
     EntryField {
         id: card
+        family: cardDigits.font.family
         width: parent.width
         name: "cardNumberTextField"
         form: section.form

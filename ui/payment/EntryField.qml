@@ -15,6 +15,10 @@ Item {
     property string hint
     property string fault
     property bool secret: false
+    property string family: Theme.family
+    /// Why the last edit was not taken; gone with the next one.
+    property string refusal
+    readonly property string complaint: refusal !== "" ? refusal : fault
     // Not named "text" or "value": accessibility reads properties of those names from an item that stands for a field.
     property alias entered: input.text
     property alias input: input
@@ -29,7 +33,7 @@ Item {
     // A password input shows its clear text to whoever reads the accessibility tree; this item stands in for it.
     Accessible.role: Accessible.EditableText
     Accessible.name: label
-    Accessible.description: fault
+    Accessible.description: complaint
     Accessible.passwordEdit: secret
     Accessible.focusable: true
     Accessible.focused: input.activeFocus
@@ -55,7 +59,7 @@ Item {
             radius: Theme.smallRadius
             color: entry.enabled ? Theme.surface : Theme.page
             border.width: input.activeFocus ? 2 : 1
-            border.color: entry.fault !== "" ? Theme.bannerColor : input.activeFocus ? Theme.blue : Theme.line
+            border.color: entry.complaint !== "" ? Theme.bannerColor : input.activeFocus ? Theme.blue : Theme.line
 
             MouseArea {
                 anchors.fill: parent
@@ -104,7 +108,7 @@ Item {
                     color: Theme.ink
                     selectionColor: Theme.blue
                     selectedTextColor: "white"
-                    font.family: Theme.family
+                    font.family: entry.family
                     font.pixelSize: Theme.bodySize + 3
                     font.letterSpacing: 1
                     echoMode: entry.secret ? TextInput.Password : TextInput.Normal
@@ -119,11 +123,14 @@ Item {
                         field: entry.field
                         target: input
                         secret: entry.secret
+                        onRefused: why => entry.refusal = why
                     }
                     onAccepted: entry.accepted()
+                    onTextChanged: entry.refusal = ""
+                    onActiveFocusChanged: entry.refusal = ""
                     Accessible.role: Accessible.EditableText
                     Accessible.name: entry.label
-                    Accessible.description: entry.fault
+                    Accessible.description: entry.complaint
                     Accessible.ignored: entry.secret
                 }
                 Label {
@@ -141,13 +148,16 @@ Item {
             }
         }
         Label {
+            objectName: entry.name + "Complaint"
             width: parent.width
-            text: entry.fault
+            text: entry.complaint
             visible: text !== ""
             color: Theme.bannerColor
             font.pixelSize: Theme.captionSize
             horizontalAlignment: Text.AlignLeft
-            Accessible.role: Accessible.AlertMessage
         }
+    }
+    Spoken {
+        text: entry.complaint
     }
 }

@@ -148,4 +148,10 @@ FocusScope {
     AlertPanel {
         alert: view.controller.walletAlert
     }
+    AlertPanel {
+        alert: view.controller.leaveAlert
+    }
+    Spoken {
+        text: view.controller.timeNotice
+    }
 }

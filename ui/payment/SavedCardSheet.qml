@@ -21,6 +21,7 @@ BottomSheet {
     }
 
     height: 240
+    Keys.onEscapePressed: done()
 
     ListView {
         id: list
@@ -43,13 +44,14 @@ BottomSheet {
 
             required property int index
             required property string modelData
+            readonly property string pan: sheet.delegational.shownPan(modelData)
 
             objectName: "panRow" + index
             width: ListView.view.width
             height: 56
 
             Accessible.role: Accessible.ListItem
-            Accessible.name: modelData + " " + bank.text
+            Accessible.name: pan + " " + bank.text
             Accessible.onPressAction: sheet.choose(index)
 
             Rectangle {
@@ -80,7 +82,7 @@ BottomSheet {
                     leftMargin: Theme.margin
                     verticalCenter: parent.verticalCenter
                 }
-                text: row.modelData
+                text: row.pan
                 color: row.index === 0 ? Theme.inkSoft : Theme.ink
                 font.family: Theme.family
                 font.pixelSize: Theme.bodySize

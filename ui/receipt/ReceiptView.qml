@@ -43,7 +43,9 @@ FocusScope {
                 font.bold: true
                 font.pixelSize: Theme.titleSize + 4
                 horizontalAlignment: Text.AlignHCenter
-                Accessible.role: Accessible.AlertMessage
+            }
+            Spoken {
+                text: view.controller.statusText
             }
             Label {
                 objectName: "amountLabel"
