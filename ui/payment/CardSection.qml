@@ -30,6 +30,8 @@ Card {
         field: CardForm.CardNumber
         label: "شماره کارت"
         hint: "۱۶ رقم روی کارت"
+        note: section.form.bankName
+        digits: 16
         fault: section.form.cardNumberFault
         enabled: section.form.cardNumberEnabled
         entered: section.form.cardNumber
@@ -44,31 +46,17 @@ Card {
             if (section.form.isSettledDown)
                 input.selectAll();
         }
-        end: Row {
+        end: Image {
+            objectName: "bankIcon"
             anchors.verticalCenter: parent.verticalCenter
-            height: parent.height
-            spacing: Theme.spacing / 2
-
-            Label {
-                objectName: "bankNameLabel"
-                anchors.verticalCenter: parent.verticalCenter
-                text: section.form.bankName
-                color: Theme.inkSoft
-                font.pixelSize: Theme.captionSize
-                visible: section.width > 340 && text !== ""
-            }
-            Image {
-                objectName: "bankIcon"
-                anchors.verticalCenter: parent.verticalCenter
-                width: 36
-                height: 36
-                sourceSize.width: 72
-                sourceSize.height: 72
-                source: section.form.bankIcon
-                fillMode: Image.PreserveAspectFit
-                Accessible.role: Accessible.Graphic
-                Accessible.name: section.form.bankName
-            }
+            width: 36
+            height: 36
+            sourceSize.width: 72
+            sourceSize.height: 72
+            source: section.form.bankIcon
+            fillMode: Image.PreserveAspectFit
+            Accessible.role: Accessible.Graphic
+            Accessible.name: section.form.bankName
         }
     }
     EntryField {

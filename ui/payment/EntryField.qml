@@ -16,6 +16,10 @@ Item {
     property string fault
     property bool secret: false
     property string family: Theme.family
+    /// How many digits are seen at once, whatever the width; 0 leaves the size as it is.
+    property int digits: 0
+    /// Said beside the label.
+    property string note
     /// Why the last edit was not taken; gone with the next one.
     property string refusal
     readonly property string complaint: refusal !== "" ? refusal : fault
@@ -30,28 +34,46 @@ Item {
     implicitHeight: column.implicitHeight
     activeFocusOnTab: false
 
-    // A password input shows its clear text to whoever reads the accessibility tree; this item stands in for it.
-    Accessible.role: Accessible.EditableText
-    Accessible.name: label
-    Accessible.description: complaint
-    Accessible.passwordEdit: secret
-    Accessible.focusable: true
-    Accessible.focused: input.activeFocus
-    Accessible.ignored: !secret
-    Accessible.onPressAction: input.forceActiveFocus()
-
+    SecretStandIn {
+        anchors.fill: parent
+        label: entry.label
+        complaint: entry.complaint
+        field: input
+        Accessible.role: Accessible.EditableText
+        Accessible.ignored: !entry.secret
+    }
     Column {
         id: column
         width: parent.width
         spacing: Theme.spacing / 2
 
-        Label {
+        Item {
             width: parent.width
-            text: entry.label
-            color: Theme.inkSoft
-            font.pixelSize: Theme.captionSize
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
+            height: Math.max(caption.height, noteLabel.height)
+
+            Label {
+                id: caption
+                anchors.left: parent.left
+                text: entry.label
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                Accessible.ignored: true
+            }
+            Label {
+                id: noteLabel
+                objectName: entry.name + "Note"
+                anchors {
+                    left: caption.right
+                    right: parent.right
+                    leftMargin: Theme.spacing
+                }
+                text: entry.note
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                horizontalAlignment: Text.AlignRight
+                wrapMode: Text.NoWrap
+                elide: Text.ElideRight
+            }
         }
         Rectangle {
             width: parent.width
@@ -99,6 +121,9 @@ Item {
 
                 TextInput {
                     id: input
+
+                    readonly property int size: Theme.bodySize + 3
+
                     anchors.fill: parent
                     LayoutMirroring.enabled: false
                     objectName: entry.name
@@ -109,8 +134,8 @@ Item {
                     selectionColor: Theme.blue
                     selectedTextColor: "white"
                     font.family: entry.family
-                    font.pixelSize: Theme.bodySize + 3
-                    font.letterSpacing: 1
+                    font.pixelSize: entry.digits > 0 ? Math.min(size, Math.floor(width / (0.69 * entry.digits))) : size
+                    font.letterSpacing: entry.digits > 0 ? 0 : 1
                     echoMode: entry.secret ? TextInput.Password : TextInput.Normal
                     passwordMaskDelay: 0
                     passwordCharacter: "●"
