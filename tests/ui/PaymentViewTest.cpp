@@ -127,7 +127,7 @@ TEST_F(PaymentViewTest, keepsSecretsToItself)
         EXPECT_EQ(text(field), QString());
 
         type(QStringLiteral("73912"));
-        EXPECT_EQ(item(field)->property("displayText"), QString(5, QChar(0x25cf)));
+        EXPECT_EQ(item(field)->property("displayText"), QString(5, QChar(0x2022)));
         QInputMethodQueryEvent query(Qt::ImSurroundingText | Qt::ImCurrentSelection | Qt::ImTextBeforeCursor);
         QCoreApplication::sendEvent(item(field), &query);
         for (const auto asked : {Qt::ImSurroundingText, Qt::ImCurrentSelection, Qt::ImTextBeforeCursor})

@@ -33,19 +33,25 @@ FocusScope {
         id: bar
         width: parent.width
         height: Theme.barHeight
-        color: Theme.surface
+        color: Theme.barSurface
 
         Text {
             anchors.centerIn: parent
+            width: parent.width - 2 * (barButton.visible ? barButton.width + Theme.spacing : Theme.margin)
             text: navigation.controller.topViewController.title
-            color: Theme.blue
+            color: Theme.brandBlue
             font.family: Theme.family
             font.pixelSize: Theme.titleSize
+            fontSizeMode: Text.HorizontalFit
+            minimumPixelSize: Theme.captionSize
+            elide: Text.ElideRight
+            horizontalAlignment: Text.AlignHCenter
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
 
         TextButton {
+            id: barButton
             anchors {
                 left: parent.left
                 leftMargin: Theme.spacing
@@ -53,6 +59,7 @@ FocusScope {
             }
             objectName: navigation.controller.topViewController.barButtonName
             text: navigation.controller.topViewController.barButtonText
+            textColor: Theme.brandBlue
             visible: text !== ""
             onClicked: navigation.controller.topViewController.barButtonPressed()
         }

@@ -36,14 +36,10 @@ Item {
             anchors.centerIn: parent
             spacing: Theme.margin
 
-            Image {
+            Logo {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: overlay.imageUrl
-                sourceSize.width: 128
-                sourceSize.height: 128
-                width: 64
-                height: 64
-                fillMode: Image.PreserveAspectFit
+                size: 64
                 visible: status === Image.Ready
             }
             Spinner {
@@ -51,11 +47,14 @@ Item {
             }
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
+                width: Math.min(implicitWidth, overlay.width - 4 * Theme.margin)
                 text: overlay.status
                 visible: text !== ""
                 color: Theme.ink
                 font.family: Theme.family
                 font.pixelSize: Theme.bodySize
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
             }
         }
     }

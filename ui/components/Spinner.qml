@@ -6,6 +6,7 @@ Item {
     id: spinner
 
     property int step
+    property bool turning: visible
 
     implicitWidth: 36
     implicitHeight: 36
@@ -13,9 +14,9 @@ Item {
     NumberAnimation on step {
         from: 0
         to: 8
-        duration: 800
+        duration: Theme.spinnerTurn
         loops: Animation.Infinite
-        running: spinner.visible
+        running: spinner.turning
     }
 
     Repeater {

@@ -50,17 +50,14 @@ Card {
                 text: section.form.bankName
                 color: Theme.inkSoft
                 font.pixelSize: Theme.captionSize
-                visible: section.width > 340 && text !== ""
+                visible: section.width > 340 * Theme.textScale && text !== ""
             }
-            Image {
+            Logo {
                 objectName: "bankIcon"
                 anchors.verticalCenter: parent.verticalCenter
-                width: 36
-                height: 36
-                sourceSize.width: 72
-                sourceSize.height: 72
+                size: 36
                 source: section.form.bankIcon
-                fillMode: Image.PreserveAspectFit
+                Accessible.ignored: false
                 Accessible.role: Accessible.Graphic
                 Accessible.name: section.form.bankName
             }
@@ -82,7 +79,7 @@ Card {
         icon: BundleIcon {
             objectName: "lockIcon"
             file: "ic_lock_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
     EntryField {
@@ -104,7 +101,7 @@ Card {
         icon: BundleIcon {
             objectName: "cvvTwoIcon"
             file: "ic_lock_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
     ExpiryField {
@@ -123,7 +120,7 @@ Card {
         icon: BundleIcon {
             objectName: "expirationDate"
             file: "ic_event_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
 }

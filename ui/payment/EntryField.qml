@@ -55,7 +55,7 @@ Item {
             radius: Theme.smallRadius
             color: entry.enabled ? Theme.surface : Theme.page
             border.width: input.activeFocus ? 2 : 1
-            border.color: entry.fault !== "" ? Theme.bannerColor : input.activeFocus ? Theme.blue : Theme.line
+            border.color: entry.fault !== "" ? Theme.fault : input.activeFocus ? Theme.blue : Theme.outline
 
             MouseArea {
                 anchors.fill: parent
@@ -102,14 +102,14 @@ Item {
                     verticalAlignment: TextInput.AlignVCenter
                     clip: true
                     color: Theme.ink
-                    selectionColor: Theme.blue
-                    selectedTextColor: "white"
+                    selectionColor: Theme.selection
+                    selectedTextColor: Theme.onColor
                     font.family: Theme.family
                     font.pixelSize: Theme.bodySize + 3
                     font.letterSpacing: 1
                     echoMode: entry.secret ? TextInput.Password : TextInput.Normal
                     passwordMaskDelay: 0
-                    passwordCharacter: "●"
+                    passwordCharacter: "•" // in the bundled font
                     inputMethodHints: Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
                                       | (entry.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : Qt.ImhNone)
                     selectByMouse: true
@@ -130,8 +130,7 @@ Item {
                     anchors.fill: parent
                     text: entry.hint
                     visible: input.text === "" && !input.activeFocus
-                    color: Theme.inkSoft
-                    opacity: 0.8
+                    color: Theme.hint
                     horizontalAlignment: Text.AlignLeft
                     verticalAlignment: Text.AlignVCenter
                     wrapMode: Text.NoWrap
@@ -144,7 +143,7 @@ Item {
             width: parent.width
             text: entry.fault
             visible: text !== ""
-            color: Theme.bannerColor
+            color: Theme.fault
             font.pixelSize: Theme.captionSize
             horizontalAlignment: Text.AlignLeft
             Accessible.role: Accessible.AlertMessage

@@ -15,7 +15,7 @@ BottomSheet {
         years.forceActiveFocus();
     }
 
-    height: 250
+    height: confirm.height + years.height + Theme.spacing + 2 * Theme.margin
     Keys.onEscapePressed: done()
     Keys.onReturnPressed: confirm.clicked()
 
