@@ -8,6 +8,7 @@ Item {
     property int step
     property bool turning: visible
 
+    objectName: "spinner"
     implicitWidth: 36
     implicitHeight: 36
 
