@@ -1,8 +1,8 @@
 #include "IntegrityCheck.h"
 
+#include "LibrarySeal.h"
 #include "platform/SystemFacts.h"
 
-#include <QByteArray>
 #include <QFile>
 #include <QStringList>
 
@@ -35,9 +35,16 @@ bool hasDebugger()
     return status.mid(begin, status.indexOf('\n', begin) - begin).trimmed() != "0";
 }
 
+/// Asks the environment that the loader saw: what was loaded can have taken its own traces out of the present one.
 bool hasPreloadedLibraries()
 {
-    return qEnvironmentVariableIsSet("LD_PRELOAD") || !contents("/etc/ld.so.preload").trimmed().isEmpty();
+    const QList<QByteArray> environment = contents("/proc/self/environ").split('\0');
+    return std::any_of(environment.begin(), environment.end(),
+                       [](const QByteArray &variable) {
+                           return (variable.startsWith("LD_PRELOAD=") || variable.startsWith("LD_AUDIT=")) &&
+                                  !variable.endsWith('=');
+                       }) ||
+           !contents("/etc/ld.so.preload").trimmed().isEmpty();
 }
 
 /// Any process of the same user may attach, unless the kernel restricts that or the process opted out.
@@ -45,16 +52,6 @@ bool isTraceable()
 {
     const QByteArray scope = contents("/proc/sys/kernel/yama/ptrace_scope").trimmed();
     return ::prctl(PR_GET_DUMPABLE) == 1 && (scope.isEmpty() || scope == "0");
-}
-
-/// The virtual boards that device emulators present; the hypervisors that kiosks run on have other names.
-bool isEmulator()
-{
-    const QByteArray board = contents("/sys/firmware/devicetree/base/compatible") + contents("/proc/cpuinfo") +
-                             SystemFacts::hardwareModel().toUtf8();
-    const QByteArray lower = board.toLower();
-    constexpr std::array names{"goldfish", "ranchu", "android emulator", "sdk_gphone"};
-    return std::any_of(names.begin(), names.end(), [&](const char *name) { return lower.contains(name); });
 }
 
 } // namespace
@@ -70,6 +67,8 @@ QString IntegrityCheck::verdict()
         findings << QStringLiteral("traceable");
     if (::geteuid() == 0)
         findings << QStringLiteral("root");
+    if (LibrarySeal::isBroken())
+        findings << QStringLiteral("tampered");
     if (isSimulator())
         findings << QStringLiteral("emulator");
     return findings.join(QLatin1Char(','));
@@ -85,7 +84,15 @@ bool IntegrityCheck::isSimulator()
     case Override::None:
         break;
     }
-    return isEmulator();
+    return isEmulatorBoard(contents("/sys/firmware/devicetree/base/compatible") + contents("/proc/cpuinfo") +
+                           SystemFacts::hardwareModel().toUtf8());
+}
+
+bool IntegrityCheck::isEmulatorBoard(const QByteArray &board)
+{
+    const QByteArray lower = board.toLower();
+    constexpr std::array names{"goldfish", "ranchu", "android emulator", "sdk_gphone"};
+    return std::any_of(names.begin(), names.end(), [&](const char *name) { return lower.contains(name); });
 }
 
 void IntegrityCheck::overrideSimulator(std::optional<bool> simulator)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 #include <optional>
@@ -10,10 +11,16 @@ namespace kelpay {
 class IntegrityCheck
 {
 public:
-    /// The findings, separated by ",", in a fixed order; "" when nothing is found.
+    /// The findings, separated by ",", in this order; "" when nothing is found:
+    /// "debugger" traces the process; "preload": the loader was told to load more than the program asks for;
+    /// "traceable": any process of this user may attach; "root" runs it; "tampered": the library is not the one that
+    /// was built; "emulator": see isSimulator.
     static QString verdict();
     /// True in a device emulator. A virtual machine, a container or a build machine is none: kiosks run there.
     static bool isSimulator();
+    /// Whether a board's description is one of those that device emulators present; the hypervisors that kiosks run on
+    /// have other names.
+    static bool isEmulatorBoard(const QByteArray &board);
 
     /// Makes isSimulator answer `simulator` whatever the machine; std::nullopt undoes it. For sandbox builds and tests.
     static void overrideSimulator(std::optional<bool> simulator);

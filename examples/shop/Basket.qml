@@ -16,8 +16,10 @@ Item {
         return sum + changes * 0
     }
     property int changes: 0
+    property string aboutText
 
     signal pay(int amount)
+    signal about()
 
     function grouped(amount) {
         let text = amount.toString()
@@ -124,6 +126,13 @@ Item {
                 border.width: payButton.visualFocus ? 3 : 0
                 border.color: "#3B2A1A"
             }
+        }
+        PlainButton {
+            objectName: "shopAboutButton"
+            Layout.fillWidth: true
+            visible: text !== ""
+            text: basket.aboutText
+            onClicked: basket.about()
         }
     }
 }

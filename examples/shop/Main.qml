@@ -39,8 +39,10 @@ ApplicationWindow {
         id: basket
 
         anchors.fill: parent
-        visible: !outcome.visible
+        visible: !outcome.visible && about.status === Loader.Null
         enabled: !payment.busy
+        aboutText: window.session.knowsDevice ? "دربارهٔ این دستگاه" : ""
+        onAbout: about.setSource("AboutDevice.qml", {session: window.session})
         onPay: amount => {
             // One payment at a time. Where no outcome ever comes, the shop opens again after the longest one can take.
             outcome.reset()
@@ -48,6 +50,22 @@ ApplicationWindow {
             patience.restart()
             payment.start(window.session.msisdn, window.session.additional,
                 window.session.params || `724|${amount}|خرید از چای‌خانهٔ نارنج`)
+        }
+    }
+
+    // Only a sandbox build has this page.
+    Loader {
+        id: about
+
+        anchors.fill: parent
+        Component.onCompleted: if (window.session.about) basket.about()
+    }
+    Connections {
+        target: about.item
+        ignoreUnknownSignals: true
+
+        function onBack() {
+            about.source = ""
         }
     }
 

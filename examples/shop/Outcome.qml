@@ -78,32 +78,12 @@ Item {
             color: "#7A6650"
             horizontalAlignment: Text.AlignHCenter
         }
-        Button {
-            id: backButton
-
+        PlainButton {
             objectName: "shopBackButton"
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 12
-            leftPadding: 28
-            rightPadding: 28
-            implicitHeight: 48
             text: "بازگشت به سبد خرید"
-            font.pixelSize: 15
             onClicked: outcome.back()
-
-            contentItem: Label {
-                text: backButton.text
-                font: backButton.font
-                color: "#C2410C"
-                horizontalAlignment: Text.AlignHCenter
-                verticalAlignment: Text.AlignVCenter
-            }
-            background: Rectangle {
-                radius: 14
-                color: backButton.down ? "#F5ECDB" : "transparent"
-                border.color: "#C2410C"
-                border.width: backButton.visualFocus ? 3 : 1
-            }
         }
     }
 }

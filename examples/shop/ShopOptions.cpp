@@ -76,6 +76,7 @@ void describe(QCommandLineParser &parser)
     option("screenshots", "Save a PNG of every screen into this folder.", "DIR");
     option("list", "Print a product list, internet or charge, instead of opening the shop.", "LIST");
 #ifdef KELPAY_SHOP_SANDBOX
+    option("about", "Open \"About this device\" and print it as one line of JSON (sandbox builds).");
     option("simulator", "The integrity check reports a simulated device (sandbox builds).");
     option("clock-rate", "The countdown runs N times faster (sandbox builds).", "N");
 #endif
@@ -121,6 +122,7 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
         reader.text("list", *options.list, "internet|charge", "internet or charge");
     }
 #ifdef KELPAY_SHOP_SANDBOX
+    options.about = reader.isSet("about");
     options.simulator = reader.isSet("simulator");
     reader.number("clock-rate", options.clockRate, 0.001, "a number above 0");
 #endif
@@ -131,7 +133,7 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
     options.idle = reader.isSet("idle");
     // What only a driver can do asks for one.
     options.automatic = reader.isSet("auto") || options.wallet || options.cancel || options.verify || options.idle ||
-                        options.savedRow || !options.screenshots.isEmpty();
+                        options.savedRow || (!options.screenshots.isEmpty() && !options.about);
     if (!error.isEmpty())
         return std::nullopt;
     return options;

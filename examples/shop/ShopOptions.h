@@ -31,6 +31,7 @@ struct ShopOptions
     bool simulator = false;
     double clockRate = 1;
 
+    bool about = false;          ///< "About this device", printed once it is whole.
     std::optional<QString> list; ///< "internet" or "charge": a list query instead of the shop.
 
     /// Reads the arguments. On bad usage the result is empty and `error` says what is wrong; on --help the result is

@@ -1,5 +1,6 @@
 #include "Driver.h"
 #include "JsonLine.h"
+#include "Screen.h"
 #include "Session.h"
 #include "ShopOptions.h"
 
@@ -11,6 +12,7 @@
 #include <QtWebView>
 #endif
 
+#include <QDir>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
 #include <QTextStream>
@@ -52,6 +54,24 @@ void apply(const ShopOptions &options)
 #endif
 }
 
+/// Prints what the device page shows once it is whole, and ends.
+void printDevice(const Session &session, const ShopOptions &options)
+{
+    QObject::connect(
+        &session, &Session::described, qApp,
+        [&](const QStringList &names, const QStringList &values) {
+            JsonLine line;
+            for (qsizetype fact = 0; fact < names.size(); ++fact)
+                line.append({names[fact], values[fact]});
+            printLine(line);
+            if (!options.screenshots.isEmpty() && QDir().mkpath(options.screenshots))
+                Screen::save(options.screenshots + QStringLiteral("/about.png"));
+            QCoreApplication::quit();
+        },
+        Qt::SingleShotConnection);
+    QTimer::singleShot(std::chrono::seconds(options.timeoutSeconds), qApp, [] { QCoreApplication::exit(3); });
+}
+
 int runShop(const ShopOptions &options)
 {
     apply(options);
@@ -60,6 +80,9 @@ int runShop(const ShopOptions &options)
     session.msisdn = options.msisdn;
     session.additional = options.additional;
     session.params = options.params.value_or(QString());
+    session.about = options.about;
+    if (options.about)
+        printDevice(session, options);
 
     QQmlApplicationEngine engine;
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));

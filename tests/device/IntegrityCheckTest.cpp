@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QStringList>
 
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,34 +18,59 @@ bool found(const char *finding)
     return IntegrityCheck::verdict().split(QLatin1Char(',')).contains(QLatin1StringView(finding));
 }
 
+/// Runs `prepare` and then the check in a child process; whether the finding is there.
+template <class Prepare> bool foundInChild(const char *finding, Prepare prepare)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        prepare();
+        ::_exit(found(finding) ? 42 : 43);
+    }
+    int status = 0;
+    EXPECT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFEXITED(status) && (WEXITSTATUS(status) == 42 || WEXITSTATUS(status) == 43)) << finding;
+    return WEXITSTATUS(status) == 42;
+}
+
 TEST(IntegrityCheck, SeesATracer)
 {
     EXPECT_FALSE(found("debugger"));
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
-        ::_exit(found("debugger") ? 42 : 1);
-    }
-    int status = 0;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_TRUE(foundInChild("debugger", [] { ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr); }));
 }
 
-TEST(IntegrityCheck, SeesPreloadedLibraries)
+TEST(IntegrityCheck, SeesWhoMayTrace)
 {
-    const bool before = qEnvironmentVariableIsSet("LD_PRELOAD");
-    EXPECT_EQ(found("preload"), before);
-    qputenv("LD_PRELOAD", "libfoo.so");
-    EXPECT_TRUE(found("preload"));
-    if (!before)
-        qunsetenv("LD_PRELOAD");
+    QFile scope(QStringLiteral("/proc/sys/kernel/yama/ptrace_scope"));
+    const bool isRestricted = scope.open(QIODevice::ReadOnly) && scope.readAll().trimmed() != "0";
+    EXPECT_EQ(foundInChild("traceable", [] { ::prctl(PR_SET_DUMPABLE, 1); }), !isRestricted);
+    EXPECT_FALSE(foundInChild("traceable", [] { ::prctl(PR_SET_DUMPABLE, 0); }));
 }
 
-TEST(IntegrityCheck, KnowsRootAndTheSimulator)
+TEST(IntegrityCheck, SeesRoot)
 {
     EXPECT_EQ(found("root"), ::geteuid() == 0);
-    EXPECT_FALSE(IntegrityCheck::isSimulator());
+    if (::geteuid() == 0) {
+        EXPECT_FALSE(foundInChild("root", [] { ::seteuid(65534); }));
+    }
+}
+
+TEST(IntegrityCheck, KnowsAnEmulatedDevice)
+{
+    EXPECT_FALSE(IntegrityCheck::isSimulator()) << "a virtual or build machine is no emulated device";
+    const struct
+    {
+        const char *board;
+        bool isEmulator;
+    } boards[] = {{"ranchu", true},
+                  {"Hardware\t: Goldfish", true},
+                  {"sdk_gphone64_arm64", true},
+                  {"Standard PC (Q35 + ICH9, 2009) QEMU Virtual CPU", false},
+                  {"VMware7,1", false},
+                  {"linux,dummy-virt", false},
+                  {"", false}};
+    for (const auto &[board, isEmulator] : boards)
+        EXPECT_EQ(IntegrityCheck::isEmulatorBoard(board), isEmulator) << board;
+
     IntegrityCheck::overrideSimulator(true);
     EXPECT_TRUE(IntegrityCheck::isSimulator());
     EXPECT_TRUE(found("emulator"));

@@ -49,6 +49,12 @@ TEST_F(PaymentViewTest, takesDigitKeysOfAnyKeyboardAndRefusesOtherPastes)
          {QStringLiteral("12 34"), QStringLiteral("۱۲"), QStringLiteral("1\u200e"), QString(11, u'1')}) {
         paste(clip);
         EXPECT_EQ(text(cardField), QStringLiteral("603799")) << qPrintable(clip);
+        const QQuickItem *complaint = item(QStringLiteral("cardNumberTextFieldComplaint"));
+        ASSERT_TRUE(complaint) << qPrintable(clip);
+        EXPECT_EQ(complaint->property("text").toString().contains(QStringLiteral("16")), clip.size() > 10);
+        QTest::keyClick(window(), Qt::Key_Backspace);
+        EXPECT_FALSE(item(QStringLiteral("cardNumberTextFieldComplaint")));
+        type(QStringLiteral("9"));
     }
     paste(QStringLiteral("1234567893"));
     EXPECT_EQ(text(cardField), QStringLiteral("6037991234567893"));
@@ -186,27 +192,83 @@ TEST_F(PaymentViewTest, standsRightToLeftWithNumbersLeftToRight)
     EXPECT_LT(x(QStringLiteral("bankIcon")), x(cardField));
 }
 
-TEST_F(PaymentViewTest, fitsEveryWindow)
+TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}, {QStringLiteral("mn"), QString(30, u'ف')}});
+    storeToken();
     presentPayment();
-    for (const QSize size : {QSize(320, 568), QSize(375, 812), QSize(768, 1024), QSize(1280, 800)}) {
-        window()->resize(size);
-        settle(50);
-        const QRectF inside{{}, QSizeF(size)};
-        for (const auto *name : {"payButton", "cancelButton", "amountLabel", "merchantLabel", "verifyButton"}) {
-            QQuickItem *shown = item(QString::fromLatin1(name));
-            EXPECT_TRUE(inside.contains(shown->mapRectToScene(QRectF({}, shown->size())))) << name << size.width();
-        }
-        EXPECT_LE(item(cardField)->width(), 460);
-        for (const QString &field : {cardField, pinField, cvvField}) {
-            item(field)->forceActiveFocus();
-            settle(300);
-            const QRectF place = item(field)->mapRectToScene(QRectF({}, item(field)->size()));
-            EXPECT_TRUE(inside.contains(place)) << qPrintable(field) << size.width();
-            EXPECT_LT(place.bottom(), item(QStringLiteral("payButton"))->mapToScene({}).y()) << qPrintable(field);
-        }
+    click(cardField);
+    type(QStringLiteral("6037991234567893"));
+    EXPECT_EQ(text(cardField), QStringLiteral("6037991234567893"));
+    const auto step = [this](int digit) { return left(cardField, digit + 1) - left(cardField, digit); };
+    for (int digit = 1; digit < 16; ++digit)
+        EXPECT_EQ(step(digit) > step(0) + 4, digit == 3 || digit == 7 || digit == 11) << digit;
+    // A click between two groups puts the cursor there.
+    const QPointF gap = item(cardField)->mapToScene(QPointF(left(cardField, 8) - 2, 10));
+    QTest::mouseClick(window(), Qt::LeftButton, {}, gap.toPoint());
+    EXPECT_EQ(item(cardField)->property("cursorPosition"), 8);
+}
+
+TEST_F(PaymentViewTest, masksSavedNumbersInTheList)
+{
+    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.6037991234567893.0512;")}});
+    presentPayment();
+    click(cardField);
+    click(QStringLiteral("savedCardsButton"));
+    QAccessibleInterface *row = QAccessible::queryAccessibleInterface(item(QStringLiteral("panRow1")));
+    EXPECT_TRUE(row->text(QAccessible::Name).startsWith(QStringLiteral("603799******7893")));
+}
+
+TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
+                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    presentPayment();
+    const auto escape = [this] {
+        QTest::keyClick(window(), Qt::Key_Escape);
+        settle();
+    };
+    // What stands in the keyboard's place goes first.
+    click(QStringLiteral("expirationDateTextField"));
+    escape();
+    EXPECT_FALSE(item(QStringLiteral("yearTumbler")));
+    click(cardField);
+    click(QStringLiteral("savedCardsButton"));
+    escape();
+    EXPECT_FALSE(item(QStringLiteral("panTumbler")));
+    EXPECT_FALSE(item(QStringLiteral("alertButton")));
+
+    escape();
+    ASSERT_TRUE(item(QStringLiteral("alertButton")));
+    escape();
+    EXPECT_FALSE(item(QStringLiteral("alertButton")));
+    EXPECT_TRUE(outcomes().empty());
+    escape();
+    QTest::keyClick(window(), Qt::Key_Return);
+    ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
+    EXPECT_EQ(outcomes()[0].code, QStringLiteral("2525342"));
+}
+
+TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
+{
+    storeToken();
+    presentPayment();
+    for (const auto &[state, isCovered] : {std::pair(Qt::ApplicationInactive, false),
+                                           {Qt::ApplicationHidden, true},
+                                           {Qt::ApplicationActive, false},
+                                           {Qt::ApplicationSuspended, true},
+                                           {Qt::ApplicationActive, false}}) {
+        Q_EMIT qGuiApp->applicationStateChanged(state);
+        EXPECT_EQ(item(QStringLiteral("veil")) != nullptr, isCovered) << state;
     }
+    click(pinField);
+    type(QStringLiteral("12345"));
+    window()->showMinimized();
+    settle(50);
+    EXPECT_TRUE(item(QStringLiteral("veil")));
+    window()->showNormal();
+    settle(50);
+    EXPECT_FALSE(item(QStringLiteral("veil")));
+    EXPECT_EQ(text(pinField), QStringLiteral("12345")) << "people leave to fetch a one-time PIN";
 }
 
 } // namespace

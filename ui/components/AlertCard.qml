@@ -2,7 +2,7 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 
-/// The question and its answers, in the middle of the screen; it scrolls where it is higher than that.
+/// The question and its answers, in the middle of the screen. The question scrolls where it leaves no room for them.
 FocusScope {
     id: scope
 
@@ -14,13 +14,14 @@ FocusScope {
     }
 
     focus: true
+    Keys.onEscapePressed: alert.pressCancel()
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 
     Rectangle {
         anchors.centerIn: parent
         width: Math.min(parent.width, 380)
-        height: Math.min(column.implicitHeight + 3 * Theme.margin, parent.height)
+        height: Math.min(texts.implicitHeight + answers.implicitHeight + 3.5 * Theme.margin, parent.height)
         radius: Theme.radius
         color: Theme.surface
 
@@ -28,14 +29,22 @@ FocusScope {
         Accessible.name: scope.alert.title
 
         Flickable {
-            anchors.fill: parent
-            anchors.margins: 1.5 * Theme.margin
-            contentHeight: column.implicitHeight
+            id: question
+            anchors {
+                left: parent.left
+                right: parent.right
+                top: parent.top
+                bottom: answers.top
+                margins: Theme.margin
+                topMargin: 1.5 * Theme.margin
+            }
+            contentHeight: texts.implicitHeight
             boundsBehavior: Flickable.StopAtBounds
-            clip: contentHeight > height
+            interactive: contentHeight > height
+            clip: interactive
 
             Column {
-                id: column
+                id: texts
                 width: parent.width
                 spacing: Theme.margin
 
@@ -60,28 +69,39 @@ FocusScope {
                     Accessible.role: Accessible.StaticText
                     Accessible.name: text
                 }
-                Repeater {
-                    model: scope.alert.buttons
+            }
+        }
+        Column {
+            id: answers
+            anchors {
+                left: parent.left
+                right: parent.right
+                bottom: parent.bottom
+                margins: Theme.margin
+            }
+            spacing: Theme.spacing
 
-                    ActionButton {
-                        required property int index
-                        required property string modelData
+            Repeater {
+                model: scope.alert.buttons
 
-                        objectName: index === 0 ? "alertButton" : "alertButton" + index
-                        width: column.width
-                        text: modelData
-                        font: scope.scaled(scope.alert.buttonFont)
-                        focus: index === 0
-                        onClicked: scope.alert.press(index)
-                    }
+                ActionButton {
+                    required property int index
+                    required property string modelData
+
+                    objectName: index === 0 ? "alertButton" : "alertButton" + index
+                    width: answers.width
+                    text: modelData
+                    font: scope.scaled(scope.alert.buttonFont)
+                    focus: index === 0
+                    onClicked: scope.alert.press(index)
                 }
-                TextButton {
-                    objectName: "alertCancelButton"
-                    width: column.width
-                    text: scope.alert.cancelButton
-                    font: scope.scaled(scope.alert.cancelButtonFont)
-                    onClicked: scope.alert.pressCancel()
-                }
+            }
+            TextButton {
+                objectName: "alertCancelButton"
+                width: answers.width
+                text: scope.alert.cancelButton
+                font: scope.scaled(scope.alert.cancelButtonFont)
+                onClicked: scope.alert.pressCancel()
             }
         }
     }

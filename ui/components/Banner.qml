@@ -34,7 +34,7 @@ Rectangle {
         font.pixelSize: Theme.bodySize
         horizontalAlignment: Text.AlignHCenter
         wrapMode: Text.Wrap
-        Accessible.role: Accessible.AlertMessage
+        Accessible.role: Accessible.StaticText
         Accessible.name: text
     }
 }

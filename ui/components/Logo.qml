@@ -1,24 +1,27 @@
 import QtQuick
 
 /// A square image made for a light ground, which it gets in the dark scheme too.
-Image {
-    id: logo
+Item {
+    property real size: 36
+    property alias source: image.source
+    readonly property bool isThere: image.status === Image.Ready
 
-    required property int size
-
-    width: size
-    height: size
-    sourceSize.width: 2 * size
-    sourceSize.height: 2 * size
-    fillMode: Image.PreserveAspectFit
+    implicitWidth: size
+    implicitHeight: size
     Accessible.ignored: true
 
     Rectangle {
         anchors.fill: parent
-        anchors.margins: -4
-        z: -1
-        radius: Theme.smallRadius
+        radius: width / 6
         color: Theme.tile
-        visible: Theme.dark && logo.status === Image.Ready
+        visible: Theme.dark && parent.isThere
+    }
+    Image {
+        id: image
+        anchors.fill: parent
+        anchors.margins: Theme.dark ? 2 : 0
+        sourceSize.width: 2 * parent.size
+        sourceSize.height: 2 * parent.size
+        fillMode: Image.PreserveAspectFit
     }
 }

@@ -10,6 +10,7 @@ FocusScope {
     readonly property Item container: screens
 
     focus: true
+    Keys.onEscapePressed: controller.topViewController.escapePressed()
 
     Rectangle {
         anchors.fill: parent
@@ -36,27 +37,25 @@ FocusScope {
         color: Theme.barSurface
 
         Text {
-            anchors.centerIn: parent
-            width: parent.width - 2 * (barButton.visible ? barButton.width + Theme.spacing : Theme.margin)
+            // In the middle, or as near to it as the button at the start, which is at the right, lets it.
+            readonly property real room: (barButton.visible ? barButton.x : bar.width) - 2 * Theme.spacing
+
+            anchors.verticalCenter: parent.verticalCenter
+            x: Math.min((bar.width - width) / 2, room + Theme.spacing - width)
+            width: Math.min(implicitWidth, room)
             text: navigation.controller.topViewController.title
             color: Theme.brandBlue
             font.family: Theme.family
             font.pixelSize: Theme.titleSize
-            fontSizeMode: Text.HorizontalFit
-            minimumPixelSize: Theme.captionSize
             elide: Text.ElideRight
-            horizontalAlignment: Text.AlignHCenter
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
 
         TextButton {
             id: barButton
-            anchors {
-                left: parent.left
-                leftMargin: Theme.spacing
-                verticalCenter: parent.verticalCenter
-            }
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
             objectName: navigation.controller.topViewController.barButtonName
             text: navigation.controller.topViewController.barButtonText
             textColor: Theme.brandBlue
@@ -75,5 +74,28 @@ FocusScope {
     Banner {
         banner: navigation.controller.topViewController.banner
         width: parent.width
+    }
+    // Not the banner's own: that is still out of sight when its message must be told.
+    Spoken {
+        readonly property NotificationBanner banner: navigation.controller.topViewController.banner
+
+        text: banner.lowered ? banner.message : ""
+    }
+
+    // No card data in the pictures that a system takes of applications that are put away.
+    Rectangle {
+        objectName: "veil"
+        anchors.fill: parent
+        color: Theme.page
+        visible: veil.drawn || navigation.Window.visibility === Window.Minimized
+
+        Logo {
+            anchors.centerIn: parent
+            size: 64
+            source: "image://kelpay/kel.png"
+        }
+        Veil {
+            id: veil
+        }
     }
 }

@@ -14,9 +14,9 @@ Item {
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 
-    Accessible.role: Accessible.AlertMessage
-    Accessible.name: status !== "" ? status : "لطفا صبر کنید"
-
+    Spoken {
+        text: overlay.status !== "" ? overlay.status : "لطفا صبر کنید"
+    }
     Rectangle {
         anchors.fill: parent
         color: Theme.page
@@ -40,7 +40,7 @@ Item {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: overlay.imageUrl
                 size: 64
-                visible: status === Image.Ready
+                visible: isThere
             }
             Spinner {
                 anchors.horizontalCenter: parent.horizontalCenter
@@ -55,6 +55,7 @@ Item {
                 font.pixelSize: Theme.bodySize
                 horizontalAlignment: Text.AlignHCenter
                 wrapMode: Text.Wrap
+                Accessible.ignored: true
             }
         }
     }

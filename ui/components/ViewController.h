@@ -64,6 +64,8 @@ public:
     virtual QString barButtonText() const { return {}; }
     virtual QString barButtonName() const { return {}; }
     Q_INVOKABLE virtual void barButtonPressed() {}
+    /// The Escape key, where nothing on the screen took it.
+    Q_INVOKABLE virtual void escapePressed() { barButtonPressed(); }
     /// The person closes the window that the SDK opened for its screens.
     virtual void closeRequested() { barButtonPressed(); }
 

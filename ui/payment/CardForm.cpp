@@ -74,8 +74,9 @@ bool CardForm::acceptsText(Field field, const QString &text)
 bool CardForm::accepts(Field field, const Edit &edit)
 {
     const qsizetype newLength = edit.before.size() - edit.length + edit.replacement.size();
+    const bool isAccepted = newLength <= maximumLength(field) && isDigits(edit.replacement);
     if (field != CardNumber)
-        return newLength < (field == Pin ? 13 : 7) && isDigits(edit.replacement);
+        return isAccepted;
 
     if (edit.before.size() < 7) {
         m_bankIcon.clear();
@@ -87,7 +88,23 @@ bool CardForm::accepts(Field field, const Edit &edit)
     m_isSettledDown = isMasked(edit.before);
     m_cardNumberFault.clear();
     Q_EMIT cardChanged();
-    return newLength < 17 && isDigits(edit.replacement);
+    return isAccepted;
+}
+
+qsizetype CardForm::maximumLength(Field field)
+{
+    return field == CardNumber ? 16 : field == Pin ? 12 : 6;
+}
+
+QString CardForm::refusal(Field field, const QString &text) const
+{
+    const auto others = [](const QString &content) {
+        return std::count_if(content.begin(), content.end(),
+                             [](QChar character) { return character < u'0' || character > u'9'; });
+    };
+    if (others(text) > others(this->text(field)))
+        return QStringLiteral("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
+    return QStringLiteral("بیشتر از %1 رقم جا نمی‌گیرد").arg(maximumLength(field));
 }
 
 void CardForm::applyCardRules(const QString &cardNumber)

@@ -55,6 +55,8 @@ public:
     bool shouldChangeCharacters(Field field, qsizetype location, qsizetype length, const QString &replacement);
     /// The same for an edit known by its result. A saved card's number whose mask is gone is a new number: two edits.
     bool acceptsText(Field field, const QString &text);
+    /// Why the field does not take `text`, in words for the payer.
+    QString refusal(Field field, const QString &text) const;
     /// The person leaves the card number: a complete one is checked.
     Q_INVOKABLE void cardNumberDidEndEditing();
     void applySavedCard(const QString &panID, const QString &pan, const QString &exp);
@@ -106,6 +108,7 @@ private:
         QString replacement;
     };
     bool accepts(Field field, const Edit &edit);
+    static qsizetype maximumLength(Field field);
     QString text(Field field) const;
     void setText(QString &member, const QString &text, void (CardForm::*changed)());
     void applyCardRules(const QString &cardNumber);

@@ -15,10 +15,15 @@ Card {
     signal accepted
     signal expiryOpened
 
-    spacing: Theme.margin
+    spacing: Theme.margin - 4
 
+    FontLoader {
+        id: cardDigits
+        source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
+    }
     EntryField {
         id: card
+        family: cardDigits.font.family
         width: parent.width
         name: "cardNumberTextField"
         form: section.form
@@ -39,28 +44,15 @@ Card {
             if (section.form.isSettledDown)
                 input.selectAll();
         }
-        end: Row {
-            anchors.verticalCenter: parent.verticalCenter
-            height: parent.height
-            spacing: Theme.spacing / 2
-
-            Label {
-                objectName: "bankNameLabel"
-                anchors.verticalCenter: parent.verticalCenter
-                text: section.form.bankName
-                color: Theme.inkSoft
-                font.pixelSize: Theme.captionSize
-                visible: section.width > 340 * Theme.textScale && text !== ""
-            }
-            Logo {
-                objectName: "bankIcon"
-                anchors.verticalCenter: parent.verticalCenter
-                size: 36
-                source: section.form.bankIcon
-                Accessible.ignored: false
-                Accessible.role: Accessible.Graphic
-                Accessible.name: section.form.bankName
-            }
+        noteName: "bankNameLabel"
+        note: section.form.bankName
+        sample: "1234567890123456"
+        end: Logo {
+            objectName: "bankIcon"
+            source: section.form.bankIcon
+            Accessible.ignored: false
+            Accessible.role: Accessible.Graphic
+            Accessible.name: section.form.bankName
         }
     }
     EntryField {

@@ -15,6 +15,15 @@ Item {
     property string hint
     property string fault
     property bool secret: false
+    /// What is known of the text, beside the label.
+    property alias note: noteLabel.text
+    property alias noteName: noteLabel.objectName
+    /// Such a text, and any that is as long, must be seen whole: the digits get smaller where it would not fit.
+    property string sample
+    property string family: Theme.family
+    /// Why the last edit was not taken; gone with the next one.
+    property string refusal
+    readonly property string complaint: refusal !== "" ? refusal : fault
     // Not named "text" or "value": accessibility reads properties of those names from an item that stands for a field.
     property alias entered: input.text
     property alias input: input
@@ -29,7 +38,7 @@ Item {
     // A password input shows its clear text to whoever reads the accessibility tree; this item stands in for it.
     Accessible.role: Accessible.EditableText
     Accessible.name: label
-    Accessible.description: fault
+    Accessible.description: complaint
     Accessible.passwordEdit: secret
     Accessible.focusable: true
     Accessible.focused: input.activeFocus
@@ -41,13 +50,33 @@ Item {
         width: parent.width
         spacing: Theme.spacing / 2
 
-        Label {
+        Item {
             width: parent.width
-            text: entry.label
-            color: Theme.inkSoft
-            font.pixelSize: Theme.captionSize
-            horizontalAlignment: Text.AlignLeft
-            Accessible.ignored: true
+            height: name.height
+
+            Label {
+                id: name
+                anchors.left: parent.left
+                text: entry.label
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                wrapMode: Text.NoWrap
+                Accessible.ignored: true
+            }
+            Label {
+                id: noteLabel
+                anchors {
+                    left: name.right
+                    right: parent.right
+                    leftMargin: Theme.spacing
+                }
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                horizontalAlignment: Text.AlignRight
+                wrapMode: Text.NoWrap
+                elide: Text.ElideRight
+                Accessible.ignored: true
+            }
         }
         Rectangle {
             width: parent.width
@@ -55,7 +84,7 @@ Item {
             radius: Theme.smallRadius
             color: entry.enabled ? Theme.surface : Theme.page
             border.width: input.activeFocus ? 2 : 1
-            border.color: entry.fault !== "" ? Theme.fault : input.activeFocus ? Theme.blue : Theme.outline
+            border.color: entry.complaint !== "" ? Theme.fault : input.activeFocus ? Theme.blue : Theme.outline
 
             MouseArea {
                 anchors.fill: parent
@@ -93,6 +122,13 @@ Item {
                     rightMargin: Theme.spacing
                 }
 
+                TextMetrics {
+                    id: whole
+                    text: entry.entered.length < entry.sample.length ? entry.sample : entry.entered
+                    font.family: entry.family
+                    font.pixelSize: Theme.bodySize + 3
+                    font.letterSpacing: 1
+                }
                 TextInput {
                     id: input
                     anchors.fill: parent
@@ -104,8 +140,12 @@ Item {
                     color: Theme.ink
                     selectionColor: Theme.selection
                     selectedTextColor: Theme.onColor
-                    font.family: Theme.family
-                    font.pixelSize: Theme.bodySize + 3
+                    font.family: entry.family
+                    font.pixelSize: {
+                        const most = Theme.bodySize + 3;
+                        const width = whole.advanceWidth + most / 4;
+                        return entry.sample === "" ? most : Math.floor(most * Math.min(1, textPlace.width / width));
+                    }
                     font.letterSpacing: 1
                     echoMode: entry.secret ? TextInput.Password : TextInput.Normal
                     passwordMaskDelay: 0
@@ -119,11 +159,14 @@ Item {
                         field: entry.field
                         target: input
                         secret: entry.secret
+                        onRefused: why => entry.refusal = why
                     }
                     onAccepted: entry.accepted()
+                    onTextChanged: entry.refusal = ""
+                    onActiveFocusChanged: entry.refusal = ""
                     Accessible.role: Accessible.EditableText
                     Accessible.name: entry.label
-                    Accessible.description: entry.fault
+                    Accessible.description: entry.complaint
                     Accessible.ignored: entry.secret
                 }
                 Label {
@@ -140,13 +183,16 @@ Item {
             }
         }
         Label {
+            objectName: entry.name + "Complaint"
             width: parent.width
-            text: entry.fault
+            text: entry.complaint
             visible: text !== ""
             color: Theme.fault
             font.pixelSize: Theme.captionSize
             horizontalAlignment: Text.AlignLeft
-            Accessible.role: Accessible.AlertMessage
         }
+    }
+    Spoken {
+        text: entry.complaint
     }
 }

@@ -20,7 +20,10 @@ QString asciiDigit(const QString &typed)
 
 QValidator::State EntryGuard::validate(QString &text, int &) const
 {
-    return !m_form || m_form->acceptsText(m_field, text) ? Acceptable : Invalid;
+    if (!m_form || m_form->acceptsText(m_field, text))
+        return Acceptable;
+    Q_EMIT refused(m_form->refusal(m_field, text));
+    return Invalid;
 }
 
 void EntryGuard::setTarget(QQuickItem *target)

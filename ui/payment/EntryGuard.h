@@ -28,6 +28,10 @@ public:
     QQuickItem *target() const { return m_target; }
     void setTarget(QQuickItem *target);
 
+Q_SIGNALS:
+    /// An edit was not taken; `why` is for the person.
+    void refused(const QString &why) const;
+
 private:
     bool eventFilter(QObject *watched, QEvent *event) override;
     bool filterKey(const QKeyEvent &event);

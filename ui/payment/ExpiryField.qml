@@ -70,7 +70,7 @@ Item {
                     top: parent.top
                     bottom: parent.bottom
                     leftMargin: Theme.spacing
-                    rightMargin: Theme.margin
+                    rightMargin: Theme.margin + 4
                 }
 
                 Text {

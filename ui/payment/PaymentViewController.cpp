@@ -47,6 +47,14 @@ QFont fontOf(const QString &family)
     return font;
 }
 
+void setFonts(AlertView &alert)
+{
+    alert.titleFont = fontOf(QStringLiteral("IRANSansFaNum-Medium"));
+    alert.messageFont = fontOf(QStringLiteral("IRANSansMobile(FaNum)"));
+    alert.buttonFont = alert.messageFont;
+    alert.cancelButtonFont = alert.messageFont;
+}
+
 void sendThroughNetwork(const QString &detail, CoreNetworking::ResponseBlock block)
 {
     Dispatch::global(Dispatch::Priority::High, [detail, block = std::move(block)] {
@@ -63,6 +71,9 @@ PaymentViewController::PaymentViewController(QObject *parent)
 {
     connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
     connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationError);
+    setFonts(m_leaveAlert);
+    m_leaveAlert.addButton(QStringLiteral("بله، انصراف"), [this] { cancelPayment(); });
+    m_leaveAlert.setCancelButton(QStringLiteral("ادامه پرداخت"), {});
 }
 
 PaymentViewController::~PaymentViewController()
@@ -117,10 +128,7 @@ void PaymentViewController::loadTokenData()
 void PaymentViewController::offerWallet(const QString &balance)
 {
     const QString payByWallet = QStringLiteral("پرداخت با کیف پول");
-    m_walletAlert.titleFont = fontOf(QStringLiteral("IRANSansFaNum-Medium"));
-    m_walletAlert.messageFont = fontOf(QStringLiteral("IRANSansMobile(FaNum)"));
-    m_walletAlert.buttonFont = m_walletAlert.messageFont;
-    m_walletAlert.cancelButtonFont = m_walletAlert.messageFont;
+    setFonts(m_walletAlert);
     m_walletAlert.addButton(payByWallet, [this] { payFromWallet(); });
     m_walletAlert.setCancelButton(QStringLiteral("پرداخت از کارت"), {});
     m_walletAlert.show(
@@ -184,6 +192,7 @@ void PaymentViewController::receive(bool ok, const QString &message, const QStri
         properties.insert(QStringLiteral("dsc"), textValue(answer.ds).value_or(QString()));
     }
     m_timer.invalidate();
+    m_leaveAlert.dismiss();
     if (auto receipt =
             ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("ReceiptView"), properties))
         navigationController()->push(std::move(receipt), true);
@@ -200,6 +209,8 @@ void PaymentViewController::timerFired()
     case Countdown::Tick::Silent:
         break;
     case Countdown::Tick::Over:
+        m_isTimeOver = true;
+        Q_EMIT ticked();
         report(QStringLiteral("2525343"), QStringLiteral("مدت زمان تراکنش به پایان رسید"));
         break;
     }
@@ -210,6 +221,20 @@ void PaymentViewController::cancelPayment()
     if (m_isHandedOver)
         return;
     report(QStringLiteral("2525342"), QStringLiteral("کاربر از انجام تراکنش منصرف شد"));
+}
+
+void PaymentViewController::escapePressed()
+{
+    if (!m_isHandedOver && !m_isReported)
+        m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
+                          QStringLiteral("از این پرداخت منصرف می‌شوید؟"));
+}
+
+QString PaymentViewController::timeNotice() const
+{
+    if (m_isTimeOver)
+        return QStringLiteral("مدت زمان تراکنش به پایان رسید");
+    return isLastMinute() ? QStringLiteral("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است") : QString();
 }
 
 void PaymentViewController::openVerifyURL()
@@ -235,6 +260,8 @@ void PaymentViewController::report(const QString &code, const QString &message)
         return;
     m_isReported = true;
     m_timer.invalidate();
+    m_walletAlert.dismiss();
+    m_leaveAlert.dismiss();
     HostProfile::shared().reportStatus(false, code, message);
     ProgressOverlay::dismiss();
     dismiss(true);

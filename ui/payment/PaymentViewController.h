@@ -22,6 +22,7 @@ class PaymentViewController : public ViewController
     QML_UNCREATABLE("Made by the storyboard")
     Q_PROPERTY(kelpay::CardForm *form READ form CONSTANT)
     Q_PROPERTY(kelpay::AlertView *walletAlert READ walletAlert CONSTANT)
+    Q_PROPERTY(kelpay::AlertView *leaveAlert READ leaveAlert CONSTANT)
     Q_PROPERTY(kelpay::PickerViewDelegate *delegational READ delegational CONSTANT)
     Q_PROPERTY(QString amountText READ amountText NOTIFY loaded)
     Q_PROPERTY(QString merchantText READ merchantText NOTIFY loaded)
@@ -29,6 +30,8 @@ class PaymentViewController : public ViewController
     Q_PROPERTY(bool hasSavedCards READ hasSavedCards NOTIFY loaded)
     Q_PROPERTY(QString timeText READ timeText NOTIFY ticked)
     Q_PROPERTY(bool isLastMinute READ isLastMinute NOTIFY ticked)
+    /// What a screen reader is told of the time.
+    Q_PROPERTY(QString timeNotice READ timeNotice NOTIFY ticked)
     Q_PROPERTY(bool isPanListShown READ isPanListShown NOTIFY panListShownChanged)
 
 public:
@@ -45,6 +48,8 @@ public:
     QString barButtonText() const override { return QStringLiteral("انصراف"); }
     QString barButtonName() const override { return QStringLiteral("cancelButton"); }
     void barButtonPressed() override { cancelPayment(); }
+    /// Asks before it cancels; the cancel button does not.
+    void escapePressed() override;
     void resume() override { m_isHandedOver = false; }
 
     /// The pay button.
@@ -58,6 +63,7 @@ public:
 
     CardForm *form() { return &m_form; }
     AlertView *walletAlert() { return &m_walletAlert; }
+    AlertView *leaveAlert() { return &m_leaveAlert; }
     PickerViewDelegate *delegational() const { return &PickerViewDelegate::sharedInstance(); }
     QString amountText() const { return m_amountText; }
     QString merchantText() const { return m_merchantText; }
@@ -65,6 +71,7 @@ public:
     bool hasSavedCards() const { return !m_pl.isEmpty(); }
     QString timeText() const { return m_timeText; }
     bool isLastMinute() const { return m_countdown.minute() < 1; }
+    QString timeNotice() const;
     bool isPanListShown() const { return m_isPanListShown; }
     /// A payment is on its way.
     bool isButtonedOrNeah() const { return m_isButtonedOrNeah; }
@@ -90,6 +97,7 @@ private:
     PaymentSender m_sender;
     CardForm m_form;
     AlertView m_walletAlert;
+    AlertView m_leaveAlert;
     Ticker m_timer;
     Countdown m_countdown;
     PaymentDetail m_detail;
@@ -102,6 +110,7 @@ private:
     bool m_isButtonedOrNeah = false;
     bool m_isWallety = false;
     bool m_isPanListShown = false;
+    bool m_isTimeOver = false;
     bool m_isReported = false;
     bool m_isHandedOver = false; ///< The receipt has the outcome; nothing else is reported until it has told it.
 };

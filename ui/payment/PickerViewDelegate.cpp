@@ -34,6 +34,11 @@ QString PickerViewDelegate::bankName(const QString &pan) const
     return CoreFunctions().bankName(pan);
 }
 
+QString PickerViewDelegate::shownPan(const QString &pan) const
+{
+    return SavedCard::masked(pan);
+}
+
 QUrl PickerViewDelegate::bankLogo(const QString &pan) const
 {
     return QUrl(Bundle::sdk().urlForImage(pan.left(6) + QStringLiteral(".png")));

@@ -27,6 +27,8 @@ public:
     QStringList panIdArray() const { return m_panIdArray; }
     QStringList panExpArray() const { return m_panExpArray; }
 
+    /// The number as the list shows it, never whole.
+    Q_INVOKABLE QString shownPan(const QString &pan) const;
     /// The issuing bank's name and logo, "" where the number tells none.
     Q_INVOKABLE QString bankName(const QString &pan) const;
     Q_INVOKABLE QUrl bankLogo(const QString &pan) const;

@@ -8,6 +8,8 @@ Card {
 
     required property PaymentViewController controller
 
+    spacing: Theme.spacing / 2
+
     // Side by side, or one below the other where the name would be left with less than half.
     Grid {
         id: header
@@ -19,14 +21,13 @@ Card {
         verticalItemAlignment: Grid.AlignVCenter
 
         Item {
-            width: header.stacked ? header.width : header.width - verify.width + Theme.spacing
+            width: header.stacked ? header.width : header.width - verify.width + Theme.margin
             height: Math.max(merchant.implicitHeight, verified.height)
 
             BundleIcon {
                 id: verified
                 objectName: "verifiedIcon"
                 anchors.left: parent.left
-                anchors.leftMargin: Theme.dark ? 4 : 0
                 anchors.verticalCenter: parent.verticalCenter
                 file: "ic_verified_user_white_3x.png"
                 color: Theme.brandMagenta

@@ -4,6 +4,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 namespace kelpay {
 
 std::vector<SavedCard> SavedCard::fromList(const QString &pl)
@@ -19,6 +21,19 @@ std::vector<SavedCard> SavedCard::fromList(const QString &pl)
             cards.push_back({fields[0], fields[1] == QLatin1String("d"), fields[2], fields[3]});
     }
     return cards;
+}
+
+QString SavedCard::masked(const QString &pan)
+{
+    constexpr qsizetype shown = 6 + 4;
+    const qsizetype digits = std::count_if(pan.begin(), pan.end(), [](QChar character) { return character.isDigit(); });
+    QString masked = pan;
+    qsizetype digit = 0;
+    for (QChar &character : masked) {
+        if (character.isDigit() && ++digit > 6 && digit <= digits - 4 && digits > shown)
+            character = u'*';
+    }
+    return masked;
 }
 
 QString SavedCard::slashed(const QString &expiry)

@@ -21,6 +21,7 @@ BottomSheet {
     }
 
     height: Math.min(list.count, 4) * Theme.rowHeight + 2 * Theme.spacing
+    Keys.onEscapePressed: done()
 
     ListView {
         id: list
@@ -43,15 +44,16 @@ BottomSheet {
 
             required property int index
             required property string modelData
+            readonly property string pan: sheet.delegational.shownPan(modelData)
             // The bank's name below the number where they don't fit side by side.
             readonly property bool stacked: number.implicitWidth + bank.implicitWidth + Theme.margin > place.width
 
             objectName: "panRow" + index
             width: ListView.view.width
-            height: Theme.rowHeight
+            height: Math.max(Theme.rowHeight, stacked ? number.height + bank.height + Theme.spacing : 0)
 
             Accessible.role: Accessible.ListItem
-            Accessible.name: modelData + " " + bank.text
+            Accessible.name: pan + " " + bank.text
             Accessible.onPressAction: sheet.choose(index)
 
             Rectangle {
@@ -85,9 +87,9 @@ BottomSheet {
                 Text {
                     id: number
                     anchors.left: parent.left
-                    y: row.stacked && bank.text !== "" ? place.height / 2 - height : (place.height - height) / 2
+                    y: row.stacked && bank.text !== "" ? (place.height - height - bank.height) / 2 : (place.height - height) / 2
                     width: Math.min(implicitWidth, place.width)
-                    text: row.modelData
+                    text: row.pan
                     color: row.index === 0 ? Theme.inkSoft : Theme.ink
                     font.family: Theme.family
                     font.pixelSize: Theme.bodySize
@@ -98,7 +100,7 @@ BottomSheet {
                     id: bank
                     anchors.left: row.stacked ? parent.left : number.right
                     anchors.right: parent.right
-                    y: row.stacked ? place.height / 2 : (place.height - height) / 2
+                    y: row.stacked ? number.y + number.height : (place.height - height) / 2
                     text: sheet.delegational.bankName(row.modelData)
                     color: Theme.inkSoft
                     font.pixelSize: Theme.captionSize

@@ -7,6 +7,7 @@ WebView {
     required property VerificationViewController controller
 
     url: controller.url
+    Component.onDestruction: deleteAllCookies()
     onLoadingChanged: request => {
         if (request.status === WebView.LoadStartedStatus && !controller.isAllowed(request.url))
             stop();

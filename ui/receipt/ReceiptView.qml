@@ -43,7 +43,9 @@ FocusScope {
                 font.bold: true
                 font.pixelSize: Theme.titleSize + 4
                 horizontalAlignment: Text.AlignHCenter
-                Accessible.role: Accessible.AlertMessage
+            }
+            Spoken {
+                text: view.controller.statusText
             }
             Label {
                 objectName: "amountLabel"
@@ -99,11 +101,16 @@ FocusScope {
 
                         // Where both don't fit on one line, the value stands below its name.
                         readonly property bool stacked:
-                            name.implicitWidth + value.implicitWidth + Theme.margin > width
+                            name.implicitWidth + whole.advanceWidth + Theme.margin > width
 
                         width: description.width
                         height: stacked ? name.height + value.height : Math.max(name.height, value.height)
 
+                        TextMetrics {
+                            id: whole
+                            text: value.text
+                            font: value.font
+                        }
                         Label {
                             id: name
                             anchors.left: parent.left

@@ -25,12 +25,14 @@ const std::vector<Shots::State> &Shots::states()
         {"payment-filled", &Shots::filled},
         {"payment-editing", &Shots::editing},
         {"payment-fault", &Shots::fault},
+        {"payment-refused", &Shots::refused},
         {"payment-banner", &Shots::banner},
         {"payment-progress", &Shots::progress},
         {"payment-expiry", &Shots::expiry},
         {"payment-saved-cards", &Shots::savedCards},
         {"payment-fixed-card", &Shots::fixedCard},
         {"payment-wallet", &Shots::wallet},
+        {"payment-leaving", &Shots::leaving},
         {"payment-last-minute", &Shots::lastMinute},
         {"verification-fault", &Shots::verification},
         {"receipt-paid", &Shots::paid},
@@ -113,6 +115,13 @@ void Shots::fault()
     settle(2700); // until the banner has gone
 }
 
+void Shots::refused()
+{
+    simple();
+    item(cardField)->forceActiveFocus();
+    type(card + u'1');
+}
+
 void Shots::banner()
 {
     simple();
@@ -157,6 +166,12 @@ void Shots::wallet()
 {
     storeToken({{QStringLiteral("wb"), QStringLiteral("5400000")}});
     m_screen = presentPayment();
+}
+
+void Shots::leaving()
+{
+    simple();
+    m_screen->escapePressed();
 }
 
 void Shots::lastMinute()

@@ -35,12 +35,14 @@ private:
     void filled();
     void editing();
     void fault();
+    void refused();
     void banner();
     void progress();
     void expiry();
     void savedCards();
     void fixedCard();
     void wallet();
+    void leaving();
     void lastMinute();
     void verification();
     void paid();

@@ -1,7 +1,8 @@
 // screens_look                    compares the screens with the baseline; a difference is saved in ./look
 // screens_look --update           writes the baseline anew
 // screens_look --sheets FOLDER    writes a contact sheet for each size and scheme
-// screens_look ... --only PART    only the states whose name holds PART
+// screens_look --shots FOLDER     writes what the baseline holds in full size, to look at
+// screens_look ... --only PART    only the images whose name holds PART
 #include "Baseline.h"
 #include "Shots.h"
 
@@ -84,6 +85,16 @@ int writeSheets(const QDir &folder, const QString &only)
     return EXIT_SUCCESS;
 }
 
+int writeShots(const QDir &folder, const QString &only)
+{
+    folder.mkpath(QStringLiteral("."));
+    for (const Kept &shot : kept(only)) {
+        if (!Shots::take(*shot.state, shot.size, shot.isDark).save(folder.filePath(shot.file)))
+            return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
 int update(const QDir &baseline, const QString &only)
 {
     if (only.isEmpty())
@@ -150,6 +161,8 @@ int main(int argc, char **argv)
     const QDir baseline(QStringLiteral(KELPAY_LOOK_FOLDER "/baseline"));
     if (const QString folder = option(QStringLiteral("--sheets")); !folder.isEmpty())
         return kelpay::writeSheets(QDir(folder), only);
+    if (const QString folder = option(QStringLiteral("--shots")); !folder.isEmpty())
+        return kelpay::writeShots(QDir(folder), only);
     if (arguments.contains(QStringLiteral("--update")))
         return kelpay::update(baseline, only);
     return kelpay::compare(baseline, only);

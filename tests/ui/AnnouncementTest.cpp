@@ -1,0 +1,83 @@
+#include "Screens.h"
+
+#include <QAccessible>
+#include <QTest>
+#include <private/qguiapplication_p.h>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
+
+namespace kelpay {
+namespace {
+
+/// Keeps what a screen reader is told: the names of the alerts, in their order.
+class AnnouncementTest : public ScreenTest
+{
+protected:
+    AnnouncementTest()
+    {
+        // What a screen reader's arrival does; events are dropped before that.
+        QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
+        heard.clear();
+        QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
+            if (event->type() != QAccessible::Alert)
+                return;
+            QAccessibleInterface *alert = event->accessibleInterface();
+            EXPECT_EQ(alert->role(), QAccessible::AlertMessage);
+            EXPECT_FALSE(alert->state().invisible);
+            heard.append(alert->text(QAccessible::Name));
+        });
+    }
+    ~AnnouncementTest() override
+    {
+        QAccessible::installUpdateHandler(nullptr);
+        QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(false);
+    }
+
+    void expectHeard(const char *text)
+    {
+        EXPECT_TRUE(waitFor([text] { return heard.contains(QString::fromUtf8(text)); }))
+            << text << "; heard: " << qPrintable(heard.join(QStringLiteral(" / ")));
+        heard.clear();
+    }
+
+    inline static QStringList heard;
+};
+
+TEST_F(AnnouncementTest, tellsWhatThePersonMustKnow)
+{
+    storeToken();
+    PaymentViewController *screen = presentPayment();
+    click(QStringLiteral("cardNumberTextField"));
+    type(QStringLiteral("x"));
+    expectHeard("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
+    type(QStringLiteral("6037991234567890"));
+    QTest::keyClick(window(), Qt::Key_Tab);
+    expectHeard("شماره کارت وارد شده صحیح نمیباشد");
+    settle(2800); // The banner of the number goes first.
+    click(QStringLiteral("payButton"));
+    expectHeard("ورودی ها را بررسی کنید.");
+
+    for (int tick = 0; tick < 541; ++tick)
+        screen->timerFired();
+    expectHeard("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است");
+
+    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
+    screen->form()->setPin(QStringLiteral("12345"));
+    screen->verifyPayment();
+    expectHeard("در حال بررسی پرداخت");
+    storePaymentAnswer({{QStringLiteral("rc"), 51}});
+    answer(false, QStringLiteral("پیام"), QStringLiteral("51"));
+    expectHeard("پرداخت ناموفق");
+}
+
+TEST_F(AnnouncementTest, tellsThatTheTimeIsOver)
+{
+    storeToken();
+    PaymentViewController *screen = presentPayment();
+    for (int tick = 0; tick < 602; ++tick)
+        screen->timerFired();
+    expectHeard("مدت زمان تراکنش به پایان رسید");
+}
+
+} // namespace
+} // namespace kelpay

@@ -1,0 +1,23 @@
+#include "Announcement.h"
+
+#include <QAccessible>
+
+namespace kelpay {
+
+void Announcement::setText(const QString &text)
+{
+    if (m_text == text)
+        return;
+    m_text = text;
+    Q_EMIT textChanged();
+    if (text.isEmpty())
+        return;
+    // Later, because an item that is being made is not in the tree yet.
+    const auto announce = [this] {
+        QAccessibleEvent event(this, QAccessible::Alert);
+        QAccessible::updateAccessibility(&event);
+    };
+    QMetaObject::invokeMethod(this, announce, Qt::QueuedConnection);
+}
+
+} // namespace kelpay
