@@ -1,5 +1,6 @@
 #include "device/CoreBiometrics.h"
 #include "device/FingerprintService.h"
+#include "tests/PrivateBus.h"
 
 #include <gtest/gtest.h>
 
@@ -8,57 +9,15 @@
 #include <QDBusObjectPath>
 #include <QDBusVirtualObject>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QGuiApplication>
 #include <QPointingDevice>
-#include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
-
-#include <csignal>
-#include <sys/prctl.h>
 
 namespace kelpay {
 namespace {
 
 using Answer = FingerprintService::Answer;
-
-/// A dbus-daemon of our own, gone with the test whatever becomes of it.
-class PrivateBus
-{
-public:
-    PrivateBus()
-    {
-        QFile config(m_folder.filePath(QStringLiteral("bus.conf")));
-        EXPECT_TRUE(config.open(QIODevice::WriteOnly));
-        config.write("<busconfig><type>system</type><listen>" + address().toUtf8() +
-                     "</listen><auth>EXTERNAL</auth><policy context='default'><allow user='*'/><allow own='*'/>"
-                     "<allow send_destination='*'/><allow receive_sender='*'/></policy></busconfig>");
-        config.close();
-        m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--config-file=") + config.fileName(), QStringLiteral("--nofork"),
-                        QStringLiteral("--nopidfile"), QStringLiteral("--nosyslog"),
-                        QStringLiteral("--print-address")});
-        m_isRunning = m_daemon.waitForReadyRead(5'000);
-    }
-    ~PrivateBus() { stop(); }
-    Q_DISABLE_COPY_MOVE(PrivateBus)
-
-    bool isRunning() const { return m_isRunning; }
-    QString address() const { return QStringLiteral("unix:path=") + m_folder.filePath(QStringLiteral("bus")); }
-    void stop()
-    {
-        m_daemon.kill();
-        m_daemon.waitForFinished(2'000);
-    }
-
-private:
-    QTemporaryDir m_folder;
-    QProcess m_daemon;
-    bool m_isRunning = false;
-};
 
 /// Plays the fingerprint service in a thread of its own, since the caller blocks.
 class FakeFingerprintService : public QDBusVirtualObject
@@ -122,7 +81,7 @@ void expectAvailable(bool available)
 
 TEST(CoreBiometrics, AsksTheFingerprintService)
 {
-    PrivateBus bus;
+    PrivateBus bus("system");
     ASSERT_TRUE(bus.isRunning());
     // Read once a process, when the system bus is first asked for; nothing else in this program does.
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());

@@ -1,5 +1,6 @@
 #include "Screens.h"
 
+#include "ui/components/Appearance.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
@@ -46,6 +47,27 @@ TEST_F(ComponentsTest, presentsAndDismissesAlongTheChain)
     ASSERT_TRUE(waitFor([&] { return completions == 5; }));
     EXPECT_EQ(ViewUtils::topMostViewController(), &root());
     EXPECT_FALSE(ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("NoView")));
+}
+
+TEST_F(ComponentsTest, standsAtOnceForWhoWantsNoMotion)
+{
+    storeToken();
+    for (const bool isMotionReduced : {true, false}) {
+        Appearance::shared().pin({false, isMotionReduced, 1});
+        bool stands = false;
+        bool isGone = false;
+        root().present(scene(), true, [&] { stands = true; });
+        settle(60);
+        EXPECT_EQ(stands, isMotionReduced);
+        ASSERT_TRUE(item(QStringLiteral("payButton")));
+        EXPECT_EQ(item(QStringLiteral("cancelButton"))->mapToScene({}).y() < 20, isMotionReduced);
+        ASSERT_TRUE(waitFor([&] { return stands; }));
+        root().dismiss(true, [&] { isGone = true; });
+        settle(60);
+        EXPECT_EQ(isGone, isMotionReduced);
+        ASSERT_TRUE(waitFor([&] { return isGone; }));
+    }
+    Appearance::shared().pin({});
 }
 
 TEST_F(ComponentsTest, goesWithTheHostsWindow)

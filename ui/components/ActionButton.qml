@@ -5,10 +5,11 @@ import QtQuick.Templates as T
 T.Button {
     id: button
 
-    property color fill: Theme.blue
+    property color fill: Theme.action
 
     implicitWidth: implicitContentWidth + 4 * Theme.margin
     implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + 2 * Theme.spacing)
+    horizontalPadding: Theme.spacing
     focusPolicy: Qt.StrongFocus
     font.family: Theme.boldFamily
     font.bold: true
@@ -18,12 +19,12 @@ T.Button {
 
     background: Rectangle {
         radius: Theme.radius
-        color: button.down ? Qt.darker(button.fill, 1.25) : button.hovered ? Qt.darker(button.fill, 1.1) : button.fill
-        opacity: button.enabled ? 1 : 0.5
+        color: !button.enabled ? Theme.disabled
+               : button.down ? Qt.darker(button.fill, 1.25) : button.hovered ? Qt.darker(button.fill, 1.1) : button.fill
     }
     contentItem: Text {
         text: button.text
-        color: "white"
+        color: button.enabled ? Theme.onColor : Theme.inkSoft
         font: button.font
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

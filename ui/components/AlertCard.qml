@@ -2,11 +2,16 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 
-/// The question and its answers, in the middle of the screen.
+/// The question and its answers, in the middle of the screen. The question scrolls where it leaves no room for them.
 FocusScope {
     id: scope
 
     required property AlertView alert
+
+    /// The alert's font in the person's size.
+    function scaled(alertFont: font): font {
+        return Qt.font({family: alertFont.family, pixelSize: Theme.scaled(alertFont.pixelSize)});
+    }
 
     focus: true
     Keys.onEscapePressed: alert.pressCancel()
@@ -14,47 +19,68 @@ FocusScope {
     LayoutMirroring.childrenInherit: true
 
     Rectangle {
-        id: card
         anchors.centerIn: parent
         width: Math.min(parent.width, 380)
-        height: Math.min(column.implicitHeight + 3 * Theme.margin, parent.height)
+        height: Math.min(texts.implicitHeight + answers.implicitHeight + 3.5 * Theme.margin, parent.height)
         radius: Theme.radius
         color: Theme.surface
 
         Accessible.role: Accessible.Dialog
         Accessible.name: scope.alert.title
 
-        Column {
-            id: column
+        Flickable {
+            id: question
             anchors {
                 left: parent.left
                 right: parent.right
-                verticalCenter: parent.verticalCenter
-                margins: 1.5 * Theme.margin
+                top: parent.top
+                bottom: answers.top
+                margins: Theme.margin
+                topMargin: 1.5 * Theme.margin
             }
-            spacing: Theme.margin
+            contentHeight: texts.implicitHeight
+            boundsBehavior: Flickable.StopAtBounds
+            interactive: contentHeight > height
+            clip: interactive
 
-            Text {
+            Column {
+                id: texts
                 width: parent.width
-                text: scope.alert.title
-                color: Theme.blue
-                font: scope.alert.titleFont
-                horizontalAlignment: Text.AlignHCenter
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.Heading
-                Accessible.name: text
+                spacing: Theme.margin
+
+                Text {
+                    width: parent.width
+                    text: scope.alert.title
+                    color: Theme.blue
+                    font: scope.scaled(scope.alert.titleFont)
+                    horizontalAlignment: Text.AlignHCenter
+                    wrapMode: Text.Wrap
+                    Accessible.role: Accessible.Heading
+                    Accessible.name: text
+                }
+                Text {
+                    width: parent.width
+                    text: scope.alert.message
+                    color: Theme.ink
+                    font: scope.scaled(scope.alert.messageFont)
+                    horizontalAlignment: Text.AlignHCenter
+                    lineHeight: 1.2
+                    wrapMode: Text.Wrap
+                    Accessible.role: Accessible.StaticText
+                    Accessible.name: text
+                }
             }
-            Text {
-                width: parent.width
-                text: scope.alert.message
-                color: Theme.ink
-                font: scope.alert.messageFont
-                horizontalAlignment: Text.AlignHCenter
-                lineHeight: 1.2
-                wrapMode: Text.Wrap
-                Accessible.role: Accessible.StaticText
-                Accessible.name: text
+        }
+        Column {
+            id: answers
+            anchors {
+                left: parent.left
+                right: parent.right
+                bottom: parent.bottom
+                margins: Theme.margin
             }
+            spacing: Theme.spacing
+
             Repeater {
                 model: scope.alert.buttons
 
@@ -63,18 +89,18 @@ FocusScope {
                     required property string modelData
 
                     objectName: index === 0 ? "alertButton" : "alertButton" + index
-                    width: column.width
+                    width: answers.width
                     text: modelData
-                    font: scope.alert.buttonFont
+                    font: scope.scaled(scope.alert.buttonFont)
                     focus: index === 0
                     onClicked: scope.alert.press(index)
                 }
             }
             TextButton {
                 objectName: "alertCancelButton"
-                width: column.width
+                width: answers.width
                 text: scope.alert.cancelButton
-                font: scope.alert.cancelButtonFont
+                font: scope.scaled(scope.alert.cancelButtonFont)
                 onClicked: scope.alert.pressCancel()
             }
         }

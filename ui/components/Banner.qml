@@ -9,29 +9,31 @@ Rectangle {
 
     objectName: "banner"
     y: banner.lowered ? 0 : -height
-    height: 64
+    height: Math.max(64, message.implicitHeight + 2 * Theme.spacing)
     visible: y > -height
     color: Theme.bannerColor
 
     Behavior on y {
         NumberAnimation {
-            duration: 300
+            duration: Theme.bannerMotion
             easing.type: Easing.InOutQuad
         }
     }
 
     Text {
-        anchors.fill: parent
-        anchors.margins: Theme.spacing
+        id: message
+        anchors {
+            left: parent.left
+            right: parent.right
+            margins: Theme.margin
+            verticalCenter: parent.verticalCenter
+        }
         text: bar.banner.message
-        color: "white"
+        color: Theme.onColor
         font.family: Theme.family
         font.pixelSize: Theme.bodySize
         horizontalAlignment: Text.AlignHCenter
-        verticalAlignment: Text.AlignVCenter
         wrapMode: Text.Wrap
-        fontSizeMode: Text.Fit
-        minimumPixelSize: 12
         Accessible.role: Accessible.StaticText
         Accessible.name: text
     }

@@ -1,6 +1,6 @@
 import QtQuick
 
-/// A white surface with soft corners around a column.
+/// A surface with soft corners around a column.
 Rectangle {
     default property alias content: column.data
     property alias spacing: column.spacing

@@ -28,7 +28,7 @@ Flickable {
     onHeightChanged: edited ? reveal(edited) : returnToBounds()
 
     contentWidth: width
-    contentHeight: column.height + 2 * Theme.margin
+    contentHeight: column.y + column.height + Theme.margin
     boundsBehavior: Flickable.StopAtBounds
     clip: true
 
@@ -48,7 +48,8 @@ Flickable {
     Column {
         id: column
         x: (area.width - width) / 2
-        y: Theme.margin
+        // In a window much wider than the column, the room below is shared out above it too.
+        y: Math.max(Theme.margin, area.width > 1.5 * width ? (area.height - height) / 3 : 0)
         width: Math.min(area.width - 2 * Theme.margin, Theme.columnWidth)
         spacing: Theme.margin
     }

@@ -57,6 +57,7 @@ void NavigationController::viewDidAppear()
 
 void NavigationController::push(std::unique_ptr<ViewController> controller, bool animated, Completion completion)
 {
+    animated = moves(animated);
     const QPointer<ViewController> covered = topViewController();
     const QPointer<ViewController> pushed = controller.release();
     adopt(pushed);
@@ -80,6 +81,7 @@ void NavigationController::push(std::unique_ptr<ViewController> controller, bool
 
 void NavigationController::pop(bool animated, Completion completion)
 {
+    animated = moves(animated);
     QPointer<ViewController> leaving;
     if (m_stack.size() > 1) {
         leaving = m_stack.back();

@@ -34,26 +34,31 @@ FocusScope {
         id: bar
         width: parent.width
         height: Theme.barHeight
-        color: Theme.surface
+        color: Theme.barSurface
 
         Text {
-            anchors.centerIn: parent
+            // In the middle, or as near to it as the button at the start, which is at the right, lets it.
+            readonly property real room: (barButton.visible ? barButton.x : bar.width) - 2 * Theme.spacing
+
+            anchors.verticalCenter: parent.verticalCenter
+            x: Math.min((bar.width - width) / 2, room + Theme.spacing - width)
+            width: Math.min(implicitWidth, room)
             text: navigation.controller.topViewController.title
-            color: Theme.blue
+            color: Theme.brandBlue
             font.family: Theme.family
             font.pixelSize: Theme.titleSize
+            elide: Text.ElideRight
             Accessible.role: Accessible.Heading
             Accessible.name: text
         }
 
         TextButton {
-            anchors {
-                left: parent.left
-                leftMargin: Theme.spacing
-                verticalCenter: parent.verticalCenter
-            }
+            id: barButton
+            anchors.left: parent.left
+            anchors.verticalCenter: parent.verticalCenter
             objectName: navigation.controller.topViewController.barButtonName
             text: navigation.controller.topViewController.barButtonText
+            textColor: Theme.brandBlue
             visible: text !== ""
             onClicked: navigation.controller.topViewController.barButtonPressed()
         }
@@ -84,15 +89,10 @@ FocusScope {
         color: Theme.page
         visible: veil.drawn || navigation.Window.visibility === Window.Minimized
 
-        Image {
+        Logo {
             anchors.centerIn: parent
-            width: 64
-            height: 64
+            size: 64
             source: "image://kelpay/kel.png"
-            sourceSize.width: 128
-            sourceSize.height: 128
-            fillMode: Image.PreserveAspectFit
-            Accessible.ignored: true
         }
         Veil {
             id: veil

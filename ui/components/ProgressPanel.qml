@@ -36,26 +36,25 @@ Item {
             anchors.centerIn: parent
             spacing: Theme.margin
 
-            Image {
+            Logo {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: overlay.imageUrl
-                sourceSize.width: 128
-                sourceSize.height: 128
-                width: 64
-                height: 64
-                fillMode: Image.PreserveAspectFit
-                visible: status === Image.Ready
+                size: 64
+                visible: isThere
             }
             Spinner {
                 anchors.horizontalCenter: parent.horizontalCenter
             }
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
+                width: Math.min(implicitWidth, overlay.width - 4 * Theme.margin)
                 text: overlay.status
                 visible: text !== ""
                 color: Theme.ink
                 font.family: Theme.family
                 font.pixelSize: Theme.bodySize
+                horizontalAlignment: Text.AlignHCenter
+                wrapMode: Text.Wrap
                 Accessible.ignored: true
             }
         }

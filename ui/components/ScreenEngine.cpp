@@ -1,5 +1,6 @@
 #include "ScreenEngine.h"
 
+#include "Appearance.h"
 #include "BundleImages.h"
 #include "platform/Log.h"
 
@@ -31,6 +32,8 @@ bool ScreenEngine::hasDisplay()
 QQmlEngine &ScreenEngine::shared()
 {
     if (!sharedEngine) {
+        // Post routines run last in, first out: the engine goes before what its screens are bound to.
+        Appearance::shared();
         sharedEngine = new QQmlEngine;
         sharedEngine->addImportPath(QStringLiteral("qrc:/qt/qml"));
         sharedEngine->addImageProvider(BundleImages::id(), new BundleImages);

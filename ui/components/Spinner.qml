@@ -6,16 +6,18 @@ Item {
     id: spinner
 
     property int step
+    property bool turning: visible
 
+    objectName: "spinner"
     implicitWidth: 36
     implicitHeight: 36
 
     NumberAnimation on step {
         from: 0
         to: 8
-        duration: 800
+        duration: Theme.spinnerTurn
         loops: Animation.Infinite
-        running: spinner.visible
+        running: spinner.turning
     }
 
     Repeater {

@@ -8,7 +8,7 @@ T.Button {
     property color textColor: Theme.blue
 
     implicitWidth: implicitContentWidth + 2 * Theme.margin
-    implicitHeight: 44
+    implicitHeight: Math.max(44, implicitContentHeight + Theme.spacing)
     padding: 0
     focusPolicy: Qt.StrongFocus
     font.family: Theme.family
@@ -23,7 +23,7 @@ T.Button {
     }
     contentItem: Text {
         text: button.text
-        color: button.textColor
+        color: button.enabled ? button.textColor : Theme.hint
         font: button.font
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

@@ -1,35 +1,67 @@
 pragma Singleton
 import QtQuick
+import KelPay.Components
 
-/// The one visual language of the screens. Sizes are in device-independent pixels: 12 points are 16 of them.
+/// The one visual language of the screens, light and dark. Sizes are in device-independent pixels: 12 points are 16 of
+/// them; texts grow with the person's text scale, and what holds a text grows with it.
 QtObject {
-    readonly property color blue: "#153f8f"
-    readonly property color magenta: "#d4006f"
+    id: theme
+
+    readonly property bool dark: Appearance.dark
+    readonly property real textScale: Appearance.textScale
+
+    // The brand's colours, the same in both schemes: only on a light surface.
+    readonly property color brandBlue: "#153f8f"
+    readonly property color brandMagenta: "#d4006f"
+    readonly property color tile: dark ? "#eef2fa" : "#ffffff"
+    readonly property color barSurface: dark ? "#e6ebf5" : "#ffffff"
+
     readonly property color bannerColor: Qt.rgba(0.9, 0, 0.33, 1)
-    readonly property color success: "#0b7148"
-    readonly property color ink: "#18233a"
-    readonly property color inkSoft: "#566074"
-    readonly property color line: "#d6dce8"
-    readonly property color surface: "#ffffff"
-    readonly property color page: "#f3f5fa"
-    readonly property color disabled: "#e4e8f0"
-    readonly property color accessory: "#f5202634"
-    readonly property color scrim: "#b3101a30"
+    readonly property color onColor: "#ffffff"
+
+    readonly property color page: dark ? "#0d1424" : "#f3f5fa"
+    readonly property color surface: dark ? "#182238" : "#ffffff"
+    readonly property color ink: dark ? "#eef2fa" : "#18233a"
+    readonly property color inkSoft: dark ? "#b3bed3" : "#566074"
+    readonly property color hint: dark ? "#97a4bd" : "#667085"
+    readonly property color blue: dark ? "#9dbcff" : brandBlue
+    readonly property color magenta: dark ? "#ff7ab5" : brandMagenta
+    readonly property color fault: dark ? "#ff8fa6" : bannerColor
+    readonly property color success: dark ? "#5fd6a2" : "#0b7148"
+    readonly property color action: dark ? "#3b6cd8" : brandBlue
+    readonly property color successFill: dark ? "#17855a" : "#0b7148"
+    readonly property color selection: dark ? "#3b6cd8" : brandBlue
+    readonly property color line: dark ? "#2c3957" : "#d6dce8"
+    readonly property color outline: dark ? "#6d7a96" : "#808a9e"
+    readonly property color disabled: dark ? "#2a3550" : "#e4e8f0"
+    readonly property color accessory: dark ? "#2a3652" : "#202634"
+    readonly property color scrim: dark ? "#c0050912" : "#b3101a30"
 
     readonly property string family: "IRANSansFaNum-Medium"
     readonly property string boldFamily: "irsansbold"
-    readonly property int captionSize: 14
-    readonly property int bodySize: 16
-    readonly property int titleSize: 20
-    readonly property int amountSize: 34
+    readonly property int captionSize: scaled(14)
+    readonly property int bodySize: scaled(16)
+    readonly property int titleSize: scaled(20)
+    readonly property int amountSize: scaled(34)
 
     readonly property int spacing: 8
     readonly property int margin: 16
     readonly property int radius: 14
     readonly property int smallRadius: 10
-    readonly property int controlHeight: 52
-    readonly property int barHeight: 56
+    readonly property int controlHeight: holding(32, 20)
+    readonly property int barHeight: holding(32, 24)
+    readonly property int rowHeight: holding(32, 24)
     readonly property int columnWidth: 460
 
-    readonly property int motion: 200
+    readonly property int motion: Appearance.motionReduced ? 0 : 200
+    readonly property int bannerMotion: Appearance.motionReduced ? 0 : 300
+    readonly property int spinnerTurn: Appearance.motionReduced ? 4000 : 800
+
+    function scaled(size: real): int {
+        return Math.round(size * textScale);
+    }
+    /// The height of what holds `text` pixels of text and `rest` of room; never less than at the usual size.
+    function holding(text: real, rest: real): int {
+        return Math.round(text * Math.max(1, textScale) + rest);
+    }
 }

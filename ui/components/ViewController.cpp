@@ -1,5 +1,6 @@
 #include "ViewController.h"
 
+#include "Appearance.h"
 #include "NavigationController.h"
 #include "RootViewController.h"
 #include "ScreenEngine.h"
@@ -18,6 +19,11 @@ void afterTransition(bool animated, std::function<void()> task)
 }
 
 } // namespace
+
+bool ViewController::moves(bool animated)
+{
+    return animated && !Appearance::shared().isMotionReduced();
+}
 
 ViewController::ViewController(const QUrl &view, QObject *parent) : QObject(parent), m_viewUrl(view) {}
 
@@ -61,6 +67,7 @@ void ViewController::present(std::unique_ptr<ViewController> controller, bool an
         RootViewController::shared().closeStageIfUnused();
         return;
     }
+    animated = moves(animated);
     m_presented = controller.release();
     m_presented->setParent(this);
     m_presented->m_presenting = this;
@@ -77,6 +84,7 @@ void ViewController::present(std::unique_ptr<ViewController> controller, bool an
 
 void ViewController::dismiss(bool animated, Completion completion)
 {
+    animated = moves(animated);
     if (m_presented) {
         const QPointer<ViewController> leaving = std::exchange(m_presented, nullptr);
         leaving->m_presenting = nullptr;

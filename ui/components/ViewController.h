@@ -71,8 +71,10 @@ public:
 
     NotificationBanner *banner() { return &m_banner; }
 
-    /// How long a screen slides in or out.
+    /// How long a screen slides in or out, unless the person wants no motion.
     static constexpr int transitionMilliseconds = 250;
+    /// What becomes of a wish to animate when the person wants no motion.
+    static bool moves(bool animated);
 
 protected:
     /// Takes the presented controller away at once, without its window; what presents nothing does nothing.

@@ -8,8 +8,8 @@ T.Tumbler {
 
     property string label
 
-    implicitWidth: 96
-    implicitHeight: 160
+    implicitWidth: Theme.holding(48, 48)
+    implicitHeight: 3 * Theme.holding(28, 24)
     visibleItemCount: 3
     wrap: false
     focusPolicy: Qt.StrongFocus
@@ -23,7 +23,7 @@ T.Tumbler {
         radius: Theme.smallRadius
         color: Theme.page
         border.width: wheel.activeFocus ? 2 : 1
-        border.color: wheel.activeFocus ? Theme.magenta : Theme.line
+        border.color: wheel.activeFocus ? Theme.magenta : Theme.outline
     }
     contentItem: ListView {
         model: wheel.model
@@ -42,8 +42,7 @@ T.Tumbler {
         width: wheel.width
         height: wheel.height / 3
         text: modelData
-        color: index === wheel.currentIndex ? Theme.blue : Theme.inkSoft
-        opacity: index === wheel.currentIndex ? 1 : 0.6
+        color: index === wheel.currentIndex ? Theme.blue : Theme.hint
         font.family: Theme.family
         font.pixelSize: Theme.titleSize
         horizontalAlignment: Text.AlignHCenter

@@ -12,7 +12,7 @@ FocusScope {
     signal keyboardWanted
 
     width: parent.width
-    height: 50
+    height: Theme.holding(24, 26)
 
     Rectangle {
         anchors.fill: parent
@@ -26,7 +26,7 @@ FocusScope {
         anchors.verticalCenter: parent.verticalCenter
         objectName: "savedCardsButton"
         text: "کارت های پیشفرض"
-        textColor: "white"
+        textColor: Theme.onColor
         visible: !bar.controller.isPanListShown
         onClicked: bar.cardsWanted()
     }
@@ -35,7 +35,7 @@ FocusScope {
         anchors.verticalCenter: parent.verticalCenter
         objectName: "keyboardButton"
         text: "وارد کردن شماره کارت"
-        textColor: "white"
+        textColor: Theme.onColor
         visible: bar.controller.isPanListShown
         onClicked: bar.keyboardWanted()
     }

@@ -15,7 +15,7 @@ Card {
     signal accepted
     signal expiryOpened
 
-    spacing: Theme.margin
+    spacing: Theme.margin - 4
 
     FontLoader {
         id: cardDigits
@@ -30,8 +30,6 @@ Card {
         field: CardForm.CardNumber
         label: "شماره کارت"
         hint: "۱۶ رقم روی کارت"
-        note: section.form.bankName
-        digits: 16
         fault: section.form.cardNumberFault
         enabled: section.form.cardNumberEnabled
         entered: section.form.cardNumber
@@ -46,15 +44,13 @@ Card {
             if (section.form.isSettledDown)
                 input.selectAll();
         }
-        end: Image {
+        noteName: "bankNameLabel"
+        note: section.form.bankName
+        sample: "1234567890123456"
+        end: Logo {
             objectName: "bankIcon"
-            anchors.verticalCenter: parent.verticalCenter
-            width: 36
-            height: 36
-            sourceSize.width: 72
-            sourceSize.height: 72
             source: section.form.bankIcon
-            fillMode: Image.PreserveAspectFit
+            Accessible.ignored: false
             Accessible.role: Accessible.Graphic
             Accessible.name: section.form.bankName
         }
@@ -75,7 +71,7 @@ Card {
         icon: BundleIcon {
             objectName: "lockIcon"
             file: "ic_lock_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
     EntryField {
@@ -97,7 +93,7 @@ Card {
         icon: BundleIcon {
             objectName: "cvvTwoIcon"
             file: "ic_lock_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
     ExpiryField {
@@ -116,7 +112,7 @@ Card {
         icon: BundleIcon {
             objectName: "expirationDate"
             file: "ic_event_white_3x.png"
-            color: Theme.blue
+            color: Theme.brandBlue
         }
     }
 }

@@ -15,11 +15,12 @@ Item {
     property string hint
     property string fault
     property bool secret: false
+    /// What is known of the text, beside the label.
+    property alias note: noteLabel.text
+    property alias noteName: noteLabel.objectName
+    /// Such a text, and any that is as long, must be seen whole: the digits get smaller where it would not fit.
+    property string sample
     property string family: Theme.family
-    /// How many digits are seen at once, whatever the width; 0 leaves the size as it is.
-    property int digits: 0
-    /// Said beside the label.
-    property string note
     /// Why the last edit was not taken; gone with the next one.
     property string refusal
     readonly property string complaint: refusal !== "" ? refusal : fault
@@ -49,7 +50,7 @@ Item {
 
         Item {
             width: parent.width
-            height: Math.max(caption.height, noteLabel.height)
+            height: caption.height
 
             Label {
                 id: caption
@@ -57,22 +58,22 @@ Item {
                 text: entry.label
                 color: Theme.inkSoft
                 font.pixelSize: Theme.captionSize
+                wrapMode: Text.NoWrap
                 Accessible.ignored: true
             }
             Label {
                 id: noteLabel
-                objectName: entry.name + "Note"
                 anchors {
                     left: caption.right
                     right: parent.right
                     leftMargin: Theme.spacing
                 }
-                text: entry.note
                 color: Theme.inkSoft
                 font.pixelSize: Theme.captionSize
                 horizontalAlignment: Text.AlignRight
                 wrapMode: Text.NoWrap
                 elide: Text.ElideRight
+                Accessible.ignored: true
             }
         }
         Rectangle {
@@ -81,7 +82,7 @@ Item {
             radius: Theme.smallRadius
             color: entry.enabled ? Theme.surface : Theme.page
             border.width: input.activeFocus ? 2 : 1
-            border.color: entry.complaint !== "" ? Theme.bannerColor : input.activeFocus ? Theme.blue : Theme.line
+            border.color: entry.complaint !== "" ? Theme.fault : input.activeFocus ? Theme.blue : Theme.outline
 
             MouseArea {
                 anchors.fill: parent
@@ -119,11 +120,15 @@ Item {
                     rightMargin: Theme.spacing
                 }
 
+                TextMetrics {
+                    id: whole
+                    text: entry.entered.length < entry.sample.length ? entry.sample : entry.entered
+                    font.family: entry.family
+                    font.pixelSize: Theme.bodySize + 3
+                    font.letterSpacing: 1
+                }
                 TextInput {
                     id: input
-
-                    readonly property int size: Theme.bodySize + 3
-
                     anchors.fill: parent
                     LayoutMirroring.enabled: false
                     objectName: entry.name
@@ -131,14 +136,18 @@ Item {
                     verticalAlignment: TextInput.AlignVCenter
                     clip: true
                     color: Theme.ink
-                    selectionColor: Theme.blue
-                    selectedTextColor: "white"
+                    selectionColor: Theme.selection
+                    selectedTextColor: Theme.onColor
                     font.family: entry.family
-                    font.pixelSize: entry.digits > 0 ? Math.min(size, Math.floor(width / (0.69 * entry.digits))) : size
-                    font.letterSpacing: entry.digits > 0 ? 0 : 1
+                    font.pixelSize: {
+                        const most = Theme.bodySize + 3;
+                        const width = whole.advanceWidth + most / 4;
+                        return entry.sample === "" ? most : Math.floor(most * Math.min(1, textPlace.width / width));
+                    }
+                    font.letterSpacing: 1
                     echoMode: entry.secret ? TextInput.Password : TextInput.Normal
                     passwordMaskDelay: 0
-                    passwordCharacter: "●"
+                    passwordCharacter: "•" // in the bundled font
                     inputMethodHints: Qt.ImhDigitsOnly | Qt.ImhNoPredictiveText
                                       | (entry.secret ? Qt.ImhSensitiveData | Qt.ImhHiddenText : Qt.ImhNone)
                     selectByMouse: true
@@ -162,8 +171,7 @@ Item {
                     anchors.fill: parent
                     text: entry.hint
                     visible: input.text === "" && !input.activeFocus
-                    color: Theme.inkSoft
-                    opacity: 0.8
+                    color: Theme.hint
                     horizontalAlignment: Text.AlignLeft
                     verticalAlignment: Text.AlignVCenter
                     wrapMode: Text.NoWrap
@@ -177,7 +185,7 @@ Item {
             width: parent.width
             text: entry.complaint
             visible: text !== ""
-            color: Theme.bannerColor
+            color: Theme.fault
             font.pixelSize: Theme.captionSize
             horizontalAlignment: Text.AlignLeft
         }

@@ -36,7 +36,7 @@ Item {
             radius: Theme.smallRadius
             color: Theme.surface
             border.width: activeFocus || entry.open ? 2 : 1
-            border.color: activeFocus || entry.open ? Theme.blue : Theme.line
+            border.color: activeFocus || entry.open ? Theme.blue : Theme.outline
             activeFocusOnTab: true
             Keys.onSpacePressed: entry.opened()
             Keys.onReturnPressed: entry.opened()
@@ -70,7 +70,7 @@ Item {
                     top: parent.top
                     bottom: parent.bottom
                     leftMargin: Theme.spacing
-                    rightMargin: Theme.margin
+                    rightMargin: Theme.margin + 4
                 }
 
                 Text {
@@ -95,8 +95,7 @@ Item {
                 }
                 text: "سال / ماه"
                 visible: entry.text === ""
-                color: Theme.inkSoft
-                opacity: 0.8
+                color: Theme.hint
                 Accessible.ignored: true
             }
         }

@@ -15,7 +15,7 @@ BottomSheet {
         years.forceActiveFocus();
     }
 
-    height: 250
+    height: confirm.height + wheels.height + Theme.spacing + 2 * Theme.margin
     Keys.onEscapePressed: done()
     Keys.onReturnPressed: confirm.clicked()
 
@@ -34,6 +34,7 @@ BottomSheet {
         TextButton {
             id: confirm
             anchors.right: parent.right
+            anchors.rightMargin: -Theme.margin // its text is in line with the edge
             objectName: "expiryDoneButton"
             text: "تایید"
             onClicked: {
@@ -41,16 +42,31 @@ BottomSheet {
                 sheet.done();
             }
         }
-        Row {
+        Grid {
+            id: wheels
             anchors {
                 top: confirm.bottom
                 topMargin: Theme.spacing
                 horizontalCenter: parent.horizontalCenter
             }
-            spacing: Theme.margin
+            columns: 2
+            columnSpacing: Theme.margin
+            horizontalItemAlignment: Grid.AlignHCenter
             LayoutMirroring.enabled: false
             LayoutMirroring.childrenInherit: true
 
+            Label {
+                text: years.label
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                Accessible.ignored: true
+            }
+            Label {
+                text: months.label
+                color: Theme.inkSoft
+                font.pixelSize: Theme.captionSize
+                Accessible.ignored: true
+            }
             Wheel {
                 id: years
                 objectName: "yearTumbler"

@@ -69,23 +69,13 @@ FocusScope {
             anchors.horizontalCenter: parent.horizontalCenter
             spacing: 2 * Theme.margin
 
-            Image {
+            Logo {
                 objectName: "shaparakIcon"
-                height: 44
                 source: "image://kelpay/shaparak.png"
-                sourceSize.width: 192
-                sourceSize.height: 88
-                fillMode: Image.PreserveAspectFit
-                Accessible.ignored: true
             }
-            Image {
+            Logo {
                 objectName: "kelIcon"
-                height: 44
                 source: "image://kelpay/kel.png"
-                sourceSize.width: 192
-                sourceSize.height: 88
-                fillMode: Image.PreserveAspectFit
-                Accessible.ignored: true
             }
         }
     }

@@ -8,40 +8,48 @@ Card {
 
     required property PaymentViewController controller
 
-    Item {
-        width: parent.width
-        height: Math.max(merchant.implicitHeight, verify.height)
+    spacing: Theme.spacing / 2
 
-        BundleIcon {
-            id: verified
-            objectName: "verifiedIcon"
-            anchors.left: parent.left
-            anchors.verticalCenter: parent.verticalCenter
-            file: "ic_verified_user_white_3x.png"
-            color: Theme.magenta
-        }
-        Label {
-            id: merchant
-            objectName: "merchantLabel"
-            anchors {
-                left: verified.right
-                right: verify.left
-                leftMargin: Theme.spacing / 2
-                verticalCenter: parent.verticalCenter
+    // Side by side, or one below the other where the name would be left with less than half.
+    Grid {
+        id: header
+
+        readonly property bool stacked: verify.implicitWidth > width / 2
+
+        width: parent.width
+        columns: stacked ? 1 : 2
+        verticalItemAlignment: Grid.AlignVCenter
+
+        Item {
+            width: header.stacked ? header.width : header.width - verify.width + Theme.margin
+            height: Math.max(merchant.implicitHeight, verified.height)
+
+            BundleIcon {
+                id: verified
+                objectName: "verifiedIcon"
+                anchors.left: parent.left
+                anchors.verticalCenter: parent.verticalCenter
+                file: "ic_verified_user_white_3x.png"
+                color: Theme.brandMagenta
             }
-            text: purchase.controller.merchantText
-            font.family: Theme.boldFamily
-            font.bold: true
-            horizontalAlignment: Text.AlignLeft
+            Label {
+                id: merchant
+                objectName: "merchantLabel"
+                anchors {
+                    left: verified.right
+                    right: parent.right
+                    leftMargin: Theme.spacing / 2
+                    verticalCenter: parent.verticalCenter
+                }
+                text: purchase.controller.merchantText
+                font.family: Theme.boldFamily
+                font.bold: true
+                horizontalAlignment: Text.AlignLeft
+            }
         }
         TextButton {
             id: verify
             objectName: "verifyButton"
-            anchors {
-                right: parent.right
-                rightMargin: -Theme.spacing
-                verticalCenter: parent.verticalCenter
-            }
             text: "تایید پذیرنده"
             textColor: Theme.magenta
             font.pixelSize: Theme.captionSize
@@ -72,8 +80,8 @@ Card {
     Rectangle {
         anchors.horizontalCenter: parent.horizontalCenter
         width: time.implicitWidth + 2 * Theme.margin
-        height: 32
-        radius: 16
+        height: time.implicitHeight + Theme.spacing
+        radius: height / 2
         color: Theme.page
         opacity: time.text === "" ? 0 : 1
 

@@ -20,7 +20,7 @@ BottomSheet {
             done();
     }
 
-    height: 240
+    height: Math.min(list.count, 4) * Theme.rowHeight + 2 * Theme.spacing
     Keys.onEscapePressed: done()
 
     ListView {
@@ -45,10 +45,12 @@ BottomSheet {
             required property int index
             required property string modelData
             readonly property string pan: sheet.delegational.shownPan(modelData)
+            // The bank's name below the number where they don't fit side by side.
+            readonly property bool stacked: number.implicitWidth + bank.implicitWidth + Theme.margin > place.width
 
             objectName: "panRow" + index
             width: ListView.view.width
-            height: 56
+            height: Math.max(Theme.rowHeight, stacked ? number.height + bank.height + Theme.spacing : 0)
 
             Accessible.role: Accessible.ListItem
             Accessible.name: pan + " " + bank.text
@@ -61,46 +63,52 @@ BottomSheet {
                 border.width: row.ListView.isCurrentItem && list.activeFocus ? 2 : 0
                 border.color: Theme.magenta
             }
-            Image {
+            Logo {
                 id: logo
                 anchors {
                     left: parent.left
                     leftMargin: Theme.margin
                     verticalCenter: parent.verticalCenter
                 }
-                width: 36
-                height: 36
-                sourceSize.width: 72
-                sourceSize.height: 72
+                size: 36
                 source: sheet.delegational.bankLogo(row.modelData)
-                fillMode: Image.PreserveAspectFit
             }
-            Text {
-                id: number
+            Item {
+                id: place
                 anchors {
                     left: row.index === 0 ? parent.left : logo.right
-                    leftMargin: Theme.margin
-                    verticalCenter: parent.verticalCenter
-                }
-                text: row.pan
-                color: row.index === 0 ? Theme.inkSoft : Theme.ink
-                font.family: Theme.family
-                font.pixelSize: Theme.bodySize
-            }
-            Label {
-                id: bank
-                anchors {
-                    left: number.right
                     right: parent.right
-                    margins: Theme.margin
-                    verticalCenter: parent.verticalCenter
+                    top: parent.top
+                    bottom: parent.bottom
+                    leftMargin: Theme.margin
+                    rightMargin: Theme.margin
                 }
-                text: sheet.delegational.bankName(row.modelData)
-                color: Theme.inkSoft
-                horizontalAlignment: Text.AlignRight
-                wrapMode: Text.NoWrap
-                elide: Text.ElideRight
-                Accessible.ignored: true
+
+                Text {
+                    id: number
+                    anchors.left: parent.left
+                    y: row.stacked && bank.text !== "" ? (place.height - height - bank.height) / 2 : (place.height - height) / 2
+                    width: Math.min(implicitWidth, place.width)
+                    text: row.pan
+                    color: row.index === 0 ? Theme.inkSoft : Theme.ink
+                    font.family: Theme.family
+                    font.pixelSize: Theme.bodySize
+                    fontSizeMode: Text.HorizontalFit
+                    minimumPixelSize: 12
+                }
+                Label {
+                    id: bank
+                    anchors.left: row.stacked ? parent.left : number.right
+                    anchors.right: parent.right
+                    y: row.stacked ? number.y + number.height : (place.height - height) / 2
+                    text: sheet.delegational.bankName(row.modelData)
+                    color: Theme.inkSoft
+                    font.pixelSize: Theme.captionSize
+                    horizontalAlignment: row.stacked ? Text.AlignLeft : Text.AlignRight
+                    wrapMode: Text.NoWrap
+                    elide: Text.ElideRight
+                    Accessible.ignored: true
+                }
             }
             MouseArea {
                 anchors.fill: parent

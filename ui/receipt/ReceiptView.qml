@@ -8,7 +8,7 @@ FocusScope {
     id: view
 
     required property ReceiptViewController controller
-    readonly property color verdict: controller.isSuccess ? Theme.success : Theme.bannerColor
+    readonly property color verdict: controller.isSuccess ? Theme.success : Theme.fault
 
     focus: true
 
@@ -23,15 +23,15 @@ FocusScope {
                 width: 64
                 height: 64
                 radius: 32
-                color: view.verdict
+                color: view.controller.isSuccess ? Theme.successFill : Theme.bannerColor
                 visible: view.controller.statusText !== ""
 
-                Text {
+                BundleIcon {
                     anchors.centerIn: parent
-                    text: view.controller.isSuccess ? "✓" : "✕"
-                    color: "white"
-                    font.pixelSize: 34
-                    Accessible.ignored: true
+                    width: 40
+                    height: 40
+                    file: view.controller.isSuccess ? "ic_check_white_3x.png" : "ic_close_white_3x.png"
+                    color: Theme.onColor
                 }
             }
             Label {
@@ -99,9 +99,18 @@ FocusScope {
                         required property int index
                         required property string modelData
 
-                        width: description.width
-                        height: Math.max(name.height, value.height)
+                        // Where both don't fit on one line, the value stands below its name.
+                        readonly property bool stacked:
+                            name.implicitWidth + whole.advanceWidth + Theme.margin > width
 
+                        width: description.width
+                        height: stacked ? name.height + value.height : Math.max(name.height, value.height)
+
+                        TextMetrics {
+                            id: whole
+                            text: value.text
+                            font: value.font
+                        }
                         Label {
                             id: name
                             anchors.left: parent.left
@@ -114,12 +123,13 @@ FocusScope {
                             id: value
                             objectName: "receiptValue" + line.index
                             anchors {
-                                left: name.right
+                                left: line.stacked ? parent.left : name.right
                                 right: parent.right
-                                leftMargin: Theme.margin
+                                leftMargin: line.stacked ? 0 : Theme.margin
                             }
+                            y: line.stacked ? name.height : 0
                             text: view.controller.lineValues[line.index]
-                            horizontalAlignment: Text.AlignRight
+                            horizontalAlignment: line.stacked ? Text.AlignLeft : Text.AlignRight
                             wrapMode: Text.WrapAnywhere
                             Accessible.ignored: true
                         }

@@ -1,0 +1,231 @@
+#include "ui/components/Appearance.h"
+#include "tests/PrivateBus.h"
+#include "tests/ui/Theme.h"
+
+#include <gtest/gtest.h>
+
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QLocalServer>
+#include <QLocalSocket>
+#include <QSignalSpy>
+#include <QTest>
+
+namespace kelpay {
+
+static void PrintTo(const Look &look, std::ostream *out)
+{
+    *out << (look.isDark ? "dark" : "light") << (look.isMotionReduced ? ", still, " : ", moving, ") << look.textScale;
+}
+
+namespace {
+
+using Settings = QMap<QString, QVariantMap>;
+
+const QString appearance = QStringLiteral("org.freedesktop.appearance");
+const QString gnome = QStringLiteral("org.gnome.desktop.interface");
+const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+
+Settings setting(const QString &group, const char *key, const QVariant &value)
+{
+    return {{group, {{QString::fromLatin1(key), value}}}};
+}
+
+/// The desktop's settings portal on the bus that the environment names.
+class FakePortal : public QDBusVirtualObject
+{
+public:
+    enum class Manner { Answers, IsMute, Fails, SaysNonsense };
+
+    explicit FakePortal(const PrivateBus &bus)
+        : m_connection(QDBusConnection::connectToBus(bus.address(), QStringLiteral("fake-portal")))
+    {
+        qDBusRegisterMetaType<Settings>();
+        EXPECT_TRUE(m_connection.registerVirtualObject(path, this));
+        EXPECT_TRUE(m_connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
+    }
+    ~FakePortal() override
+    {
+        m_connection.unregisterObject(path);
+        QDBusConnection::disconnectFromBus(QStringLiteral("fake-portal"));
+    }
+    Q_DISABLE_COPY_MOVE(FakePortal)
+
+    QString introspect(const QString &) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (message.interface() != interface || message.member() != QStringLiteral("ReadAll"))
+            return false;
+        ++questions;
+        switch (manner) {
+        case Manner::Answers:
+            return connection.send(message.createReply(QVariant::fromValue(settings)));
+        case Manner::IsMute:
+            return true;
+        case Manner::Fails:
+            return connection.send(message.createErrorReply(QDBusError::AccessDenied, QStringLiteral("no")));
+        case Manner::SaysNonsense:
+            return connection.send(message.createReply(QStringLiteral("dark")));
+        }
+        return false;
+    }
+
+    void change(const Settings &now)
+    {
+        settings = now;
+        auto signal = QDBusMessage::createSignal(path, interface, QStringLiteral("SettingChanged"));
+        const QString group = now.firstKey();
+        const QString key = now.first().firstKey();
+        signal << group << key << QVariant::fromValue(QDBusVariant(now.first().first()));
+        EXPECT_TRUE(m_connection.send(signal));
+    }
+
+    Settings settings;
+    Manner manner = Manner::Answers;
+    int questions = 0;
+
+private:
+    static inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+    static inline const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+
+    QDBusConnection m_connection;
+};
+
+class AppearanceTest : public testing::Test
+{
+protected:
+    AppearanceTest() { qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.address().toUtf8()); }
+
+    const PrivateBus &bus() const { return m_bus; }
+
+    /// What the desktop says first; std::nullopt for nothing within `milliseconds`.
+    static std::optional<Look> ask(int milliseconds = 3'000)
+    {
+        DesktopSettings desktop;
+        std::optional<Look> look;
+        QObject::connect(&desktop, &DesktopSettings::answered, [&](const Look &said) { look = said; });
+        desktop.follow();
+        (void)QTest::qWaitFor([&] { return look.has_value(); }, milliseconds);
+        return look;
+    }
+
+private:
+    PrivateBus m_bus{"session"};
+};
+
+TEST_F(AppearanceTest, readsWhatDesktopsSay)
+{
+    FakePortal portal(bus());
+    const auto wrapped = QVariant::fromValue(QDBusVariant(QVariant::fromValue(QDBusVariant(1U))));
+    const struct
+    {
+        Settings settings;
+        Look look;
+    } rows[] = {
+        {{}, {}},
+        {setting(appearance, "color-scheme", 0U), {}},
+        {setting(appearance, "color-scheme", 1U), {true, false, 1}},
+        {setting(appearance, "color-scheme", 2U), {}},
+        {setting(appearance, "color-scheme", wrapped), {true, false, 1}},
+        {setting(appearance, "reduced-motion", 1U), {false, true, 1}},
+        {setting(gnome, "enable-animations", false), {false, true, 1}},
+        {setting(gnome, "enable-animations", true), {}},
+        {setting(kde, "AnimationDurationFactor", QStringLiteral("0")), {false, true, 1}},
+        {setting(kde, "AnimationDurationFactor", QStringLiteral("0.5")), {}},
+        {setting(gnome, "text-scaling-factor", 1.25), {false, false, 1.25}},
+        {setting(gnome, "text-scaling-factor", 9.0), {false, false, 2}},
+        {setting(gnome, "text-scaling-factor", -1.0), {}},
+        {setting(gnome, "text-scaling-factor", QStringLiteral("large")), {}},
+    };
+    for (const auto &row : rows) {
+        portal.settings = row.settings;
+        EXPECT_EQ(ask(), row.look) << "row " << &row - rows;
+    }
+}
+
+TEST_F(AppearanceTest, saysNothingWithoutAnAnswer)
+{
+    EXPECT_EQ(ask(300), std::nullopt);
+    FakePortal portal(bus());
+    portal.settings = setting(appearance, "color-scheme", 1U);
+    for (const auto manner :
+         {FakePortal::Manner::IsMute, FakePortal::Manner::Fails, FakePortal::Manner::SaysNonsense}) {
+        portal.manner = manner;
+        const int before = portal.questions;
+        EXPECT_EQ(ask(300), std::nullopt);
+        EXPECT_EQ(portal.questions, before + 1);
+    }
+
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus");
+    EXPECT_EQ(ask(300), std::nullopt);
+    // Addresses that would start something.
+    const QTemporaryDir folder;
+    const QString trace = folder.filePath(QStringLiteral("started"));
+    for (const auto &address : {QStringLiteral("unixexec:path=/usr/bin/touch,argv1=") + trace,
+                                QStringLiteral("autolaunch:"), QStringLiteral("disabled:")}) {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
+        EXPECT_EQ(ask(300), std::nullopt);
+        EXPECT_FALSE(QFile::exists(trace));
+    }
+}
+
+TEST_F(AppearanceTest, theThemeFollowsTheDesktopUntilItIsPinned)
+{
+    const QObject *drawn = theme();
+    ASSERT_TRUE(drawn);
+    const auto now = [drawn] {
+        return Look{drawn->property("dark").toBool(), drawn->property("motion") == 0,
+                    drawn->property("bodySize").toInt() / 16.0};
+    };
+    QSignalSpy changes(&Appearance::shared(), &Appearance::changed);
+    QTest::qWait(300);
+    EXPECT_EQ(now(), Look());
+
+    FakePortal portal(bus()); // comes up late
+    portal.settings = setting(appearance, "color-scheme", 1U);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return now() == Look{true, false, 1}; }));
+    portal.change(setting(gnome, "text-scaling-factor", 1.5));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return now() == Look{false, false, 1.5}; }));
+    portal.change(setting(gnome, "enable-animations", false));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return now() == Look{false, true, 1}; }));
+    portal.change(setting(gnome, "enable-animations", false));
+    QTest::qWait(100);
+    EXPECT_EQ(changes.size(), 3);
+
+    Appearance::shared().pin({true, true, 2});
+    portal.change(setting(appearance, "color-scheme", 2U));
+    QTest::qWait(100);
+    EXPECT_EQ(now(), (Look{true, true, 2}));
+}
+
+// The last: Qt's one D-Bus thread waits for this bus until it hangs up.
+TEST_F(AppearanceTest, waitsForNoBusThatIsMute)
+{
+    const QTemporaryDir folder;
+    QLocalServer mute;
+    ASSERT_TRUE(mute.listen(folder.filePath(QStringLiteral("mute"))));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + mute.fullServerName().toUtf8());
+    DesktopSettings desktop;
+    QElapsedTimer clock;
+    clock.start();
+    desktop.follow();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return mute.hasPendingConnections(); }));
+    QTest::qWait(100);
+    EXPECT_LT(clock.elapsed(), 1'000);
+    delete mute.nextPendingConnection();
+}
+
+} // namespace
+} // namespace kelpay
+
+int main(int argc, char **argv)
+{
+    QGuiApplication application(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}

@@ -1,0 +1,129 @@
+#include "Screens.h"
+
+#include "ui/components/Appearance.h"
+
+namespace kelpay {
+namespace {
+
+/// The screens in a window that the person resizes, with texts of the usual and of twice the size.
+class ReflowTest : public ScreenTest, public testing::WithParamInterface<double>
+{
+protected:
+    static constexpr QSize sizes[] = {{375, 812}, {1280, 800}, {320, 568}, {812, 375}, {768, 1024}};
+
+    ReflowTest() { Appearance::shared().pin({false, true, GetParam()}); }
+    ~ReflowTest() override { Appearance::shared().pin({}); }
+
+    QRectF place(const QString &name) const { return item(name)->mapRectToScene(QRectF({}, item(name)->size())); }
+    QRectF inside() const { return {{}, QSizeF(window()->size())}; }
+
+    /// Every text lies between the window's sides, and within its own item.
+    void expectTextsWhole() const
+    {
+        std::vector<QQuickItem *> open{window()->contentItem()};
+        int texts = 0;
+        while (!open.empty()) {
+            const QQuickItem *candidate = open.back();
+            open.pop_back();
+            if (!candidate->isVisible())
+                continue;
+            for (QQuickItem *child : candidate->childItems())
+                open.push_back(child);
+            if (!candidate->inherits("QQuickText") || candidate->property("text").toString().isEmpty())
+                continue;
+            ++texts;
+            const QRectF rectangle = candidate->mapRectToScene(QRectF({}, candidate->size()));
+            const auto text = candidate->property("text").toString().toStdString();
+            EXPECT_GE(rectangle.left(), 0) << text;
+            EXPECT_LE(rectangle.right(), window()->width()) << text;
+            EXPECT_LE(candidate->property("contentWidth").toReal(), candidate->width() + 1) << text;
+            EXPECT_FALSE(candidate->property("truncated").toBool()) << text;
+        }
+        EXPECT_GT(texts, 5);
+    }
+};
+
+TEST_P(ReflowTest, paymentScreen)
+{
+    const QString card = QStringLiteral("cardNumberTextField");
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}, {QStringLiteral("mn"), QString(30, u'ف')}});
+    presentPayment()->form()->setCardNumber(QStringLiteral("6037991234567893"));
+    for (const QSize size : sizes) {
+        window()->resize(size);
+        settle(50);
+        SCOPED_TRACE(size.width());
+        expectTextsWhole();
+        for (const auto *name : {"payButton", "cancelButton"})
+            EXPECT_TRUE(inside().contains(place(QString::fromLatin1(name)))) << name;
+        EXPECT_LE(place(card).width(), 460);
+        EXPECT_LE(item(card)->property("contentWidth").toReal(), item(card)->width());
+        for (const auto *name :
+             {"cardNumberTextField", "passwordTextField", "cvvTwoTextField", "expirationDateTextField"}) {
+            const QString field = QString::fromLatin1(name);
+            item(field)->forceActiveFocus();
+            settle(20);
+            EXPECT_TRUE(inside().contains(place(field))) << name;
+            EXPECT_GT(place(field).top(), place(QStringLiteral("cancelButton")).bottom()) << name;
+            EXPECT_LT(place(field).bottom(), place(QStringLiteral("payButton")).top()) << name;
+        }
+    }
+}
+
+TEST_P(ReflowTest, sheetsAndAlert)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
+                {QStringLiteral("wb"), QStringLiteral("5400000")},
+                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;12.n.621986******1.;")}});
+    PaymentViewController *screen = presentPayment();
+    for (const QSize size : sizes) {
+        window()->resize(size);
+        settle(50);
+        SCOPED_TRACE(size.width());
+        for (const auto *name : {"alertButton", "alertCancelButton"})
+            EXPECT_TRUE(inside().contains(place(QString::fromLatin1(name)))) << name;
+    }
+    screen->walletAlert()->pressCancel();
+    item(QStringLiteral("cardNumberTextField"))->forceActiveFocus();
+    settle(20);
+    click(QStringLiteral("savedCardsButton"));
+    for (const QSize size : sizes) {
+        window()->resize(size);
+        settle(50);
+        SCOPED_TRACE(size.width());
+        expectTextsWhole();
+        EXPECT_TRUE(inside().contains(place(QStringLiteral("keyboardButton"))));
+        EXPECT_TRUE(inside().contains(place(QStringLiteral("panRow0"))));
+    }
+    click(QStringLiteral("keyboardButton"));
+    item(QStringLiteral("expirationDateTextField"))->forceActiveFocus();
+    QMetaObject::invokeMethod(item(QStringLiteral("expirationDateView")), "opened");
+    for (const QSize size : sizes) {
+        window()->resize(size);
+        settle(50);
+        SCOPED_TRACE(size.width());
+        for (const auto *name : {"yearTumbler", "monthTumbler", "expiryDoneButton"})
+            EXPECT_TRUE(inside().contains(place(QString::fromLatin1(name)))) << name;
+    }
+}
+
+TEST_P(ReflowTest, receipt)
+{
+    storeToken({{QStringLiteral("mn"), QString(40, u'ف')}, {QStringLiteral("amn"), QStringLiteral("1250000000000")}});
+    PaymentViewController *screen = presentPayment();
+    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
+    screen->form()->setPin(QStringLiteral("12345"));
+    screen->verifyPayment();
+    storePaymentAnswer(paidAnswer());
+    answer(true, {}, QStringLiteral("0"));
+    for (const QSize size : sizes) {
+        window()->resize(size);
+        settle(50);
+        SCOPED_TRACE(size.width());
+        expectTextsWhole();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(TextScales, ReflowTest, testing::Values(1.0, 2.0));
+
+} // namespace
+} // namespace kelpay

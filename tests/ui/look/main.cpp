@@ -1,0 +1,169 @@
+// screens_look                    compares the screens with the baseline; a difference is saved in ./look
+// screens_look --update           writes the baseline anew
+// screens_look --sheets FOLDER    writes a contact sheet for each size and scheme
+// screens_look --shots FOLDER     writes what the baseline holds in full size, to look at
+// screens_look ... --only PART    only the images whose name holds PART
+#include "Baseline.h"
+#include "Shots.h"
+
+#include <QDir>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QStyleHints>
+
+#include <cstdio>
+
+namespace kelpay {
+namespace {
+
+constexpr QSize sizes[] = {{320, 568}, {375, 812}, {768, 1024}, {1280, 800}};
+
+/// What the baseline holds of the states: each on a phone, in turns light and dark; the small phone where texts are
+/// large; and the desktop.
+struct Kept
+{
+    QString file;
+    const Shots::State *state;
+    QSize size;
+    bool isDark;
+};
+
+QList<Kept> kept(const QString &only)
+{
+    QList<Kept> all;
+    const auto keep = [&](const Shots::State &state, QSize size, bool isDark) {
+        const QString file = QStringLiteral("%1-%2-%3.png")
+                                 .arg(QString::fromLatin1(state.name))
+                                 .arg(size.width())
+                                 .arg(isDark ? QStringLiteral("dark") : QStringLiteral("light"));
+        if (file.contains(only))
+            all.append({file, &state, size, isDark});
+    };
+    for (const Shots::State &state : Shots::states()) {
+        const QByteArray name(state.name);
+        for (const bool isDark : {false, true})
+            keep(state, state.textScale > 1 ? sizes[0] : sizes[1], isDark);
+        if (name == "payment-full" || name == "payment-expiry" || name == "receipt-paid") {
+            keep(state, sizes[2], true);
+            keep(state, sizes[3], false);
+        }
+    }
+    return all;
+}
+
+QImage smaller(const QImage &image)
+{
+    return image.scaled(image.size() / 2, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+        .convertToFormat(QImage::Format_RGB888);
+}
+
+int writeSheets(const QDir &folder, const QString &only)
+{
+    folder.mkpath(QStringLiteral("."));
+    for (const QSize size : sizes) {
+        for (const bool isDark : {false, true}) {
+            QList<QImage> images;
+            QStringList names;
+            for (const Shots::State &state : Shots::states()) {
+                const QString name = QString::fromLatin1(state.name);
+                if (!name.contains(only))
+                    continue;
+                images.append(Shots::take(state, size, isDark));
+                names.append(name);
+            }
+            const bool isPhone = size.width() < 400;
+            const QString file = folder.filePath(QStringLiteral("screens-%1x%2-%3.png")
+                                                     .arg(QString::number(size.width()), QString::number(size.height()),
+                                                          isDark ? QStringLiteral("dark") : QStringLiteral("light")));
+            const int columns = std::min(isPhone ? 8 : 6, static_cast<int>(images.size()));
+            if (images.isEmpty() ||
+                !contactSheet(images, names, isPhone ? 420 : size.height() * 2 / 7, columns, isDark).save(file))
+                return EXIT_FAILURE;
+            std::printf("%s\n", qPrintable(file));
+        }
+    }
+    return EXIT_SUCCESS;
+}
+
+int writeShots(const QDir &folder, const QString &only)
+{
+    folder.mkpath(QStringLiteral("."));
+    for (const Kept &shot : kept(only)) {
+        if (!Shots::take(*shot.state, shot.size, shot.isDark).save(folder.filePath(shot.file)))
+            return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+int update(const QDir &baseline, const QString &only)
+{
+    if (only.isEmpty())
+        QDir(baseline).removeRecursively();
+    baseline.mkpath(QStringLiteral("."));
+    for (const Kept &shot : kept(only)) {
+        if (!smaller(Shots::take(*shot.state, shot.size, shot.isDark)).save(baseline.filePath(shot.file)))
+            return EXIT_FAILURE;
+    }
+    return EXIT_SUCCESS;
+}
+
+int compare(const QDir &baseline, const QString &only)
+{
+    // Another drawing of the same edges stays below; a text in another grey, or a field a pixel off, does not.
+    constexpr double tolerance = 3;
+    int differing = 0;
+    const QDir seen(QStringLiteral("look"));
+    QDir(seen).removeRecursively();
+    for (const Kept &shot : kept(only)) {
+        const QImage image = smaller(Shots::take(*shot.state, shot.size, shot.isDark));
+        const double difference = worstDifference(QImage(baseline.filePath(shot.file)), image);
+        if (difference <= tolerance)
+            continue;
+        ++differing;
+        seen.mkpath(QStringLiteral("."));
+        image.save(seen.filePath(shot.file));
+        std::printf("%s: differs by %.1f of 255 in one place; now %s, before %s\n", qPrintable(shot.file), difference,
+                    qPrintable(seen.absoluteFilePath(shot.file)), qPrintable(baseline.filePath(shot.file)));
+    }
+    if (differing)
+        std::printf("%d screens look different. Meant so? Then look at them and run scripts/screens --update\n",
+                    differing);
+    return differing ? EXIT_FAILURE : EXIT_SUCCESS;
+}
+
+} // namespace
+} // namespace kelpay
+
+int main(int argc, char **argv)
+{
+    // The same on every machine: no display, no scaling, no desktop, no fonts but the bundle's.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_QUICK_BACKEND", "software");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    qputenv("FONTCONFIG_FILE", KELPAY_LOOK_FOLDER "/fonts.conf");
+    for (const auto *name : {"QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_AUTO_SCREEN_SCALE_FACTOR"})
+        qunsetenv(name);
+    QGuiApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("screens_look"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
+    QGuiApplication::styleHints()->setCursorFlashTime(0);
+    for (const auto *name : {"irsansbold", "IRANSansFaNum-Medium", "IRANSansMobile(FaNum)"}) {
+        QFontDatabase::addApplicationFont(QStringLiteral(":/dev.kel.KelPay/%1.ttf").arg(QLatin1String(name)));
+        QFont::insertSubstitution(QString::fromLatin1(name), QStringLiteral("Vazirmatn UI FD"));
+    }
+
+    const QStringList arguments = application.arguments();
+    const auto option = [&](const QString &name) {
+        const qsizetype index = arguments.indexOf(name);
+        return index > 0 ? arguments.value(index + 1) : QString();
+    };
+    const QString only = option(QStringLiteral("--only"));
+    const QDir baseline(QStringLiteral(KELPAY_LOOK_FOLDER "/baseline"));
+    if (const QString folder = option(QStringLiteral("--sheets")); !folder.isEmpty())
+        return kelpay::writeSheets(QDir(folder), only);
+    if (const QString folder = option(QStringLiteral("--shots")); !folder.isEmpty())
+        return kelpay::writeShots(QDir(folder), only);
+    if (arguments.contains(QStringLiteral("--update")))
+        return kelpay::update(baseline, only);
+    return kelpay::compare(baseline, only);
+}

@@ -1,0 +1,119 @@
+#include "DesktopSettings.h"
+
+#include "platform/Dispatch.h"
+
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QPointer>
+
+#include <algorithm>
+#include <atomic>
+
+namespace kelpay {
+
+namespace {
+
+using Settings = QMap<QString, QVariantMap>;
+
+const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
+const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
+const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+
+const QString appearance = QStringLiteral("org.freedesktop.appearance");
+const QString gnome = QStringLiteral("org.gnome.desktop.interface");
+const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+
+/// "" for none, and for an address that would start a bus or a program ("autolaunch:", "unixexec:").
+QString busAddress()
+{
+    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").section(QLatin1Char(';'), 0, 0);
+    if (const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR"); address.isEmpty() && !runtime.isEmpty())
+        address = QStringLiteral("unix:path=%1/bus").arg(runtime);
+    return address.startsWith(QLatin1String("unix:")) ? address : QString();
+}
+
+/// The value of a key; some portals wrap it twice.
+QVariant value(const Settings &settings, const QString &group, const char *key)
+{
+    QVariant value = settings.value(group).value(QString::fromLatin1(key));
+    while (value.metaType() == QMetaType::fromType<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
+
+Look lookOf(const Settings &settings)
+{
+    constexpr uint preferDark = 1;
+    constexpr uint preferReduced = 1;
+    Look look;
+    look.isDark = value(settings, appearance, "color-scheme").toUInt() == preferDark;
+
+    const QVariant animations = value(settings, gnome, "enable-animations");
+    bool isNumber = false;
+    const double factor = value(settings, kde, "AnimationDurationFactor").toDouble(&isNumber);
+    look.isMotionReduced = value(settings, appearance, "reduced-motion").toUInt() == preferReduced ||
+                           (animations.isValid() && !animations.toBool()) || (isNumber && factor <= 0);
+
+    if (const double scale = value(settings, gnome, "text-scaling-factor").toDouble(); scale > 0)
+        look.textScale = std::clamp(scale, 0.8, 2.0);
+    return look;
+}
+
+} // namespace
+
+DesktopSettings::DesktopSettings(QObject *parent) : QObject(parent) {}
+
+DesktopSettings::~DesktopSettings()
+{
+    if (m_connection)
+        QDBusConnection::disconnectFromBus(m_connection->name());
+}
+
+void DesktopSettings::follow()
+{
+    static std::atomic<unsigned> count{0};
+    const QString address = busAddress();
+    if (address.isEmpty())
+        return;
+    // Connecting waits for the bus's greeting. A connection of our own, so that a host's is neither used nor closed.
+    Dispatch::global(Dispatch::Priority::High, [settings = QPointer(this), address] {
+        const auto connection =
+            QDBusConnection::connectToBus(address, QStringLiteral("kelpay-appearance-%1").arg(++count));
+        Dispatch::main([settings, connection] {
+            if (settings)
+                settings->listen(connection);
+            else
+                QDBusConnection::disconnectFromBus(connection.name());
+        });
+    });
+}
+
+void DesktopSettings::listen(const QDBusConnection &connection)
+{
+    m_connection = connection;
+    if (!m_connection->isConnected())
+        return;
+    // Without a sender, because finding the sender's name would wait; whoever says so, the portal is asked.
+    m_connection->connect(QString(), path, interface, QStringLiteral("SettingChanged"), this, SLOT(ask()));
+    auto *watcher = new QDBusServiceWatcher(service, connection, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &DesktopSettings::ask);
+    ask();
+}
+
+void DesktopSettings::ask()
+{
+    QDBusMessage question = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("ReadAll"));
+    question << QStringList{appearance, gnome, kde};
+    auto *answer = new QDBusPendingCallWatcher(m_connection->asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        answer->deleteLater();
+        const QDBusMessage reply = answer->reply();
+        if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == QLatin1String("a{sa{sv}}"))
+            Q_EMIT answered(lookOf(qdbus_cast<Settings>(reply.arguments().constFirst())));
+    });
+}
+
+} // namespace kelpay

@@ -1,0 +1,96 @@
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// Fields in each state.
+Page {
+    id: page
+
+    FontLoader {
+        id: cardDigits
+        source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
+    }
+    Card {
+        spacing: Theme.margin
+
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.CardNumber
+            family: cardDigits.font.family
+            name: "empty"
+            label: "Empty"
+            hint: "۱۶ رقم روی کارت"
+        }
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.Pin
+            name: "focused"
+            label: "With the keyboard"
+            hint: "رمز اینترنتی کارت"
+            Component.onCompleted: input.forceActiveFocus()
+        }
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.CardNumber
+            family: cardDigits.font.family
+            name: "filled"
+            label: "Filled"
+            note: "بانک ملی"
+            entered: "6037991234567893"
+            end: Logo {
+                source: "image://kelpay/603799.png"
+            }
+        }
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.CardNumber
+            family: cardDigits.font.family
+            name: "faulty"
+            label: "Faulty"
+            entered: "6037991234567890"
+            fault: "شماره کارت وارد شده صحیح نمیباشد"
+        }
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.CardNumber
+            family: cardDigits.font.family
+            name: "disabled"
+            label: "Disabled"
+            entered: "6037991234567893"
+            enabled: false
+        }
+        EntryField {
+            width: parent.width
+            form: page.exhibits.form
+            field: CardForm.Pin
+            name: "secret"
+            label: "Secret"
+            secret: true
+            entered: "73912"
+            icon: BundleIcon {
+                file: "ic_lock_white_3x.png"
+                color: Theme.brandBlue
+            }
+        }
+        ExpiryField {
+            width: parent.width
+            label: "Expiry, empty"
+            text: ""
+            icon: BundleIcon {
+                file: "ic_event_white_3x.png"
+                color: Theme.brandBlue
+            }
+        }
+        ExpiryField {
+            width: parent.width
+            label: "Expiry, open"
+            text: "03/05"
+            open: true
+        }
+    }
+}

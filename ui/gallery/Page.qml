@@ -1,0 +1,7 @@
+import KelPay.Components
+import KelPay.Gallery
+
+/// One page of the gallery.
+FormArea {
+    required property Exhibits exhibits
+}

@@ -1,0 +1,28 @@
+import QtQuick
+import KelPay.Components
+import KelPay.Payment
+
+/// The sheets that stand in the keyboard's place.
+Page {
+    id: page
+
+    Exhibit {
+        name: "ExpirySheet"
+        room: expiry.height
+        ExpirySheet {
+            id: expiry
+            form: page.exhibits.form
+            shown: true
+        }
+    }
+    Exhibit {
+        name: "SavedCardSheet"
+        room: cards.height
+        SavedCardSheet {
+            id: cards
+            delegational: page.exhibits.cards
+            shown: true
+            Component.onCompleted: start()
+        }
+    }
+}
