@@ -66,6 +66,8 @@ bool SqliteStatement::run()
 
 void SqliteStatement::reset()
 {
+    if (!m_statement)
+        return;
     sqlite3_reset(m_statement.get());
     sqlite3_clear_bindings(m_statement.get());
 }
@@ -149,13 +151,20 @@ bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
            execute(m_schema);
 }
 
-SqliteStatement SqliteDatabase::prepare(const char *sql)
+SqliteStatement SqliteDatabase::compile(const char *sql)
 {
     SqliteStatement statement;
     sqlite3_stmt *raw = nullptr;
-    if (sqlite3_prepare_v2(m_database.get(), sql, -1, &raw, nullptr) != SQLITE_OK)
-        noteFailure("read");
+    sqlite3_prepare_v2(m_database.get(), sql, -1, &raw, nullptr);
     statement.m_statement.reset(raw);
+    return statement;
+}
+
+SqliteStatement SqliteDatabase::prepare(const char *sql)
+{
+    auto statement = compile(sql);
+    if (!statement.isValid())
+        noteFailure("read");
     return statement;
 }
 

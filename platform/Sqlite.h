@@ -57,10 +57,11 @@ public:
     /// repaired. On a read-only medium it can be read. Null, with a log line, where that fails. A call waits at most
     /// 0.8 s for another process.
     static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema);
-    /// Moves a damaged file aside, to "<path>.damaged-<seconds since 1970>", and opens a new one that holds every row
-    /// which can still be read. Several processes may do so at once. Null, with a log line, where that fails.
+    /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
+    /// row which can still be read. Several processes may do so at once. Null, with a log line, where that fails.
     static std::unique_ptr<SqliteDatabase> repair(std::unique_ptr<SqliteDatabase> damaged);
 
+    /// Invalid, and noted, where the file has other tables.
     SqliteStatement prepare(const char *sql);
     bool execute(const char *sql);
     /// SQLite's extended code of the last failure.
@@ -80,8 +81,10 @@ private:
     SqliteDatabase(QString path, Durability durability, const char *schema);
     bool connect();
     bool connectTo(const QByteArray &name, int flags);
+    SqliteStatement compile(const char *sql);
     bool isDamage(int code) const;
-    int takeRowsFrom(const QString &damagedPath);
+    bool replaceByReadableRows();
+    std::optional<int> takeRowsFrom(const QString &damagedPath);
 
     struct Close
     {

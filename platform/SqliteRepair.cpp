@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
@@ -49,16 +48,22 @@ private:
     bool m_isHeld = false;
 };
 
-// The log of changes has its second name before the database loses its first: nothing is without a name at any moment.
-bool moveAside(const QByteArray &from, const QByteArray &to)
+// Nothing is without a name at any moment, and the new database never meets the old log of changes.
+bool replace(const QByteArray &path, const QByteArray &fresh, const QByteArray &aside)
 {
-    if (::link((from + "-wal").constData(), (to + "-wal").constData()) != 0 && errno != ENOENT)
+    if (::link((path + "-wal").constData(), (aside + "-wal").constData()) != 0 && errno != ENOENT)
         return false;
-    if (::rename(from.constData(), to.constData()) != 0)
+    if (::link(path.constData(), aside.constData()) != 0)
         return false;
-    ::unlink((from + "-wal").constData());
-    ::unlink((from + "-shm").constData());
-    return true;
+    ::unlink((path + "-wal").constData());
+    ::unlink((path + "-shm").constData());
+    return ::rename(fresh.constData(), path.constData()) == 0;
+}
+
+void removeDatabase(const QByteArray &path)
+{
+    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
+        ::unlink((path + suffix).constData());
 }
 
 } // namespace
@@ -74,59 +79,76 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDat
         return nullptr;
     }
     // Another process may have repaired it meanwhile.
-    int isMoved = 0;
-    sqlite3_file_control(damaged->m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
-    QString aside;
-    if (isMoved == 0) {
-        aside = path + QStringLiteral(".damaged-") + QString::number(QDateTime::currentSecsSinceEpoch());
-        if (!moveAside(name, QFile::encodeName(aside))) {
-            qCWarning(logStore,
-                      "%s is damaged and can't be moved aside (%s): give this user write access to its folder",
-                      name.constData(), std::strerror(errno));
-            return nullptr;
-        }
-    }
+    int isReplaced = 0;
+    sqlite3_file_control(damaged->m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isReplaced);
+    if (isReplaced == 0 && !damaged->replaceByReadableRows())
+        return nullptr;
     std::unique_ptr<SqliteDatabase> fresh(new SqliteDatabase(path, damaged->m_durability, damaged->m_schema));
     damaged.reset();
-    if (!fresh->connect())
-        return nullptr;
-    if (isMoved == 0) {
-        const int rows = fresh->takeRowsFrom(aside);
-        qCWarning(logStore,
-                  "%s was damaged and is made anew with the %d values that could still be read: the damaged "
-                  "file is %s, delete it when nothing is missed",
-                  name.constData(), rows, QFile::encodeName(aside).constData());
-    }
-    return fresh;
+    return fresh->connect() ? std::move(fresh) : nullptr;
 }
 
-int SqliteDatabase::takeRowsFrom(const QString &damagedPath)
+bool SqliteDatabase::replaceByReadableRows()
+{
+    const QString fresh = m_path + QStringLiteral(".new");
+    const QString aside = m_path + QStringLiteral(".damaged-") + QString::number(QDateTime::currentMSecsSinceEpoch());
+    const QByteArray name = QFile::encodeName(m_path);
+    // Nobody else writes meanwhile, as far as the damage lets this be had.
+    execute("BEGIN IMMEDIATE");
+    removeDatabase(QFile::encodeName(fresh));
+    std::optional<int> rows;
+    {
+        SqliteDatabase database(fresh, m_durability, m_schema);
+        if (database.connect())
+            rows = database.takeRowsFrom(m_path);
+        // All in one file.
+        if (rows && !database.execute("PRAGMA journal_mode=DELETE"))
+            rows = std::nullopt;
+    }
+    if (!rows || !replace(name, QFile::encodeName(fresh), QFile::encodeName(aside))) {
+        qCWarning(logStore,
+                  "%s is damaged and can't be replaced: check that the disk has room and that this user may write "
+                  "there",
+                  name.constData());
+        removeDatabase(QFile::encodeName(fresh));
+        return false;
+    }
+    qCWarning(logStore,
+              "%s was damaged and is made anew with the %d values that could still be read: the damaged file is %s, "
+              "delete it when nothing is missed",
+              name.constData(), *rows, QFile::encodeName(aside).constData());
+    return true;
+}
+
+std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
 {
     SqliteDatabase damaged(damagedPath, m_durability, m_schema);
-    const QByteArray name = QFile::encodeName(damagedPath);
     sqlite3 *raw = nullptr;
-    sqlite3_open_v2(name.constData(), &raw, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX, nullptr);
+    sqlite3_open_v2(QFile::encodeName(damagedPath).constData(), &raw, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
+                    nullptr);
     damaged.m_database.reset(raw);
     // Reads a file that lost its end.
     damaged.execute("PRAGMA writable_schema=ON");
 
     int taken = 0;
-    auto tables = prepare("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
+    auto tables = compile("SELECT name FROM sqlite_schema WHERE type = 'table' AND name NOT LIKE 'sqlite_%'");
     execute("BEGIN IMMEDIATE");
     while (tables.step() == SqliteStatement::Step::Row) {
         const QByteArray table = tables.text(0).toUtf8();
         // From both ends, each up to what can't be read.
         for (const char *order : {" ORDER BY 1", " ORDER BY 1 DESC"}) {
-            auto select = damaged.prepare("SELECT * FROM " + table + order);
+            auto select = damaged.compile("SELECT * FROM " + table + order);
             const int columns = select.isValid() ? sqlite3_column_count(select.m_statement.get()) : 0;
-            auto insert = prepare("INSERT OR IGNORE INTO " + table + " VALUES(?1" +
+            auto insert = compile("INSERT OR IGNORE INTO " + table + " VALUES(?1" +
                                   QByteArray(",?").repeated(std::max(columns - 1, 0)) + ")");
             auto step = SqliteStatement::Step::Failed;
             while (insert.isValid() && (step = select.step()) == SqliteStatement::Step::Row) {
                 for (int column = 0; column < columns; ++column)
                     sqlite3_bind_value(insert.m_statement.get(), column + 1,
                                        sqlite3_column_value(select.m_statement.get(), column));
-                taken += insert.run() ? changes() : 0;
+                if (!insert.run())
+                    return std::nullopt;
+                taken += changes();
                 insert.reset();
             }
             if (step == SqliteStatement::Step::Done)
@@ -134,10 +156,7 @@ int SqliteDatabase::takeRowsFrom(const QString &damagedPath)
         }
     }
     tables.reset();
-    execute("COMMIT");
-    damaged.m_database.reset();
-    ::unlink((name + "-shm").constData());
-    return taken;
+    return execute("COMMIT") ? std::optional(taken) : std::nullopt;
 }
 
 } // namespace kelpay

@@ -5,6 +5,8 @@
 #include "Sqlite.h"
 #include "StateFolder.h"
 
+#include <QFile>
+
 #include <map>
 #include <mutex>
 
@@ -50,6 +52,7 @@ struct UserDefaults::Impl
     bool writeToFile(const QString &key, const std::optional<Value> &value);
     std::optional<qint64> incrementInFile(const QString &key);
     void writeKept();
+    void keep(const QString &key, const std::optional<Value> &value);
     void adopt(std::unique_ptr<SqliteDatabase> database);
     template <typename Action> bool attempt(const char *what, Action action);
 };
@@ -81,8 +84,6 @@ template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Ac
         file.reset();
         adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema));
         isGivenUp = !file;
-        if (isGivenUp)
-            qCWarning(logStore, "user defaults live in memory until their file can be written");
     }
     for (bool isRepaired = false; file; isRepaired = true) {
         // One wait for a process that hangs is enough.
@@ -125,7 +126,7 @@ std::optional<UserDefaults::Impl::Value> UserDefaults::Impl::read(const QString 
 bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Value> &value)
 {
     const QByteArray name = key.toUtf8();
-    return attempt("written; the value is kept in memory for this process", [&](File &in) {
+    return attempt("written", [&](File &in) {
         SqliteStatement &statement = value ? in.writeStatement : in.removeStatement;
         statement.bind(1, std::string_view(name));
         if (value) {
@@ -145,7 +146,7 @@ std::optional<qint64> UserDefaults::Impl::incrementInFile(const QString &key)
 {
     const QByteArray name = key.toUtf8();
     std::optional<qint64> number;
-    attempt("written; the value is kept in memory for this process", [&](File &in) {
+    attempt("written", [&](File &in) {
         auto &statement = in.incrementStatement;
         const bool stepped = statement.bind(1, std::string_view(name)).step() == SqliteStatement::Step::Row;
         const qint64 counted = stepped ? statement.integer(0) : 0;
@@ -165,6 +166,14 @@ void UserDefaults::Impl::writeKept()
         memory.erase(memory.begin());
 }
 
+void UserDefaults::Impl::keep(const QString &key, const std::optional<Value> &value)
+{
+    memory[key] = value;
+    if (!path.isEmpty())
+        qCWarning(logStore, "a user default lives in memory until %s takes values again or this process ends",
+                  QFile::encodeName(path).constData());
+}
+
 void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &value)
 {
     isGivenUp = false;
@@ -172,7 +181,7 @@ void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &v
         memory.erase(key);
         writeKept();
     } else {
-        memory[key] = value;
+        keep(key, value);
     }
 }
 
@@ -268,7 +277,7 @@ qint64 UserDefaults::increment(const QString &key)
              ? (before->type == Impl::Type::Number ? before->number : integerValue(before->bytes.toText()))
              : 0) +
         1;
-    m_impl->memory[key] = Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number};
+    m_impl->keep(key, Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number});
     return number;
 }
 
