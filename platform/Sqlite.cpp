@@ -13,6 +13,12 @@
 
 namespace kelpay {
 
+namespace {
+
+const char *const damageAdvice = "what can be read of it goes to a new file, the damaged one stays beside that";
+
+} // namespace
+
 void SqliteStatement::Finalize::operator()(sqlite3_stmt *statement) const noexcept
 {
     sqlite3_finalize(statement);
@@ -116,7 +122,7 @@ bool SqliteDatabase::connect()
     // SQLite gives its companion files the rights of the main one. A read-only medium fails here and opens below.
     makePrivateFile(m_path);
     if (connectTo(QFile::encodeName(m_path), SQLITE_OPEN_READWRITE))
-        return true;
+        return isWhole();
     // On a read-only medium SQLite needs the companion files of a database that was in use. A database without them,
     // a copy say, can be read as it lies; one with a log of changes can't, because that would give old values.
     struct statvfs medium
@@ -149,6 +155,21 @@ bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
            execute("PRAGMA secure_delete=ON; PRAGMA cell_size_check=ON; PRAGMA journal_size_limit=0;"
                    "PRAGMA journal_mode=WAL") &&
            execute(m_schema);
+}
+
+// Finds what no statement would trip over: an index that disagrees with its table, say.
+bool SqliteDatabase::isWhole()
+{
+    auto check = compile("PRAGMA integrity_check(1)");
+    const auto step = check.step();
+    if (step == SqliteStatement::Step::Failed)
+        noteFailure("read");
+    if (step != SqliteStatement::Step::Row || check.text(0) == QStringLiteral("ok"))
+        return !m_isDamaged;
+    m_isDamaged = true;
+    qCWarning(logStore, "%s is damaged (%s): %s", QFile::encodeName(m_path).constData(), qUtf8Printable(check.text(0)),
+              damageAdvice);
+    return false;
 }
 
 SqliteStatement SqliteDatabase::compile(const char *sql)
@@ -216,7 +237,7 @@ void SqliteDatabase::noteFailure(const char *action)
     m_isDamaged = m_isDamaged || isDamage(code);
     const char *advice = "check that the disk has room and that this user may write there";
     if (isDamage(code))
-        advice = "it is moved aside, what can be read of it is kept";
+        advice = damageAdvice;
     else if ((code & 0xff) == SQLITE_BUSY)
         advice = "another process holds it; end that process if it hangs";
     qCWarning(logStore, "%s can't be %s (%s): %s", QFile::encodeName(m_path).constData(), action,

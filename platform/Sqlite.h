@@ -83,6 +83,7 @@ private:
     bool connectTo(const QByteArray &name, int flags);
     SqliteStatement compile(const char *sql);
     bool isDamage(int code) const;
+    bool isWhole();
     bool replaceByReadableRows();
     std::optional<int> takeRowsFrom(const QString &damagedPath);
 

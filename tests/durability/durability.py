@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The user defaults and the file keychain under kills, full and read-only disks, damage and other processes.
 
-    durability.py [--kills N] [--seed N] STORE_WORKER [unittest arguments]
+    durability.py [--kills N] [--offsets N] [--seed N] STORE_WORKER [unittest arguments]
 
 Prints what it counted; fails on any loss. The seed, which it prints, repeats a run.
 """
@@ -293,7 +293,7 @@ class Damage(Folder):
         for number, key in enumerate(self.KEYS):
             status = worker.ask("write", store, key, 100 + number, 500)
             log += worker.log()
-            self.assertEqual(status, "0", f"{what}: {log}")
+            self.assertEqual(status, "0", f"{what} {key}: {log}")
         worker.ask("open", self.folder)
         for number, key in enumerate(self.KEYS):
             self.assertEqual(worker.ask("read", store, key), f"value:{100 + number}", f"{what} {key}")
@@ -319,11 +319,11 @@ class Damage(Folder):
                 for name in ("defaults.sqlite", "defaults.sqlite-wal", "keychain.sqlite", "keychain.sqlite-wal",
                              "keychain.key"):
                     original = Path(kept, name).read_bytes()
-                    # Each byte of a header can do harm of its own, those of the schema too.
-                    offsets = list(range(0, min(100, len(original)), 3)) + \
-                        sorted(RANDOM.randrange(len(original)) for _ in range(60) if original)
+                    # Header and schema are where one bit does most harm.
+                    areas = [range(min(100, len(original))), range(len(original))]
                     if closed and name.endswith(".sqlite"):
-                        offsets += range(3600, 4096, 4)
+                        areas.append(range(3600, 4096))
+                    offsets = [RANDOM.choice(area) for area in areas if area for _ in range(OPTIONS.offsets)]
                     for what, content in self.damage(original, offsets):
                         worker.ask("close")
                         shutil.rmtree(self.folder)
@@ -436,6 +436,7 @@ def main():
     global OPTIONS
     parser = argparse.ArgumentParser()
     parser.add_argument("--kills", type=int, default=1000)
+    parser.add_argument("--offsets", type=int, default=60, help="where a file is damaged, for each of its areas")
     parser.add_argument("--seed", type=int, default=random.randrange(1 << 32))
     parser.add_argument("--folder", help="where the files go, to try another disk")
     parser.add_argument("worker")
