@@ -45,6 +45,9 @@ Flickable {
         height: Math.max(area.height, area.contentHeight)
         onClicked: area.tapped()
     }
+    ScrollMark {
+        area: area
+    }
     Column {
         id: column
         x: (area.width - width) / 2
