@@ -1,5 +1,6 @@
 #include "bench/BareCalls.h"
 #include "bench/Comparison.h"
+#include "bench/StoresBench.h"
 #include "security/AFAES.h"
 #include "security/Base64.h"
 #include "security/BlockCipher.h"
@@ -198,6 +199,7 @@ int main(int argc, char **argv)
     registerOpening(bare, openingSecurity, opening);
     registerEncodings(data);
     registerCipher(bare, data);
+    registerStores(folder.path());
 
     FastestReporter results;
     benchmark::RunSpecifiedBenchmarks(&results);
@@ -212,6 +214,8 @@ int main(int argc, char **argv)
                                {"hex data", "base64 bare", 1, "hex of 1 MiB / the same"},
                                {"hex text", "base64 bare", 1, "hex text of 1 MiB / the same"},
                                {"aes", "aes bare", 1.1, "AES-256-CBC of 1 MiB / bare calls"},
+                               {"default", "default bare", 1.5, "write of a user default / SQLite, no sync"},
+                               {"keychain", "keychain bare", 2, "write of a keychain value / SQLite, synced"},
                            });
     std::printf("      memcpy of 1 MiB into fresh memory, for scale: %.2f us\n", results.nanoseconds("memcpy") / 1e3);
     return printFirstSeal() && isReached ? 0 : 1;

@@ -4,10 +4,20 @@
 #include "StateFolder.h"
 
 #include <QFile>
+#include <QFileInfo>
+#include <QUrl>
 
 #include <sqlite3.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
 
 namespace kelpay {
+
+namespace {
+
+const char *const damageAdvice = "what can be read of it goes to a new file, the damaged one stays beside that";
+
+} // namespace
 
 void SqliteStatement::Finalize::operator()(sqlite3_stmt *statement) const noexcept
 {
@@ -62,6 +72,8 @@ bool SqliteStatement::run()
 
 void SqliteStatement::reset()
 {
+    if (!m_statement)
+        return;
     sqlite3_reset(m_statement.get());
     sqlite3_clear_bindings(m_statement.get());
 }
@@ -93,38 +105,87 @@ void SqliteDatabase::Close::operator()(sqlite3 *database) const noexcept
     sqlite3_close_v2(database);
 }
 
+SqliteDatabase::SqliteDatabase(QString path, Durability durability, const char *schema)
+    : m_path(std::move(path)), m_durability(durability), m_schema(schema)
+{}
+
 std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString &path, Durability durability, const char *schema)
 {
-    auto database = std::make_unique<SqliteDatabase>();
-    database->m_path = path;
-    // SQLite gives its companion files the rights of the main one. A read-only medium fails here and opens below.
-    makePrivateFile(path);
-    sqlite3 *raw = nullptr;
-    const int opened = sqlite3_open_v2(QFile::encodeName(path).constData(), &raw,
-                                       SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
-    database->m_database.reset(raw);
-    if (opened != SQLITE_OK) {
-        database->logFailure("opened");
-        return nullptr;
-    }
-    sqlite3_busy_timeout(raw, 2'000);
-    const char *pragmas = durability == Durability::SurvivesPowerLoss
-                              ? "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA secure_delete=ON;"
-                              : "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA secure_delete=ON;";
-    database->execute(pragmas);
-    if (!database->execute(schema)) {
-        database->logFailure("prepared");
-        return nullptr;
-    }
-    return database;
+    std::unique_ptr<SqliteDatabase> database(new SqliteDatabase(path, durability, schema));
+    if (database->connect())
+        return database;
+    return database->isDamaged() ? repair(std::move(database)) : nullptr;
 }
 
-SqliteStatement SqliteDatabase::prepare(const char *sql)
+bool SqliteDatabase::connect()
+{
+    // SQLite gives its companion files the rights of the main one. A read-only medium fails here and opens below.
+    makePrivateFile(m_path);
+    if (connectTo(QFile::encodeName(m_path), SQLITE_OPEN_READWRITE))
+        return isWhole();
+    // On a read-only medium SQLite needs the companion files of a database that was in use. A database without them,
+    // a copy say, can be read as it lies; one with a log of changes can't, because that would give old values.
+    struct statvfs medium
+    {
+    };
+    const bool isReadOnly =
+        ::statvfs(QFile::encodeName(m_path).constData(), &medium) == 0 && (medium.f_flag & ST_RDONLY) != 0;
+    const QByteArray url = QUrl::fromLocalFile(m_path).toEncoded() + "?immutable=1";
+    if (isReadOnly && QFileInfo(m_path + QStringLiteral("-wal")).size() == 0 &&
+        connectTo(url, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI))
+        return true;
+    noteFailure("opened");
+    return false;
+}
+
+bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
+{
+    sqlite3 *raw = nullptr;
+    const int opened = sqlite3_open_v2(name.constData(), &raw, flags | SQLITE_OPEN_NOMUTEX, nullptr);
+    m_database.reset(raw);
+    if (opened != SQLITE_OK)
+        return false;
+    setPatient(true);
+    // The companion files stay when the last process closes: on a full disk or a read-only medium there would be no
+    // room to make them again. The log is emptied then, because it holds former values.
+    int stays = 1;
+    sqlite3_file_control(raw, "main", SQLITE_FCNTL_PERSIST_WAL, &stays);
+    return execute(m_durability == Durability::SurvivesPowerLoss ? "PRAGMA synchronous=FULL"
+                                                                 : "PRAGMA synchronous=NORMAL") &&
+           execute("PRAGMA secure_delete=ON; PRAGMA cell_size_check=ON; PRAGMA journal_size_limit=0;"
+                   "PRAGMA journal_mode=WAL") &&
+           execute(m_schema);
+}
+
+// Finds what no statement would trip over: an index that disagrees with its table, say.
+bool SqliteDatabase::isWhole()
+{
+    auto check = compile("PRAGMA integrity_check(1)");
+    const auto step = check.step();
+    if (step == SqliteStatement::Step::Failed)
+        noteFailure("read");
+    if (step != SqliteStatement::Step::Row || check.text(0) == QStringLiteral("ok"))
+        return !m_isDamaged;
+    m_isDamaged = true;
+    qCWarning(logStore, "%s is damaged (%s): %s", QFile::encodeName(m_path).constData(), qUtf8Printable(check.text(0)),
+              damageAdvice);
+    return false;
+}
+
+SqliteStatement SqliteDatabase::compile(const char *sql)
 {
     SqliteStatement statement;
     sqlite3_stmt *raw = nullptr;
     sqlite3_prepare_v2(m_database.get(), sql, -1, &raw, nullptr);
     statement.m_statement.reset(raw);
+    return statement;
+}
+
+SqliteStatement SqliteDatabase::prepare(const char *sql)
+{
+    auto statement = compile(sql);
+    if (!statement.isValid())
+        noteFailure("read");
     return statement;
 }
 
@@ -143,11 +204,44 @@ int SqliteDatabase::changes() const
     return sqlite3_changes(m_database.get());
 }
 
-void SqliteDatabase::logFailure(const char *action) const
+void SqliteDatabase::setPatient(bool patient)
 {
-    qCWarning(logStore, "%s can't be %s (%s): check that the disk has room and that this user may write there",
-              QFile::encodeName(m_path).constData(), action,
-              m_database ? sqlite3_errmsg(m_database.get()) : "no memory");
+    constexpr int longestWait = 800; // milliseconds
+    sqlite3_busy_timeout(m_database.get(), patient ? longestWait : 0);
+}
+
+bool SqliteDatabase::isCurrent() const
+{
+    int isMoved = 0;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
+    return isMoved == 0 && sqlite3_db_readonly(m_database.get(), "main") == 0;
+}
+
+bool SqliteDatabase::isDamage(int code) const
+{
+    switch (code & 0xff) {
+    case SQLITE_CORRUPT:
+    case SQLITE_NOTADB:
+    case SQLITE_ERROR: // a statement of ours that does not fit the tables
+        return true;
+    case SQLITE_READONLY: // in a writable file: its header says so
+        return code == SQLITE_READONLY && ::access(QFile::encodeName(m_path).constData(), W_OK) == 0;
+    default:
+        return false;
+    }
+}
+
+void SqliteDatabase::noteFailure(const char *action)
+{
+    const int code = lastError();
+    m_isDamaged = m_isDamaged || isDamage(code);
+    const char *advice = "check that the disk has room and that this user may write there";
+    if (isDamage(code))
+        advice = damageAdvice;
+    else if ((code & 0xff) == SQLITE_BUSY)
+        advice = "another process holds it; end that process if it hangs";
+    qCWarning(logStore, "%s can't be %s (%s): %s", QFile::encodeName(m_path).constData(), action,
+              sqlite3_errmsg(m_database.get()), advice);
 }
 
 } // namespace kelpay

@@ -53,25 +53,49 @@ class SqliteDatabase
 public:
     enum class Durability { SurvivesKill, SurvivesPowerLoss };
 
-    /// Opens the file at `path`, made private to its owner if it is new, and runs `schema` in it. Null, with a log
-    /// line, where that fails. A writer waits at most two seconds for another process.
+    /// Opens the file at `path`, made private to its owner if it is new, and runs `schema` in it; a damaged one is
+    /// repaired. On a read-only medium it can be read. Null, with a log line, where that fails. A call waits at most
+    /// 0.8 s for another process.
     static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema);
+    /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
+    /// row which can still be read. Several processes may do so at once. Null, with a log line, where that fails.
+    static std::unique_ptr<SqliteDatabase> repair(std::unique_ptr<SqliteDatabase> damaged);
 
+    /// Invalid, and noted, where the file has other tables.
     SqliteStatement prepare(const char *sql);
     bool execute(const char *sql);
     /// SQLite's extended code of the last failure.
     int lastError() const;
     /// Rows changed by the last statement.
     int changes() const;
-    void logFailure(const char *action) const;
+    /// Whether a call waits for another process that writes, or fails at once.
+    void setPatient(bool patient);
+    /// Logs the last failure; to be called before the next statement.
+    void noteFailure(const char *action);
+    /// A failure that was noted says that the file is not the database it was.
+    bool isDamaged() const noexcept { return m_isDamaged; }
+    /// False when the file was moved or removed since it was opened, or can only be read: time to open it again.
+    bool isCurrent() const;
 
 private:
+    SqliteDatabase(QString path, Durability durability, const char *schema);
+    bool connect();
+    bool connectTo(const QByteArray &name, int flags);
+    SqliteStatement compile(const char *sql);
+    bool isDamage(int code) const;
+    bool isWhole();
+    bool replaceByReadableRows();
+    std::optional<int> takeRowsFrom(const QString &damagedPath);
+
     struct Close
     {
         void operator()(sqlite3 *database) const noexcept;
     };
-    std::unique_ptr<sqlite3, Close> m_database;
     QString m_path;
+    Durability m_durability;
+    const char *m_schema;
+    std::unique_ptr<sqlite3, Close> m_database;
+    bool m_isDamaged = false;
 };
 
 } // namespace kelpay

@@ -36,9 +36,11 @@ std::optional<QString> stateFolder()
 
 bool makePrivateFile(const QString &path)
 {
-    const int file = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    // A file that is there is never opened here: closing it would drop the locks that this process has on it.
+    const QByteArray native = QFile::encodeName(path);
+    const int file = ::open(native.constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (file < 0)
-        return false;
+        return errno == EEXIST && ::chmod(native.constData(), S_IRUSR | S_IWUSR) == 0;
     const bool isPrivate = ::fchmod(file, S_IRUSR | S_IWUSR) == 0;
     ::close(file);
     return isPrivate;

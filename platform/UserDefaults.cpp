@@ -5,6 +5,8 @@
 #include "Sqlite.h"
 #include "StateFolder.h"
 
+#include <QFile>
+
 #include <map>
 #include <mutex>
 
@@ -26,91 +28,164 @@ struct UserDefaults::Impl
         Bytes bytes;
         qint64 number = 0;
     };
+    struct File
+    {
+        std::unique_ptr<SqliteDatabase> database;
+        SqliteStatement selectStatement;
+        SqliteStatement writeStatement;
+        SqliteStatement removeStatement;
+        SqliteStatement incrementStatement;
+    };
 
+    explicit Impl(QString where) : path(std::move(where)) {}
+
+    const QString path;
     std::mutex mutex;
-    std::unique_ptr<SqliteDatabase> database;
-    SqliteStatement selectStatement;
-    SqliteStatement writeStatement;
-    SqliteStatement removeStatement;
-    SqliteStatement incrementStatement;
+    std::optional<File> file;
+    /// The file could not be opened; the next write tries again.
+    bool isGivenUp = false;
     /// What could not be written to the file; std::nullopt stands for a removed key.
     std::map<QString, std::optional<Value>> memory;
 
     std::optional<Value> read(const QString &key);
     void write(const QString &key, const std::optional<Value> &value);
     bool writeToFile(const QString &key, const std::optional<Value> &value);
+    std::optional<qint64> incrementInFile(const QString &key);
+    void writeKept();
+    void keep(const QString &key, const std::optional<Value> &value);
+    void adopt(std::unique_ptr<SqliteDatabase> database);
+    template <typename Action> bool attempt(const char *what, Action action);
 };
+
+void UserDefaults::Impl::adopt(std::unique_ptr<SqliteDatabase> database)
+{
+    if (!database)
+        return;
+    File opened;
+    opened.selectStatement = database->prepare("SELECT type, value FROM defaults WHERE key = ?1");
+    opened.writeStatement = database->prepare("INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
+    opened.removeStatement = database->prepare("DELETE FROM defaults WHERE key = ?1");
+    // A text counts as the integer it begins with, as everywhere else; SQLite's CAST reads it the same way.
+    opened.incrementStatement = database->prepare(
+        "INSERT INTO defaults(key, type, value) VALUES(?1, 2, 1) ON CONFLICT(key) DO UPDATE SET "
+        "type = 2, value = CASE type WHEN 2 THEN value WHEN 1 THEN CAST(CAST(value AS TEXT) AS INTEGER) "
+        "ELSE 0 END + 1 RETURNING value");
+    opened.database = std::move(database);
+    file = std::move(opened);
+}
+
+// Runs `action` on the file that is at the path now, once more if it had to be repaired; false when that failed.
+template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
+{
+    if (path.isEmpty() || isGivenUp)
+        return false;
+    if (!file || !file->database->isCurrent()) {
+        file.reset();
+        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema));
+        isGivenUp = !file;
+    }
+    for (bool isRepaired = false; file; isRepaired = true) {
+        // One wait for a process that hangs is enough.
+        file->database->setPatient(memory.empty());
+        if (action(*file))
+            return true;
+        file->database->noteFailure(what);
+        if (!file->database->isDamaged() || isRepaired)
+            return false;
+        auto damaged = std::move(file->database);
+        file.reset();
+        adopt(SqliteDatabase::repair(std::move(damaged)));
+    }
+    return false;
+}
 
 std::optional<UserDefaults::Impl::Value> UserDefaults::Impl::read(const QString &key)
 {
     if (const auto kept = memory.find(key); kept != memory.end())
         return kept->second;
-    if (!database)
-        return std::nullopt;
     const QByteArray name = key.toUtf8();
-    selectStatement.bind(1, std::string_view(name));
     std::optional<Value> value;
-    if (selectStatement.step() == SqliteStatement::Step::Row) {
-        value.emplace();
-        value->type = static_cast<Type>(selectStatement.integer(0));
-        if (value->type == Type::Number)
-            value->number = selectStatement.integer(1);
-        else
-            value->bytes = selectStatement.bytes(1);
-    }
-    selectStatement.reset();
+    attempt("read", [&](File &in) {
+        auto &statement = in.selectStatement;
+        statement.bind(1, std::string_view(name));
+        const auto step = statement.step();
+        if (step == SqliteStatement::Step::Row) {
+            const auto type = static_cast<Type>(statement.integer(0));
+            if (type == Type::Number)
+                value = Value{.type = type, .bytes = {}, .number = statement.integer(1)};
+            else if (type == Type::Text || type == Type::Data)
+                value = Value{.type = type, .bytes = statement.bytes(1)};
+        }
+        statement.reset();
+        return step != SqliteStatement::Step::Failed;
+    });
     return value;
 }
 
 bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Value> &value)
 {
-    if (!database)
-        return false;
     const QByteArray name = key.toUtf8();
-    SqliteStatement &statement = value ? writeStatement : removeStatement;
-    statement.bind(1, std::string_view(name));
-    if (value) {
-        statement.bind(2, static_cast<std::int64_t>(value->type));
-        if (value->type == Type::Number)
-            statement.bind(3, std::int64_t{value->number});
-        else
-            statement.bind(3, value->bytes);
-    }
-    const bool written = statement.run();
-    if (!written)
-        database->logFailure("written; the value is kept in memory for this process");
-    statement.reset();
-    return written;
+    return attempt("written", [&](File &in) {
+        SqliteStatement &statement = value ? in.writeStatement : in.removeStatement;
+        statement.bind(1, std::string_view(name));
+        if (value) {
+            statement.bind(2, static_cast<std::int64_t>(value->type));
+            if (value->type == Type::Number)
+                statement.bind(3, std::int64_t{value->number});
+            else
+                statement.bind(3, value->bytes);
+        }
+        const bool written = statement.run();
+        statement.reset();
+        return written;
+    });
+}
+
+std::optional<qint64> UserDefaults::Impl::incrementInFile(const QString &key)
+{
+    const QByteArray name = key.toUtf8();
+    std::optional<qint64> number;
+    attempt("written", [&](File &in) {
+        auto &statement = in.incrementStatement;
+        const bool stepped = statement.bind(1, std::string_view(name)).step() == SqliteStatement::Step::Row;
+        const qint64 counted = stepped ? statement.integer(0) : 0;
+        const bool written = stepped && statement.run();
+        statement.reset();
+        if (written)
+            number = counted;
+        return written;
+    });
+    return number;
+}
+
+// The file took a value: it may take now what it could not take before.
+void UserDefaults::Impl::writeKept()
+{
+    while (!memory.empty() && writeToFile(memory.begin()->first, memory.begin()->second))
+        memory.erase(memory.begin());
+}
+
+void UserDefaults::Impl::keep(const QString &key, const std::optional<Value> &value)
+{
+    memory[key] = value;
+    if (!path.isEmpty())
+        qCWarning(logStore, "a user default lives in memory until %s takes values again or this process ends",
+                  QFile::encodeName(path).constData());
 }
 
 void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &value)
 {
-    if (writeToFile(key, value))
+    isGivenUp = false;
+    if (writeToFile(key, value)) {
         memory.erase(key);
-    else
-        memory[key] = value;
+        writeKept();
+    } else {
+        keep(key, value);
+    }
 }
 
-UserDefaults::UserDefaults(const QString &path) : m_impl(std::make_unique<Impl>())
-{
-    if (path.isEmpty())
-        return;
-    auto database = SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema);
-    if (!database) {
-        qCWarning(logStore, "user defaults live in memory until this process ends");
-        return;
-    }
-    m_impl->selectStatement = database->prepare("SELECT type, value FROM defaults WHERE key = ?1");
-    m_impl->writeStatement = database->prepare("INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-                                               "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
-    m_impl->removeStatement = database->prepare("DELETE FROM defaults WHERE key = ?1");
-    // A text counts as the integer it begins with, as everywhere else; SQLite's CAST reads it the same way.
-    m_impl->incrementStatement = database->prepare(
-        "INSERT INTO defaults(key, type, value) VALUES(?1, 2, 1) ON CONFLICT(key) DO UPDATE SET "
-        "type = 2, value = CASE type WHEN 2 THEN value WHEN 1 THEN CAST(CAST(value AS TEXT) AS INTEGER) "
-        "ELSE 0 END + 1 RETURNING value");
-    m_impl->database = std::move(database);
-}
+UserDefaults::UserDefaults(const QString &path) : m_impl(std::make_unique<Impl>(path)) {}
 
 UserDefaults::~UserDefaults() = default;
 
@@ -186,16 +261,15 @@ void UserDefaults::remove(const QString &key)
 qint64 UserDefaults::increment(const QString &key)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    if (m_impl->database && !m_impl->memory.contains(key)) {
-        const QByteArray name = key.toUtf8();
-        m_impl->incrementStatement.bind(1, std::string_view(name));
-        const bool stepped = m_impl->incrementStatement.step() == SqliteStatement::Step::Row;
-        const qint64 number = stepped ? m_impl->incrementStatement.integer(0) : 0;
-        const bool written = stepped && m_impl->incrementStatement.run();
-        m_impl->incrementStatement.reset();
-        if (written)
-            return number;
-        m_impl->database->logFailure("written; the value is kept in memory for this process");
+    m_impl->isGivenUp = false;
+    if (const auto kept = m_impl->memory.find(key);
+        kept != m_impl->memory.end() && m_impl->writeToFile(key, kept->second))
+        m_impl->memory.erase(kept);
+    if (!m_impl->memory.contains(key)) {
+        if (const auto number = m_impl->incrementInFile(key)) {
+            m_impl->writeKept();
+            return *number;
+        }
     }
     const auto before = m_impl->read(key);
     const qint64 number =
@@ -203,7 +277,7 @@ qint64 UserDefaults::increment(const QString &key)
              ? (before->type == Impl::Type::Number ? before->number : integerValue(before->bytes.toText()))
              : 0) +
         1;
-    m_impl->memory[key] = Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number};
+    m_impl->keep(key, Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number});
     return number;
 }
 

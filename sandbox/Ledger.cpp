@@ -62,7 +62,7 @@ bool Ledger::addToken(const QString &token, const Purchase &purchase)
         statement.bind(16, terminalPin);
     const bool written = statement.run();
     if (!written)
-        m_database->logFailure("written");
+        m_database->noteFailure("written");
     return written;
 }
 

@@ -1,11 +1,13 @@
 #include "security/FileKeychain.h"
 
+#include "platform/Log.h"
 #include "platform/StateFolder.h"
 #include "security/KeychainContext.h"
 #include "security/MasterKey.h"
 #include "security/SealedValue.h"
 #include "security/SecStatus.h"
 
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -38,7 +40,7 @@ public:
     explicit Transaction(SqliteDatabase &database) : m_database(database), m_isOpen(database.execute("BEGIN IMMEDIATE"))
     {
         if (!m_isOpen)
-            m_database.logFailure("written");
+            m_database.noteFailure("written");
     }
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
@@ -51,7 +53,7 @@ public:
     int commit()
     {
         if (!m_database.execute("COMMIT")) {
-            m_database.logFailure("written");
+            m_database.noteFailure("written");
             return SecStatus::NotAvailable;
         }
         m_isOpen = false;
@@ -100,14 +102,29 @@ struct FileKeychain::Row
 
 bool FileKeychain::open()
 {
-    if (m_database)
+    if (m_database && m_database->isCurrent())
         return true;
+    m_database.reset();
     if (m_folder.isEmpty())
         m_folder = stateFolder().value_or(QString());
     if (!m_folder.isEmpty())
         m_database = SqliteDatabase::open(m_folder + QStringLiteral("/keychain.sqlite"),
                                           SqliteDatabase::Durability::SurvivesPowerLoss, schema);
     return m_database != nullptr;
+}
+
+// Runs `operation` on the open database, once more if that had to be repaired.
+template <typename Operation> auto FileKeychain::attempt(Operation operation)
+{
+    using Result = decltype(operation());
+    const std::scoped_lock lock(m_mutex);
+    if (!open())
+        return Result{SecStatus::NotAvailable};
+    Result result = operation();
+    if (!m_database->isDamaged())
+        return result;
+    m_database = SqliteDatabase::repair(std::move(m_database));
+    return m_database ? operation() : Result{SecStatus::NotAvailable};
 }
 
 QString FileKeychain::keyPath() const
@@ -136,7 +153,7 @@ std::optional<std::vector<FileKeychain::Row>> FileKeychain::rows(const char *sql
         if (step == SqliteStatement::Step::Done)
             return rows;
     }
-    m_database->logFailure("read");
+    m_database->noteFailure("read");
     return std::nullopt;
 }
 
@@ -166,15 +183,12 @@ int FileKeychain::insert(const KeychainItem &item)
         return SecStatus::Success;
     if (m_database->lastError() == SQLITE_CONSTRAINT_UNIQUE)
         return SecStatus::DuplicateItem;
-    m_database->logFailure("written");
+    m_database->noteFailure("written");
     return SecStatus::NotAvailable;
 }
 
-int FileKeychain::add(const std::vector<KeychainItem> &items)
+int FileKeychain::addAll(const std::vector<KeychainItem> &items)
 {
-    const std::scoped_lock lock(m_mutex);
-    if (!open())
-        return SecStatus::NotAvailable;
     Transaction transaction(*m_database);
     if (!transaction.isOpen())
         return SecStatus::NotAvailable;
@@ -185,11 +199,13 @@ int FileKeychain::add(const std::vector<KeychainItem> &items)
     return transaction.commit();
 }
 
-int FileKeychain::update(const KeychainMatch &match, const Bytes &value)
+int FileKeychain::add(const std::vector<KeychainItem> &items)
 {
-    const std::scoped_lock lock(m_mutex);
-    if (!open())
-        return SecStatus::NotAvailable;
+    return attempt([&] { return addAll(items); });
+}
+
+int FileKeychain::updateAll(const KeychainMatch &match, const Bytes &value)
+{
     Transaction transaction(*m_database);
     const auto found = transaction.isOpen() ? rows(selectAll, match) : std::nullopt;
     if (!found)
@@ -199,20 +215,24 @@ int FileKeychain::update(const KeychainMatch &match, const Bytes &value)
     const auto key = MasterKey(keyPath()).readOrMake();
     for (const auto &row : *found) {
         const auto sealed = key ? sealValue(*key, value, contextOf(row.item)) : std::nullopt;
+        if (!sealed)
+            return SecStatus::NotAvailable;
         auto statement = m_database->prepare("UPDATE items SET value = ?2 WHERE id = ?1");
-        if (!sealed || !statement.isValid() || !statement.bind(1, row.id).bind(2, *sealed).run()) {
-            m_database->logFailure("written");
+        if (!statement.isValid() || !statement.bind(1, row.id).bind(2, *sealed).run()) {
+            m_database->noteFailure("written");
             return SecStatus::NotAvailable;
         }
     }
     return transaction.commit();
 }
 
-int FileKeychain::remove(const KeychainMatch &match)
+int FileKeychain::update(const KeychainMatch &match, const Bytes &value)
 {
-    const std::scoped_lock lock(m_mutex);
-    if (!open())
-        return SecStatus::NotAvailable;
+    return attempt([&] { return updateAll(match, value); });
+}
+
+int FileKeychain::removeAll(const KeychainMatch &match)
+{
     const BoundMatch bound(match);
     auto statement = m_database->prepare(deleteAll);
     if (statement.isValid()) {
@@ -220,8 +240,13 @@ int FileKeychain::remove(const KeychainMatch &match)
         if (statement.run())
             return m_database->changes() > 0 ? SecStatus::Success : SecStatus::ItemNotFound;
     }
-    m_database->logFailure("written");
+    m_database->noteFailure("written");
     return SecStatus::NotAvailable;
+}
+
+int FileKeychain::remove(const KeychainMatch &match)
+{
+    return attempt([&] { return removeAll(match); });
 }
 
 int FileKeychain::readValue(Row &row) const
@@ -229,38 +254,47 @@ int FileKeychain::readValue(Row &row) const
     if (!row.sealed)
         return SecStatus::Success;
     const auto [state, key] = MasterKey(keyPath()).read();
-    if (state == MasterKey::State::Unreadable)
+    if (state == MasterKey::State::Unreadable) {
+        qCWarning(logStore, "the keychain's key %s can't be read: give this user its file back, mode 0600",
+                  QFile::encodeName(keyPath()).constData());
         return SecStatus::NotAvailable;
+    }
     row.item.value = key ? openValue(*key, *row.sealed, contextOf(row.item)) : std::nullopt;
-    return row.item.value ? SecStatus::Success : SecStatus::Decode;
+    if (row.item.value)
+        return SecStatus::Success;
+    qCWarning(logStore, "a value in the keychain %s is damaged, or its key beside it is: store the value again",
+              QFile::encodeName(m_folder).constData());
+    return SecStatus::Decode;
 }
 
 KeychainFound FileKeychain::findOne(const KeychainMatch &match, Content content)
 {
-    const std::scoped_lock lock(m_mutex);
-    auto found = open() ? rows(selectOne, match) : std::nullopt;
-    if (!found)
-        return {SecStatus::NotAvailable, {}};
-    if (found->empty())
-        return {SecStatus::ItemNotFound, {}};
-    Row &row = found->front();
-    if (content == Content::Value) {
-        if (const int status = readValue(row); status != SecStatus::Success)
-            return {status, {}};
-    }
-    return {SecStatus::Success, {row.item}};
+    return attempt([&]() -> KeychainFound {
+        auto found = rows(selectOne, match);
+        if (!found)
+            return {SecStatus::NotAvailable};
+        if (found->empty())
+            return {SecStatus::ItemNotFound};
+        Row &row = found->front();
+        if (content == Content::Value) {
+            if (const int status = readValue(row); status != SecStatus::Success)
+                return {status};
+        }
+        return {SecStatus::Success, {row.item}};
+    });
 }
 
 KeychainFound FileKeychain::findAll(const KeychainMatch &match)
 {
-    const std::scoped_lock lock(m_mutex);
-    const auto found = open() ? rows(selectAll, match) : std::nullopt;
-    if (!found)
-        return {SecStatus::NotAvailable, {}};
-    KeychainFound result{found->empty() ? SecStatus::ItemNotFound : SecStatus::Success, {}};
-    for (const auto &row : *found)
-        result.items.push_back(row.item);
-    return result;
+    return attempt([&]() -> KeychainFound {
+        const auto found = rows(selectAll, match);
+        if (!found)
+            return {SecStatus::NotAvailable};
+        KeychainFound result{found->empty() ? SecStatus::ItemNotFound : SecStatus::Success};
+        for (const auto &row : *found)
+            result.items.push_back(row.item);
+        return result;
+    });
 }
 
 } // namespace kelpay

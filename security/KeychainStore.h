@@ -41,7 +41,7 @@ struct KeychainMatch
 struct KeychainFound
 {
     int status;
-    std::vector<KeychainItem> items;
+    std::vector<KeychainItem> items = {};
 };
 
 /// The port between the keychain and where it lives. An implementation

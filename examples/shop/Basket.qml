@@ -112,6 +112,8 @@ Item {
             font.pixelSize: 17
             font.weight: Font.Bold
             onClicked: basket.pay(basket.total)
+            Accessible.name: text
+            Accessible.onPressAction: clicked()
 
             contentItem: Label {
                 text: payButton.text

@@ -23,7 +23,8 @@ const auto doneButton = QStringLiteral("doneButton");
 
 } // namespace
 
-Driver::Driver(const ShopOptions &options, Session *session, QObject *parent) : QObject(parent), m_options(options)
+Driver::Driver(const ShopOptions &options, Session *session, QObject *parent)
+    : QObject(parent), m_options(options), m_hands(Hands::of(options.input))
 {
     connect(session, &Session::finished, this,
             [this](bool success, const QString &code, const QString &description, const QString &reference,
@@ -80,7 +81,7 @@ bool Driver::take(Step step)
         if (!stands(shopPayButton))
             return false;
         shoot(QStringLiteral("shop"));
-        return Screen::click(shopPayButton);
+        return m_hands.press(shopPayButton);
     case Step::AnswerWallet:
         return answerWallet();
     case Step::Verify:
@@ -91,7 +92,7 @@ bool Driver::take(Step step)
         return fill();
     case Step::Pay:
         shoot(QStringLiteral("payment-filled"));
-        return Screen::click(payButton);
+        return m_hands.press(payButton);
     case Step::Close:
         return close();
     case Step::Watch:
@@ -112,7 +113,7 @@ bool Driver::answerWallet()
         }
         if (m_options.wallet)
             m_step = Step::Close;
-        return Screen::click(m_options.wallet ? alertButton : QStringLiteral("alertCancelButton"));
+        return m_hands.press(m_options.wallet ? alertButton : QStringLiteral("alertCancelButton"));
     }
     if (!stands(QStringLiteral("cancelButton")))
         return false;
@@ -130,7 +131,7 @@ bool Driver::verify()
         m_step = Step::Fill;
         return true;
     }
-    return stands(QStringLiteral("verifyButton")) && Screen::click(QStringLiteral("verifyButton"));
+    return stands(QStringLiteral("verifyButton")) && m_hands.press(QStringLiteral("verifyButton"));
 }
 
 /// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
@@ -146,14 +147,14 @@ bool Driver::leavePage()
     if (!stands(QStringLiteral("backButton")))
         return false;
     shoot(QStringLiteral("verification"));
-    return Screen::click(QStringLiteral("backButton"));
+    return m_hands.press(QStringLiteral("backButton"));
 }
 
 bool Driver::fill()
 {
     if (m_options.cancel) {
         m_step = Step::Watch;
-        return Screen::click(QStringLiteral("cancelButton"));
+        return m_hands.press(QStringLiteral("cancelButton"));
     }
     if (!stands(payButton))
         return false;
@@ -171,16 +172,16 @@ bool Driver::fill()
 
 void Driver::enter(const QString &field, const QString &text)
 {
-    Screen::click(field);
+    m_hands.focus(field);
     QTest::qWait(50);
     Screen::type(text);
 }
 
 void Driver::pickSavedCard()
 {
-    Screen::click(cardField);
+    m_hands.focus(cardField);
     QTest::qWait(300);
-    Screen::click(QStringLiteral("savedCardsButton"));
+    m_hands.press(QStringLiteral("savedCardsButton"));
     QTest::qWait(600);
     shoot(QStringLiteral("saved-cards"));
     for (int row = 0; row < *m_options.savedRow; ++row) {
@@ -197,13 +198,13 @@ void Driver::pickExpiry()
     const QQuickItem *shown = Screen::find(QStringLiteral("expirationDateText"));
     if (m_options.expiry.isEmpty() || (shown && !shown->property("text").toString().isEmpty()))
         return;
-    Screen::click(expiryField);
+    m_hands.press(expiryField);
     QTest::qWait(600);
     const QStringList parts = m_options.expiry.split(QLatin1Char('/'));
     turnTo(QStringLiteral("yearTumbler"), parts[0]);
     turnTo(QStringLiteral("monthTumbler"), parts[1]);
     shoot(QStringLiteral("expiry"));
-    Screen::click(QStringLiteral("expiryDoneButton"));
+    m_hands.press(QStringLiteral("expiryDoneButton"));
     QTest::qWait(300);
 }
 
@@ -212,8 +213,7 @@ void Driver::turnTo(const QString &tumbler, const QString &title)
     QQuickItem *wheel = Screen::find(tumbler);
     if (!wheel)
         return;
-    Screen::click(tumbler);
-    wheel->forceActiveFocus();
+    m_hands.focus(tumbler);
     const auto rows = wheel->property("model").toStringList();
     const auto target = rows.indexOf(title);
     for (int turn = 0; target >= 0 && turn < rows.size(); ++turn) {
@@ -230,7 +230,7 @@ bool Driver::close()
     if (!stands(doneButton))
         return false;
     shoot(QStringLiteral("receipt"));
-    return Screen::click(doneButton);
+    return m_hands.press(doneButton);
 }
 
 void Driver::receive(const JsonLine &outcome)

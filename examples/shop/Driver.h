@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Hands.h"
 #include "JsonLine.h"
 #include "ShopOptions.h"
 
@@ -41,6 +42,7 @@ private:
     void shoot(const QString &name);
 
     ShopOptions m_options;
+    Hands &m_hands;
     Step m_step = Step::Buy;
     QTimer m_glance;
     QTimer m_deadline;

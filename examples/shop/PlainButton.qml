@@ -10,6 +10,7 @@ Button {
     rightPadding: 28
     implicitHeight: 48
     font.pixelSize: 15
+    Accessible.name: text
 
     contentItem: Label {
         text: button.text

@@ -82,6 +82,12 @@ bool Screen::click(const QString &name)
     return true;
 }
 
+QQuickItem *Screen::focused()
+{
+    const QQuickWindow *shown = window();
+    return shown ? shown->activeFocusItem() : nullptr;
+}
+
 void Screen::type(const QString &text)
 {
     for (const QChar character : text)

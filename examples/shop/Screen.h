@@ -18,13 +18,17 @@ public:
 
     /// Clicks the item's centre, after scrolling it into view. False when it can't be seen.
     static bool click(const QString &name);
+    /// What has the keyboard; null when nothing has.
+    static QQuickItem *focused();
     static void type(const QString &text);
     static void press(Qt::Key key);
 
     /// Saves what the window shows as `path`.
     static bool save(const QString &path);
 
-private:
+    /// The window that has the focus, else the first that can be seen.
     static QQuickWindow *window();
+
+private:
     static void scrollIntoView(QQuickItem *item);
 };

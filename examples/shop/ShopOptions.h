@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
 #include <QStringList>
 
@@ -27,6 +28,8 @@ struct ShopOptions
     bool verify = false;
     bool idle = false;
     QString screenshots;
+    QString input = QStringLiteral("pointer"); ///< How --auto reaches things; see Hands.
+    QSize size;                                ///< The window's, where given.
 
     bool simulator = false;
     double clockRate = 1;

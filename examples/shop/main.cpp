@@ -17,6 +17,7 @@
 #include <QQmlApplicationEngine>
 #include <QTextStream>
 #include <QTimer>
+#include <QWindow>
 
 namespace {
 
@@ -90,6 +91,9 @@ int runShop(const ShopOptions &options)
     engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Shop/Main.qml")));
     if (engine.rootObjects().isEmpty())
         return 1;
+
+    if (auto *window = qobject_cast<QWindow *>(engine.rootObjects().constFirst()); options.size.isValid())
+        window->resize(options.size);
 
     Driver driver(options, &session);
     if (options.automatic)

@@ -1,5 +1,7 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/StateFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -94,7 +96,26 @@ TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory)
     EXPECT_FALSE(nowhere.string(key));
 }
 
-TEST_F(UserDefaultsTest, ADamagedFileIsNoCrash)
+TEST_F(UserDefaultsTest, TheStateFolderIsPrivateWhateverTheUmask)
+{
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_folder.path()));
+    const mode_t mask = ::umask(0);
+    for (const char *what : {"made", "found open to all"}) {
+        const auto folder = stateFolder();
+        ASSERT_TRUE(folder && folder->startsWith(m_folder.path())) << what;
+        struct stat info
+        {
+        };
+        ASSERT_EQ(::stat(QFile::encodeName(*folder).constData(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0700u) << what;
+        ::chmod(QFile::encodeName(*folder).constData(), 0777);
+    }
+    ::umask(mask);
+    qputenv("XDG_DATA_HOME", before);
+}
+
+TEST_F(UserDefaultsTest, ADamagedFileIsReplaced)
 {
     QFile file(path());
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -103,7 +124,7 @@ TEST_F(UserDefaultsTest, ADamagedFileIsNoCrash)
     UserDefaults defaults(path());
     EXPECT_FALSE(defaults.string(key));
     defaults.setString(key, QStringLiteral("v"));
-    EXPECT_EQ(defaults.string(key), QStringLiteral("v"));
+    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("v"));
 }
 
 } // namespace

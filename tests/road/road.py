@@ -179,6 +179,17 @@ class Forms(Road):
         self.assert_success(self.pay("--verify"))
 
 
+class Hands(Road):
+    """The full form at the smallest size, by people who have no pointer."""
+
+    def test_pays_without_a_pointer(self):
+        for hands in ("keyboard", "accessibility"):
+            with self.subTest(hands):
+                run = self.pay("--input", hands, "--size", "320x568", "--msisdn", mobile(106))
+                self.assert_success(run)
+                self.assertEqual(run.detail()[4], "59")
+
+
 class TokenFaults(Road):
     def test_reported_as_a_server_error(self):
         for scenario in (501, 502, 503):

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QInputMethodQueryEvent>
 #include <QTest>
+#include <gmock/gmock.h>
 
 namespace kelpay {
 namespace {
@@ -141,11 +142,17 @@ TEST_F(PaymentViewTest, keepsSecretsToItself)
     }
     // What a screen reader sees of the whole window.
     std::vector<QAccessibleInterface *> open{QAccessible::queryAccessibleInterface(window())};
-    int passwords = 0;
+    QStringList names;
     while (!open.empty()) {
         QAccessibleInterface *node = open.back();
         open.pop_back();
-        passwords += node->state().passwordEdit;
+        if (node->state().passwordEdit) {
+            names << node->text(QAccessible::Name);
+            EXPECT_EQ(node->role(), QAccessible::EditableText);
+            EXPECT_EQ(node->parent()->indexOfChild(node) >= 0, true);
+            node->actionInterface()->doAction(QAccessibleActionInterface::setFocusAction());
+            EXPECT_TRUE(node->state().focused);
+        }
         for (const auto part : {QAccessible::Name, QAccessible::Value, QAccessible::Description})
             EXPECT_FALSE(node->text(part).contains(QStringLiteral("73912")));
         if (QAccessibleTextInterface *content = node->textInterface()) {
@@ -154,7 +161,7 @@ TEST_F(PaymentViewTest, keepsSecretsToItself)
         for (int child = 0; child < node->childCount(); ++child)
             open.push_back(node->child(child));
     }
-    EXPECT_EQ(passwords, 2);
+    EXPECT_THAT(names, testing::UnorderedElementsAre(QStringLiteral("رمز دوم"), QStringLiteral("CVV2")));
 }
 
 TEST_F(PaymentViewTest, sendsOncePerPaymentHoweverOftenItIsAsked)

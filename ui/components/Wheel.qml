@@ -12,7 +12,7 @@ T.Tumbler {
     implicitHeight: 3 * Theme.holding(28, 24)
     visibleItemCount: 3
     wrap: false
-    activeFocusOnTab: true
+    focusPolicy: Qt.StrongFocus
     Keys.onUpPressed: if (currentIndex > 0) currentIndex -= 1
     Keys.onDownPressed: if (currentIndex < count - 1) currentIndex += 1
 
@@ -51,4 +51,7 @@ T.Tumbler {
 
     Accessible.role: Accessible.SpinBox
     Accessible.name: label
+    Accessible.description: model[currentIndex]
+    Accessible.onIncreaseAction: if (currentIndex < count - 1) currentIndex += 1
+    Accessible.onDecreaseAction: if (currentIndex > 0) currentIndex -= 1
 }

@@ -35,16 +35,14 @@ Item {
     implicitHeight: column.implicitHeight
     activeFocusOnTab: false
 
-    // A password input shows its clear text to whoever reads the accessibility tree; this item stands in for it.
-    Accessible.role: Accessible.EditableText
-    Accessible.name: label
-    Accessible.description: complaint
-    Accessible.passwordEdit: secret
-    Accessible.focusable: true
-    Accessible.focused: input.activeFocus
-    Accessible.ignored: !secret
-    Accessible.onPressAction: input.forceActiveFocus()
-
+    SecretStandIn {
+        anchors.fill: parent
+        label: entry.label
+        complaint: entry.complaint
+        field: input
+        Accessible.role: Accessible.EditableText
+        Accessible.ignored: !entry.secret
+    }
     Column {
         id: column
         width: parent.width
@@ -52,10 +50,10 @@ Item {
 
         Item {
             width: parent.width
-            height: name.height
+            height: caption.height
 
             Label {
-                id: name
+                id: caption
                 anchors.left: parent.left
                 text: entry.label
                 color: Theme.inkSoft
@@ -66,7 +64,7 @@ Item {
             Label {
                 id: noteLabel
                 anchors {
-                    left: name.right
+                    left: caption.right
                     right: parent.right
                     leftMargin: Theme.spacing
                 }

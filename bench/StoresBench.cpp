@@ -1,0 +1,110 @@
+#include "bench/StoresBench.h"
+
+#include "platform/UserDefaults.h"
+#include "security/FileKeychain.h"
+#include "security/SecStatus.h"
+
+#include <QFile>
+
+#include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
+#include <memory>
+
+namespace kelpay::bench {
+
+namespace {
+
+// Two in turn: SQLite writes nothing where the row already holds the value.
+const Bytes &nextValue()
+{
+    static const Bytes values[] = {Bytes(std::string_view("6037991234563456")),
+                                   Bytes(std::string_view("6037991234560000"))};
+    static std::size_t turn = 0;
+    return values[++turn % 2];
+}
+
+// A row that is written again and again, by SQLite's own calls.
+class BareRow
+{
+public:
+    BareRow(const QString &path, const char *pragmas)
+    {
+        sqlite3_open(QFile::encodeName(path).constData(), &m_database);
+        const bool isReady =
+            sqlite3_exec(m_database, pragmas, nullptr, nullptr, nullptr) == SQLITE_OK &&
+            sqlite3_exec(m_database,
+                         "CREATE TABLE defaults(key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) "
+                         "WITHOUT ROWID",
+                         nullptr, nullptr, nullptr) == SQLITE_OK &&
+            sqlite3_prepare_v2(m_database,
+                               "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                               "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3",
+                               -1, &m_statement, nullptr) == SQLITE_OK;
+        if (!isReady)
+            qFatal("the bench's database can't be made: %s", sqlite3_errmsg(m_database));
+    }
+    BareRow(const BareRow &) = delete;
+    BareRow &operator=(const BareRow &) = delete;
+    ~BareRow()
+    {
+        sqlite3_finalize(m_statement);
+        sqlite3_close(m_database);
+    }
+
+    int write()
+    {
+        const Bytes &value = nextValue();
+        sqlite3_bind_text(m_statement, 1, "crn", 3, SQLITE_STATIC);
+        sqlite3_bind_int(m_statement, 2, 3);
+        sqlite3_bind_blob(m_statement, 3, value.data(), static_cast<int>(value.size()), SQLITE_STATIC);
+        const int status = sqlite3_step(m_statement);
+        sqlite3_reset(m_statement);
+        return status;
+    }
+
+private:
+    sqlite3 *m_database = nullptr;
+    sqlite3_stmt *m_statement = nullptr;
+};
+
+} // namespace
+
+void registerStores(const QString &folder)
+{
+    const auto registerBare = [folder](const char *name, const QString &file, const char *pragmas) {
+        auto row = std::make_shared<BareRow>(folder + file, pragmas);
+        return benchmark::RegisterBenchmark(name, [row](benchmark::State &state) {
+            for ([[maybe_unused]] auto pass : state) {
+                if (row->write() != SQLITE_DONE)
+                    state.SkipWithError("not written");
+            }
+        });
+    };
+    registerBare("default bare", QStringLiteral("/bare-default.sqlite"),
+                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
+    registerBare("keychain bare", QStringLiteral("/bare-keychain.sqlite"),
+                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL")
+        ->UseRealTime();
+
+    auto defaults = std::make_shared<UserDefaults>(folder + QStringLiteral("/one-default.sqlite"));
+    benchmark::RegisterBenchmark("default", [defaults](benchmark::State &state) {
+        for ([[maybe_unused]] auto pass : state)
+            defaults->setData(QStringLiteral("crn"), nextValue());
+    });
+
+    auto keychain = std::make_shared<FileKeychain>(folder);
+    KeychainItem item;
+    item.account = QStringLiteral("crn");
+    item.value = nextValue();
+    keychain->add({item});
+    benchmark::RegisterBenchmark("keychain", [keychain](benchmark::State &state) {
+        const KeychainMatch match{KeychainItemClass::GenericPassword, {}, {}, QStringLiteral("crn")};
+        for ([[maybe_unused]] auto pass : state) {
+            if (keychain->update(match, nextValue()) != SecStatus::Success)
+                state.SkipWithError("not written");
+        }
+    })->UseRealTime();
+}
+
+} // namespace kelpay::bench

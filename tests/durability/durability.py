@@ -1,0 +1,459 @@
+#!/usr/bin/env python3
+"""The user defaults and the file keychain under kills, full and read-only disks, damage and other processes.
+
+    durability.py [--kills N] [--offsets N] [--seed N] STORE_WORKER [unittest arguments]
+
+Prints what it counted; fails on any loss. The seed, which it prints, repeats a run.
+"""
+
+import argparse
+import os
+import random
+import shutil
+import signal
+import sqlite3
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from collections import Counter
+from pathlib import Path
+
+OPTIONS = None
+RANDOM = random.Random()
+COUNTS = Counter({name: 0 for name in (
+    "kills", "acknowledged writes", "values checked after kills", "lost", "torn", "increments", "damaged files",
+    "files repaired", "keychain values kept in damaged files", "skipped mounts")})
+LONGEST = {"call": (0.0, ""), "sync": 0.0}
+
+STORES = {"d": "defaults.sqlite", "k": "keychain.sqlite"}
+NOT_AVAILABLE = "-25291"
+DAMAGED = "-26275"
+
+
+def measure_sync(folder):
+    """What the disk itself takes to sync a small write; the longest of the run is kept."""
+    with open(Path(folder, "sync"), "wb") as file:
+        for _ in range(5):
+            start = time.monotonic()
+            file.write(bytes(4096))
+            file.flush()
+            os.fsync(file.fileno())
+            LONGEST["sync"] = max(LONGEST["sync"], time.monotonic() - start)
+
+
+class Worker:
+    """One process with the stores of `folder` open; `mounted` gives it a small disk of its own there."""
+
+    def __init__(self, folder, mounted=False):
+        self.log_file = tempfile.TemporaryFile("w+")
+        command = [OPTIONS.worker]
+        if mounted:
+            mount = 'mount -t tmpfs -o size=2m,mode=700 none "$0" && exec "$1"'
+            command = ["unshare", "-Urm", "sh", "-c", mount, str(folder), OPTIONS.worker]
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=self.log_file,
+                                        text=True)
+        self.ask("open", folder)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.kill()
+        self.process.communicate()
+        self.log_file.close()
+
+    def start(self, *words):
+        print(*words, file=self.process.stdin, flush=True)
+
+    def ask(self, *words):
+        self.start(*words)
+        return self.answer(" ".join(map(str, words)))
+
+    def answer(self, what="", isTimed=True):
+        line = self.process.stdout.readline().split()
+        if len(line) != 2:
+            raise AssertionError(f"the process ended in {what!r} with {self.process.wait()}: {self.log()}")
+        if isTimed:
+            LONGEST["call"] = max(LONGEST["call"], (int(line[1]) / 1e6, what))
+        return line[0]
+
+    def log(self):
+        """What it logged since the last question."""
+        text = os.pread(self.log_file.fileno(), 1 << 20, getattr(self, "log_read", 0)).decode()
+        self.log_read = getattr(self, "log_read", 0) + len(text.encode())
+        return text
+
+
+class Folder(unittest.TestCase):
+    def setUp(self):
+        self.parent = tempfile.TemporaryDirectory(prefix="kelpay-durability-", dir=OPTIONS.folder)
+        self.addCleanup(self.parent.cleanup)
+        self.folder = Path(self.parent.name, "state")
+        self.folder.mkdir(mode=0o700)
+        measure_sync(self.parent.name)
+
+    def fresh(self):
+        shutil.rmtree(self.folder)
+        self.folder.mkdir(mode=0o700)
+
+
+class Kills(Folder):
+    """What was acknowledged is there afterwards; what was not is wholly there or wholly absent."""
+
+    def run_and_kill(self, number):
+        with open(Path(self.parent.name, "calls"), "w+") as calls:
+            process = subprocess.Popen([OPTIONS.worker], stdin=subprocess.PIPE, stdout=calls, stderr=subprocess.DEVNULL,
+                                       text=True)
+            process.stdin.write(f"open {self.folder}\nloop {RANDOM.randrange(1, 1 << 31)} {number}\n")
+            process.stdin.flush()
+            end = time.monotonic() + 20
+            # Half the kills meet the start of a process, where files are made and logs of changes are read.
+            if RANDOM.random() < 0.5:
+                time.sleep(RANDOM.uniform(0.005, 0.08))
+            else:
+                while os.fstat(calls.fileno()).st_size < 20 and time.monotonic() < end:
+                    time.sleep(0.001)
+                time.sleep(RANDOM.uniform(0, 0.06))
+            process.kill()
+            process.communicate()
+            calls.seek(0)
+            return [line.split() for line in calls if line.endswith("\n") and line[:4] in ("call", "done")]
+
+    def test_killed_writers(self):
+        expected = {}
+        number = 1
+        end = time.monotonic() + 0.6 * OPTIONS.kills + 30
+        for kill in range(OPTIONS.kills):
+            self.assertLess(time.monotonic(), end, "the disk is too slow for this many kills")
+            if kill % 5 == 0:
+                self.fresh()
+                expected = {(store, f"k{key}"): {"absent"} for store in STORES for key in range(6)}
+            calls = self.run_and_kill(number)
+            number += len(calls) + 1
+            COUNTS["kills"] += 1
+            for kind, store, key, value in calls:
+                if kind == "done":
+                    COUNTS["acknowledged writes"] += 1
+                    expected[store, key] = {value}
+                else:
+                    expected[store, key] = expected[store, key] | {value}
+            with Worker(self.folder) as reader:
+                for (store, key), values in expected.items():
+                    found = reader.ask("read", store, key)
+                    COUNTS["values checked after kills"] += 1
+                    COUNTS["torn"] += found == "torn"
+                    COUNTS["lost"] += found != "torn" and found not in values
+                    self.assertIn(found, values, f"{store} {key} after kill {kill}")
+                    expected[store, key] = {found}
+            if kill % 50 == 0:
+                measure_sync(self.parent.name)
+
+    def test_killed_while_the_master_key_was_made(self):
+        for rest in (b"", b"x" * 10, b"x" * 32):
+            self.fresh()
+            Path(self.folder, "keychain.key.new").write_bytes(rest)
+            with Worker(self.folder) as worker:
+                self.assertEqual(worker.ask("write", "k", "a", 1, 100), "0")
+                self.assertEqual(worker.ask("read", "k", "a"), "value:1")
+            self.assertEqual(sorted(path.name for path in self.folder.glob("keychain.key*")), ["keychain.key"])
+
+
+class Disks(Folder):
+    """On a disk of its own: full, then roomy again; read-only, then writable again."""
+
+    def mounted(self):
+        worker = None
+        try:
+            worker = Worker(self.folder, mounted=True)
+            self.addCleanup(worker.__exit__)
+            return worker
+        except (AssertionError, BrokenPipeError, FileNotFoundError):
+            COUNTS["skipped mounts"] += 1
+            self.skipTest("this process may not mount")
+
+    def expect_read(self, worker, values):
+        for (store, key), value in values.items():
+            self.assertEqual(worker.ask("read", store, key), value, f"{store} {key}: {worker.log()}")
+
+    def fill_both(self, worker):
+        for store in STORES:
+            for key in range(4):
+                self.assertEqual(worker.ask("write", store, f"k{key}", key + 1, 900), "0")
+        return {(store, f"k{key}"): f"value:{key + 1}" for store in STORES for key in range(4)}
+
+    def expect_refused(self, worker, advice):
+        """The keychain refuses, the defaults go on in memory, and both say which file it is and what to do."""
+        worker.log()
+        self.assertEqual(worker.ask("write", "k", "k0", 91, 30_000), NOT_AVAILABLE)
+        log = worker.log()
+        self.assertIn(f"{self.folder}/keychain.sqlite can't be", log)
+        self.assertIn(advice, log)
+        worker.ask("write", "d", "k0", 92, 30_000)
+        log = worker.log()
+        self.assertIn(f"{self.folder}/defaults.sqlite can't be", log)
+        self.assertIn("in memory", log)
+        self.assertIn(advice, log)
+        self.assertEqual(worker.ask("read", "d", "k0"), "value:92")
+
+    def expect_writable_again(self, worker, values):
+        for store in STORES:
+            self.assertEqual(worker.ask("write", store, "k1", 93, 900), "0")
+        values = values | {("d", "k0"): "value:92", ("d", "k1"): "value:93", ("k", "k1"): "value:93"}
+        worker.ask("open", self.folder)
+        self.expect_read(worker, values)
+
+    def test_full_disk(self):
+        worker = self.mounted()
+        values = self.fill_both(worker)
+        self.assertEqual(worker.ask("fill"), "0")
+        self.expect_refused(worker, "check that the disk has room")
+        self.expect_read(worker, values | {("d", "k0"): "value:92"})
+        # A process that starts on the full disk reads what is there.
+        worker.ask("close")
+        worker.ask("fill")
+        worker.ask("open", self.folder)
+        self.expect_read(worker, values)
+        self.expect_refused(worker, "check that the disk has room")
+        self.assertEqual(worker.ask("room"), "0")
+        self.expect_writable_again(worker, values)
+
+    def test_full_disk_from_the_start(self):
+        worker = self.mounted()
+        worker.ask("fill")
+        self.expect_refused(worker, "check that the disk has room")
+        self.assertEqual(worker.ask("room"), "0")
+        self.expect_writable_again(worker, {})
+
+    def test_damage_on_a_full_disk(self):
+        worker = self.mounted()
+        values = {("k", f"k{key}"): "value:1" for key in range(40)}
+        for store, key in values:
+            self.assertEqual(worker.ask("write", store, key, 1, 900), "0")
+        worker.ask("close")
+        file = Path(f"/proc/{worker.process.pid}/root{self.folder}/keychain.sqlite")
+        file.write_bytes(file.read_bytes()[:-4096])
+        worker.ask("fill")
+        worker.ask("open", self.folder)
+        for store, key in values:
+            self.assertIn(worker.ask("read", store, key), {"value:1", NOT_AVAILABLE})
+        self.assertIn(f"{self.folder}/keychain.sqlite is damaged and can't be replaced: check that the disk has room",
+                      worker.log())
+        self.assertEqual(worker.ask("room"), "0")
+        found = Counter(worker.ask("read", store, key) for store, key in values)
+        self.assertEqual(set(found), {"value:1", "absent"})
+        self.assertGreater(found["value:1"], 30, "what could be read was kept")
+        self.assertIn("was damaged and is made anew", worker.log())
+
+    def test_read_only_disk(self):
+        worker = self.mounted()
+        values = self.fill_both(worker)
+        for is_copy in (False, True):  # a copy has the main files only
+            worker.ask("close")
+            self.assertEqual(worker.ask("remount", "rw"), "0")
+            for suffix in ("-wal", "-shm"):
+                for name in STORES.values() if is_copy else ():
+                    Path(f"/proc/{worker.process.pid}/root{self.folder}/{name}{suffix}").unlink()
+            self.assertEqual(worker.ask("remount", "ro"), "0")
+            worker.ask("open", self.folder)
+            self.expect_read(worker, values)
+        self.expect_refused(worker, "that this user may write there")
+        self.assertEqual(worker.ask("remount", "rw"), "0")
+        self.expect_writable_again(worker, values)
+
+
+class Damage(Folder):
+    """Every damaged file can be read as far as it goes, or is reported, and takes values again."""
+
+    KEYS = {f"k{key}": [10, 200, 900, 9_000, 30_000, 60][key] for key in range(6)}
+
+    def damage(self, original, offsets):
+        for offset in offsets:
+            yield f"bit at {offset}", original[:offset] + bytes([original[offset] ^ 1 << RANDOM.randrange(8)]) + \
+                original[offset + 1:]
+        for size in {0, 1, 16, 100, len(original) // 2, len(original) - 1} | set(offsets[::5]):
+            if size < len(original):
+                yield f"cut to {size}", original[:size]
+        if len(original) > 8192:
+            for _ in range(5):
+                at = RANDOM.randrange(len(original) - 4096) & ~4095
+                yield f"zeros at {at}", original[:at] + bytes(4096) + original[at + 4096:]
+
+    def check(self, worker, store, what):
+        log = worker.log()
+        for key in self.KEYS:
+            found = worker.ask("read", store, key)
+            log += worker.log()
+            if store == "k":
+                self.assertIn(found, {"value:1", "value:2", "absent", DAMAGED}, f"{what} {key}: {log}")
+                COUNTS["keychain values kept in damaged files"] += found == "value:2"
+            if found == DAMAGED:
+                self.assertIn(f"a value in the keychain {self.folder} is damaged", log)
+        for number, key in enumerate(self.KEYS):
+            status = worker.ask("write", store, key, 100 + number, 500)
+            log += worker.log()
+            self.assertEqual(status, "0", f"{what} {key}: {log}")
+        worker.ask("open", self.folder)
+        for number, key in enumerate(self.KEYS):
+            self.assertEqual(worker.ask("read", store, key), f"value:{100 + number}", f"{what} {key}")
+        log += worker.log()
+        self.assertNotIn("in memory", log, what)
+        for aside in self.folder.glob("*.damaged-*[0-9]"):
+            COUNTS["files repaired"] += 1
+            self.assertIn(f"the damaged file is {aside}", log)
+
+    def test_damage(self):
+        with Worker(self.folder) as worker:
+            for closed in (False, True):
+                self.fresh()
+                with Worker(self.folder) as writer:
+                    for number in (1, 2):
+                        for store in STORES:
+                            for key, size in self.KEYS.items():
+                                self.assertEqual(writer.ask("write", store, key, number, size), "0")
+                    if closed:
+                        writer.ask("close")
+                kept = Path(self.parent.name, f"kept-{closed}")
+                shutil.copytree(self.folder, kept)
+                for name in ("defaults.sqlite", "defaults.sqlite-wal", "keychain.sqlite", "keychain.sqlite-wal",
+                             "keychain.key"):
+                    original = Path(kept, name).read_bytes()
+                    # Header and schema are where one bit does most harm.
+                    areas = [range(min(100, len(original))), range(len(original))]
+                    if closed and name.endswith(".sqlite"):
+                        areas.append(range(3600, 4096))
+                    offsets = [RANDOM.choice(area) for area in areas if area for _ in range(OPTIONS.offsets)]
+                    for what, content in self.damage(original, offsets):
+                        worker.ask("close")
+                        shutil.rmtree(self.folder)
+                        shutil.copytree(kept, self.folder)
+                        Path(self.folder, name).write_bytes(content)
+                        worker.ask("open", self.folder)
+                        COUNTS["damaged files"] += 1
+                        self.check(worker, name[0], f"seed {OPTIONS.seed}: {name}, {what}")
+
+
+class Others(Folder):
+    """Several processes at once, and one that hangs."""
+
+    def test_nothing_is_lost_between_processes(self):
+        processes, rounds = 3, 200
+        workers = [Worker(self.folder) for _ in range(processes)]
+        for number, worker in enumerate(workers):
+            self.addCleanup(worker.__exit__)
+            worker.start("increment", "counter", rounds)
+            for step in range(rounds // 10):
+                worker.start("write", "k", f"own{number}-{step}", step + 1, 300)
+                worker.start("write", "k", "shared", 1000 * number + step, 9_000)
+                worker.start("write", "d", "shared", 1000 * number + step, 9_000)
+        for worker in workers:
+            worker.answer("increment", isTimed=False)
+            for _ in range(rounds // 10):
+                for what in ("own", "shared", "shared defaults"):
+                    self.assertEqual(worker.answer(what), "0", worker.log())
+            self.assertEqual(worker.log(), "")
+        reader = workers[0]
+        for number in range(processes):
+            for step in range(rounds // 10):
+                self.assertEqual(reader.ask("read", "k", f"own{number}-{step}"), f"value:{step + 1}")
+        for store in STORES:
+            self.assertRegex(reader.ask("read", store, "shared"), "^value:")
+        self.assertEqual(reader.ask("increment", "counter", 1), str(processes * rounds + 1))
+        COUNTS["increments"] += processes * rounds
+
+    def test_several_processes_meet_a_damaged_file(self):
+        for _ in range(5):
+            self.fresh()
+            with Worker(self.folder) as worker:
+                for store in STORES:
+                    for key in range(40):
+                        worker.ask("write", store, f"k{key}", 1, 900)
+                worker.ask("close")
+            for name in STORES.values():
+                os.truncate(Path(self.folder, name), Path(self.folder, name).stat().st_size - 4096)
+            workers = [Worker(self.folder) for _ in range(3)]
+            for number, worker in enumerate(workers):
+                self.addCleanup(worker.__exit__)
+                for store in STORES:
+                    worker.start("write", store, f"new{number}", number, 900)
+            for worker in workers:
+                for store in STORES:
+                    self.assertEqual(worker.answer("a write to a damaged file"), "0", worker.log())
+            for store, name in STORES.items():
+                self.assertEqual(len(list(self.folder.glob(f"{name}.damaged-*[0-9]"))), 1)
+                for number in range(3):
+                    self.assertEqual(workers[0].ask("read", store, f"new{number}"), f"value:{number}")
+                kept = [workers[1].ask("read", store, f"k{key}") for key in range(40)].count("value:1")
+                self.assertGreater(kept, 30, "what could be read was kept")
+
+    def test_a_hanging_writer_stalls_nobody(self):
+        with Worker(self.folder) as worker:
+            for store in STORES:
+                worker.ask("write", store, "a", 1, 100)
+            holders = [sqlite3.connect(Path(self.folder, name), isolation_level=None) for name in STORES.values()]
+            for holder in holders:
+                holder.execute("BEGIN IMMEDIATE")
+            start = time.monotonic()
+            for number in range(2, 12):
+                worker.ask("write", "d", f"k{number}", number, 100)
+            self.assertLess(time.monotonic() - start, 1.5, "all defaults together")
+            log = worker.log()
+            self.assertIn(f"{self.folder}/defaults.sqlite can't be written", log)
+            self.assertIn("another process holds it", log)
+            self.assertEqual(worker.ask("write", "k", "a", 2, 100), NOT_AVAILABLE)
+            self.assertIn("another process holds it", worker.log())
+            for store in STORES:
+                self.assertEqual(worker.ask("read", store, "a"), "value:1")
+            for holder in holders:
+                holder.close()
+            for store in STORES:
+                self.assertEqual(worker.ask("write", store, "a", 3, 100), "0")
+            worker.ask("open", self.folder)
+            for number in range(2, 12):
+                self.assertEqual(worker.ask("read", "d", f"k{number}"), f"value:{number}")
+
+    def test_a_stopped_process_stalls_nobody(self):
+        for _ in range(5):
+            with Worker(self.folder) as stopped, Worker(self.folder) as worker:
+                stopped.start("loop", RANDOM.randrange(1, 1 << 31), 1)
+                time.sleep(RANDOM.uniform(0.01, 0.1))
+                stopped.process.send_signal(signal.SIGSTOP)
+                for store in STORES:
+                    self.assertIn(worker.ask("write", store, "a", 1, 100), {"0", NOT_AVAILABLE})
+                stopped.process.kill()
+                for store in STORES:
+                    self.assertEqual(worker.ask("write", store, "a", 2, 100), "0", worker.log())
+
+
+class Stalls(unittest.TestCase):
+    def test_no_call_takes_over_a_second_beside_the_disk(self):
+        """Runs last: over all that the others did."""
+        self.assertLess(LONGEST["call"][0], 1 + 10 * LONGEST["sync"], LONGEST["call"][1])
+
+
+def main():
+    global OPTIONS
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--kills", type=int, default=1000)
+    parser.add_argument("--offsets", type=int, default=60, help="where a file is damaged, for each of its areas")
+    parser.add_argument("--seed", type=int, default=random.randrange(1 << 32))
+    parser.add_argument("--folder", help="where the files go, to try another disk")
+    parser.add_argument("worker")
+    OPTIONS, rest = parser.parse_known_args()
+    RANDOM.seed(OPTIONS.seed)
+    print(f"seed {OPTIONS.seed}", flush=True)
+    loader = unittest.TestLoader()
+    groups = (Kills, Disks, Damage, Others, Stalls)
+    suite = loader.loadTestsFromNames(rest, sys.modules[__name__]) if rest else unittest.TestSuite(
+        loader.loadTestsFromTestCase(group) for group in groups)
+    result = unittest.TextTestRunner(verbosity=2).run(suite)
+    for name, count in COUNTS.items():
+        print(f"{count:8} {name}")
+    print(f"{LONGEST['call'][0]:8.3f} s longest call ({LONGEST['call'][1]}), "
+          f"{LONGEST['sync']:.3f} s longest sync of the disk itself")
+    return 0 if result.wasSuccessful() and COUNTS["lost"] == COUNTS["torn"] == 0 else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
