@@ -35,17 +35,22 @@ FocusScope {
                 right: parent.right
                 top: parent.top
                 bottom: answers.top
-                margins: Theme.margin
+                margins: Theme.spacing
                 topMargin: 1.5 * Theme.margin
+                bottomMargin: Theme.margin
             }
             contentHeight: texts.implicitHeight
             boundsBehavior: Flickable.StopAtBounds
             interactive: contentHeight > height
-            clip: interactive
+            clip: true
 
+            ScrollMark {
+                area: question
+            }
             Column {
                 id: texts
-                width: parent.width
+                x: Theme.spacing
+                width: parent.width - 2 * Theme.spacing
                 spacing: Theme.margin
 
                 Text {

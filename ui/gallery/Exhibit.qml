@@ -3,6 +3,8 @@ import KelPay.Components
 
 /// A part of the screens, named.
 Column {
+    id: exhibit
+
     property alias name: caption.text
     default property alias content: place.data
     /// How high the part may be; by default as high as it is.
@@ -21,7 +23,7 @@ Column {
     Item {
         id: place
         width: parent.width
-        height: parent.room
-        clip: parent.room !== childrenRect.height
+        height: exhibit.room
+        clip: exhibit.room !== childrenRect.height
     }
 }

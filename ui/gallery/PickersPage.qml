@@ -1,5 +1,4 @@
 import QtQuick
-import KelPay.Components
 import KelPay.Payment
 
 /// The sheets that stand in the keyboard's place.

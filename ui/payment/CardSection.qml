@@ -105,6 +105,7 @@ Card {
         visible: opacity > 0
         text: section.form.expiration
         open: section.expiryOpen
+        input.onActiveFocusChanged: if (input.activeFocus) section.edited(expirationDateView)
         onOpened: {
             section.edited(expirationDateView);
             section.expiryOpened();

@@ -20,7 +20,8 @@ BottomSheet {
             done();
     }
 
-    height: Math.min(list.count, 4) * Theme.rowHeight + 2 * Theme.spacing
+    // A row cut in half says that there are more.
+    height: Math.min(list.count, 3.5) * Theme.rowHeight + 2 * Theme.spacing
     Keys.onEscapePressed: done()
 
     ListView {

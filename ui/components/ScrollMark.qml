@@ -1,0 +1,17 @@
+import QtQuick
+
+/// Shows at the side of an area that there is more of it, and where.
+Rectangle {
+    required property Flickable area
+
+    parent: area
+    anchors.right: parent.right
+    anchors.rightMargin: 3
+    y: area.visibleArea.yPosition * area.height
+    width: 4
+    height: area.visibleArea.heightRatio * area.height
+    radius: 2
+    color: Theme.outline
+    visible: area.contentHeight > area.height + 1
+    Accessible.ignored: true
+}
