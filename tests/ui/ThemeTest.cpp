@@ -45,33 +45,34 @@ TEST(Theme, everyPairCanBeReadInBothSchemes)
         const char *ground;
         double least;
     } pairs[] = {
-        {"ink", "surface", text},              // labels, the alert, the progress panel, fields
-        {"ink", "page", text},                 // a field that takes no input, the chosen row
-        {"inkSoft", "surface", text},          // field names, details
-        {"inkSoft", "page", text},             // time left, verification fault
-        {"inkSoft", "disabled", text},         // a button that takes no input
-        {"hint", "surface", text},             // hints, the wheels' other rows
-        {"hint", "page", text},                // hints of a field that takes no input, the wheels' middle
-        {"blue", "surface", text},             // amount, sheet and alert titles, text buttons
-        {"blue", "page", text},                // the chosen row of a wheel
-        {"magenta", "surface", text},          // the verification link
-        {"magenta", "page", text},             // the last minute
-        {"fault", "surface", text},            // what is wrong with a field, a failed receipt
-        {"success", "surface", text},          // a paid receipt
-        {"onColor", "action", text},           // the main button
-        {"onColor", "selection", text},        // a selection in a field
-        {"onColor", "bannerColor", text},      // the banner
-        {"onColor", "accessory", text},        // the bar above the keyboard
-        {"brandBlue", "barSurface", text},     // title and button of the navigation bar
-        {"onColor", "successFill", shape},     // the receipt's sign
-        {"brandBlue", "tile", shape},          // icons
-        {"brandMagenta", "tile", shape},       // the verified sign
-        {"outline", "surface", shape},         // a field's edge
-        {"outline", "page", shape},            // the edge of one that takes no input, of a wheel
-        {"blue", "page", shape},               // the edge of the field being edited
-        {"fault", "page", shape},              // the edge of a faulty field
-        {"magenta", "page", shape},            // the focus ring
-        {"magenta", "surface", shape},         //
+        {"ink", "surface", text},          // labels, the alert, the progress panel, fields
+        {"ink", "page", text},             // a field that takes no input, the chosen row
+        {"inkSoft", "surface", text},      // field names, details
+        {"inkSoft", "page", text},         // time left, verification fault
+        {"inkSoft", "disabled", text},     // a button that takes no input
+        {"hint", "surface", text},         // hints, the wheels' other rows
+        {"hint", "page", text},            // hints of a field that takes no input, the wheels' middle
+        {"blue", "surface", text},         // amount, sheet and alert titles, text buttons
+        {"blue", "page", text},            // the chosen row of a wheel
+        {"magenta", "surface", text},      // the verification link
+        {"magenta", "page", text},         // the last minute
+        {"fault", "surface", text},        // what is wrong with a field, a failed receipt
+        {"success", "surface", text},      // a paid receipt
+        {"onColor", "action", text},       // the main button
+        {"onColor", "selection", text},    // a selection in a field
+        {"onColor", "bannerColor", text},  // the banner
+        {"onColor", "accessory", text},    // the bar above the keyboard
+        {"brandBlue", "barSurface", text}, // title and button of the navigation bar
+        {"onColor", "successFill", shape}, // the receipt's sign
+        {"brandBlue", "tile", shape},      // icons
+        {"brandMagenta", "tile", shape},   // the verified sign
+        {"outline", "surface", shape},     // a field's edge
+        {"outline", "page", shape},        // the edge of one that takes no input, of a wheel
+        {"blue", "page", shape},           // the edge of the field being edited
+        {"fault", "page", shape},          // the edge of a faulty field
+        {"magenta", "page", shape},        // the focus ring
+        {"magenta", "surface", shape},     //
+        {"magenta", "accessory", shape},
         {"brandMagenta", "barSurface", shape}, // the focus ring in the navigation bar
         {"action", "surface", shape},          // the main button's edge
         {"action", "page", shape},             //

@@ -18,13 +18,16 @@ namespace {
 
 using Settings = QMap<QString, QVariantMap>;
 
+namespace portal {
 const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
 
+// Groups of settings.
 const QString appearance = QStringLiteral("org.freedesktop.appearance");
 const QString gnome = QStringLiteral("org.gnome.desktop.interface");
 const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+} // namespace portal
 
 /// "" for none, and for an address that would start a bus or a program ("autolaunch:", "unixexec:").
 QString busAddress()
@@ -49,15 +52,15 @@ Look lookOf(const Settings &settings)
     constexpr uint preferDark = 1;
     constexpr uint preferReduced = 1;
     Look look;
-    look.isDark = value(settings, appearance, "color-scheme").toUInt() == preferDark;
+    look.isDark = value(settings, portal::appearance, "color-scheme").toUInt() == preferDark;
 
-    const QVariant animations = value(settings, gnome, "enable-animations");
+    const QVariant animations = value(settings, portal::gnome, "enable-animations");
     bool isNumber = false;
-    const double factor = value(settings, kde, "AnimationDurationFactor").toDouble(&isNumber);
-    look.isMotionReduced = value(settings, appearance, "reduced-motion").toUInt() == preferReduced ||
+    const double factor = value(settings, portal::kde, "AnimationDurationFactor").toDouble(&isNumber);
+    look.isMotionReduced = value(settings, portal::appearance, "reduced-motion").toUInt() == preferReduced ||
                            (animations.isValid() && !animations.toBool()) || (isNumber && factor <= 0);
 
-    if (const double scale = value(settings, gnome, "text-scaling-factor").toDouble(); scale > 0)
+    if (const double scale = value(settings, portal::gnome, "text-scaling-factor").toDouble(); scale > 0)
         look.textScale = std::clamp(scale, 0.8, 2.0);
     return look;
 }
@@ -97,16 +100,19 @@ void DesktopSettings::listen(const QDBusConnection &connection)
     if (!m_connection->isConnected())
         return;
     // Without a sender, because finding the sender's name would wait; whoever says so, the portal is asked.
-    m_connection->connect(QString(), path, interface, QStringLiteral("SettingChanged"), this, SLOT(ask()));
-    auto *watcher = new QDBusServiceWatcher(service, connection, QDBusServiceWatcher::WatchForRegistration, this);
+    m_connection->connect(QString(), portal::path, portal::interface, QStringLiteral("SettingChanged"), this,
+                          SLOT(ask()));
+    auto *watcher =
+        new QDBusServiceWatcher(portal::service, connection, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &DesktopSettings::ask);
     ask();
 }
 
 void DesktopSettings::ask()
 {
-    QDBusMessage question = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("ReadAll"));
-    question << QStringList{appearance, gnome, kde};
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(portal::service, portal::path, portal::interface, QStringLiteral("ReadAll"));
+    question << QStringList{portal::appearance, portal::gnome, portal::kde};
     auto *answer = new QDBusPendingCallWatcher(m_connection->asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();

@@ -3,6 +3,7 @@ import QtQuick
 /// Shows where the keyboard is.
 Rectangle {
     property bool shown: false
+    property color ring: Theme.magenta
 
     anchors.fill: parent
     anchors.margins: -3
@@ -10,5 +11,5 @@ Rectangle {
     color: "transparent"
     radius: Theme.radius + 3
     border.width: 2
-    border.color: Theme.magenta
+    border.color: ring
 }

@@ -59,6 +59,7 @@ FocusScope {
             objectName: navigation.controller.topViewController.barButtonName
             text: navigation.controller.topViewController.barButtonText
             textColor: Theme.brandBlue
+            ring: Theme.brandMagenta
             visible: text !== ""
             onClicked: navigation.controller.topViewController.barButtonPressed()
         }

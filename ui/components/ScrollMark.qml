@@ -7,9 +7,9 @@ Rectangle {
     parent: area
     anchors.right: parent.right
     anchors.rightMargin: 3
-    y: area.visibleArea.yPosition * area.height
+    y: area.contentY / Math.max(1, area.contentHeight - area.height) * (area.height - height)
     width: 4
-    height: area.visibleArea.heightRatio * area.height
+    height: Math.max(24, area.visibleArea.heightRatio * area.height)
     radius: 2
     color: Theme.outline
     visible: area.contentHeight > area.height + 1

@@ -6,6 +6,7 @@ T.Button {
     id: button
 
     property color textColor: Theme.blue
+    property alias ring: focusRing.ring
 
     implicitWidth: implicitContentWidth + 2 * Theme.margin
     implicitHeight: Math.max(44, implicitContentHeight + Theme.spacing)
@@ -30,6 +31,7 @@ T.Button {
     }
 
     FocusRing {
+        id: focusRing
         shown: button.visualFocus
     }
 

@@ -34,7 +34,7 @@ QtObject {
     readonly property color line: dark ? "#2c3957" : "#d6dce8"
     readonly property color outline: dark ? "#6d7a96" : "#808a9e"
     readonly property color disabled: dark ? "#2a3550" : "#e4e8f0"
-    readonly property color accessory: dark ? "#2a3652" : "#202634"
+    readonly property color accessory: dark ? "#2a3652" : "#1a202c"
     readonly property color scrim: dark ? "#c0050912" : "#b3101a30"
 
     readonly property string family: "IRANSansFaNum-Medium"

@@ -40,6 +40,7 @@ Rectangle {
 
                     text: modelData
                     textColor: index === gallery.page ? Theme.brandMagenta : Theme.brandBlue
+                    ring: Theme.brandMagenta
                     onClicked: gallery.page = index
                 }
             }

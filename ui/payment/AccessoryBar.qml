@@ -21,22 +21,28 @@ FocusScope {
     MouseArea {
         anchors.fill: parent
     }
-    TextButton {
-        anchors.right: parent.right
-        anchors.verticalCenter: parent.verticalCenter
-        objectName: "savedCardsButton"
-        text: "کارت های پیشفرض"
-        textColor: Theme.onColor
-        visible: !bar.controller.isPanListShown
-        onClicked: bar.cardsWanted()
-    }
-    TextButton {
-        anchors.right: parent.right
-        anchors.verticalCenter: parent.verticalCenter
-        objectName: "keyboardButton"
-        text: "وارد کردن شماره کارت"
-        textColor: Theme.onColor
-        visible: bar.controller.isPanListShown
-        onClicked: bar.keyboardWanted()
+    Item {
+        anchors.horizontalCenter: parent.horizontalCenter
+        width: Math.min(parent.width, Theme.columnWidth + 2 * Theme.margin)
+        height: parent.height
+
+        TextButton {
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            objectName: "savedCardsButton"
+            text: "کارت های پیشفرض"
+            textColor: Theme.onColor
+            visible: !bar.controller.isPanListShown
+            onClicked: bar.cardsWanted()
+        }
+        TextButton {
+            anchors.right: parent.right
+            anchors.verticalCenter: parent.verticalCenter
+            objectName: "keyboardButton"
+            text: "وارد کردن شماره کارت"
+            textColor: Theme.onColor
+            visible: bar.controller.isPanListShown
+            onClicked: bar.keyboardWanted()
+        }
     }
 }

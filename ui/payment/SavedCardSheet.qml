@@ -28,6 +28,7 @@ BottomSheet {
         id: list
         anchors.fill: parent
         anchors.margins: Theme.spacing
+        anchors.bottomMargin: 0
         objectName: "panTumbler"
         clip: true
         focus: true
