@@ -31,6 +31,13 @@ QString substring(const QString &text, qsizetype position, qsizetype length)
     return text.mid(position, length);
 }
 
+/// Whether the card begins with what stands in the entry before the first ";". An empty prefix is none.
+bool hasPrefixOf(QStringView entry, QStringView cardNumber)
+{
+    const auto [stop, digit] = std::mismatch(entry.begin(), entry.end(), cardNumber.begin(), cardNumber.end());
+    return stop != entry.begin() && (stop == entry.end() || *stop == u';');
+}
+
 using Fields = QList<QStringView>;
 
 /// Calls `visit` with the fields of each entry whose prefix the card has. Runs on every key that is typed, over up to
@@ -44,9 +51,7 @@ template <class Visit> void scan(QStringView cardNumber, QStringView rules, Visi
     for (qsizetype end = rules.indexOf(u'|'); end >= 0; end = rules.indexOf(u'|', begin)) {
         const QStringView entry = rules.sliced(begin, end - begin);
         begin = end + 1;
-        const qsizetype length = entry.indexOf(u';');
-        const QStringView prefix = length < 0 ? entry : entry.first(length);
-        if (!prefix.isEmpty() && cardNumber.startsWith(prefix))
+        if (hasPrefixOf(entry, cardNumber))
             visit(entry.split(u';'));
     }
 }

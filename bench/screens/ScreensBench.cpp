@@ -5,9 +5,6 @@
 #include "platform/UserDefaults.h"
 #include "protocol/records/BaseClass.h"
 #include "ui/components/RootViewController.h"
-#include "ui/components/ScreenEngine.h"
-#include "ui/components/NavigationController.h"
-#include <QQuickItem>
 #include "ui/components/Storyboard.h"
 #include "ui/payment/CardForm.h"
 
@@ -84,19 +81,8 @@ int measureOne(bool isScreen)
     QElapsedTimer timer;
     timer.start();
     if (isScreen) {
-        fprintf(stderr,"start %f\n",timer.nsecsElapsed()/1e6);
-        ScreenEngine::shared();
-        fprintf(stderr,"engine %f\n",timer.nsecsElapsed()/1e6);
-        { std::unique_ptr<QQuickItem> i(ScreenEngine::createItem(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/Label.qml")),{}));}
-        fprintf(stderr,"label (imports) %f\n",timer.nsecsElapsed()/1e6);
-        auto scene = Storyboard::main().instantiateViewController(QStringLiteral("PaymentView"));
-        auto *nav = static_cast<NavigationController*>(scene.get());
-        fprintf(stderr,"scene %f\n",timer.nsecsElapsed()/1e6);
-        nav->topViewController()->view();
-        fprintf(stderr,"payment view %f\n",timer.nsecsElapsed()/1e6);
-        RootViewController::shared().present(std::move(scene),false); if(0)RootViewController::shared().present(
+        RootViewController::shared().present(
             Storyboard::main().instantiateViewController(QStringLiteral("PaymentView")), false);
-        fprintf(stderr,"presented %f\n",timer.nsecsElapsed()/1e6);
         const QWindowList windows = QGuiApplication::topLevelWindows();
         awaitFrame(*qobject_cast<QQuickWindow *>(windows.constLast()));
     } else {
