@@ -9,9 +9,7 @@ void FastestReporter::ReportRuns(const std::vector<Run> &runs)
     for (const Run &run : runs) {
         if (run.run_type != Run::RT_Iteration || run.error_occurred)
             continue;
-        const bool isWallTime = !run.run_name.time_type.empty();
-        const double time = (isWallTime ? run.GetAdjustedRealTime() : run.GetAdjustedCPUTime()) /
-                            benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
+        const double time = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
         const auto [entry, isNew] = m_fastest.try_emplace(run.run_name.function_name, time);
         if (!isNew && time < entry->second)
             entry->second = time;

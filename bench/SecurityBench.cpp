@@ -215,7 +215,6 @@ int main(int argc, char **argv)
                                {"hex text", "base64 bare", 1, "hex text of 1 MiB / the same"},
                                {"aes", "aes bare", 1.1, "AES-256-CBC of 1 MiB / bare calls"},
                                {"default", "default bare", 1.5, "write of a user default / SQLite, no sync"},
-                               {"keychain", "keychain bare", 2, "write of a keychain value / SQLite, synced"},
                            });
     std::printf("      memcpy of 1 MiB into fresh memory, for scale: %.2f us\n", results.nanoseconds("memcpy") / 1e3);
     return printFirstSeal() && isReached ? 0 : 1;

@@ -1,8 +1,6 @@
 #include "bench/StoresBench.h"
 
 #include "platform/UserDefaults.h"
-#include "security/FileKeychain.h"
-#include "security/SecStatus.h"
 
 #include <QFile>
 
@@ -28,11 +26,12 @@ const Bytes &nextValue()
 class BareRow
 {
 public:
-    BareRow(const QString &path, const char *pragmas)
+    explicit BareRow(const QString &path)
     {
         sqlite3_open(QFile::encodeName(path).constData(), &m_database);
         const bool isReady =
-            sqlite3_exec(m_database, pragmas, nullptr, nullptr, nullptr) == SQLITE_OK &&
+            sqlite3_exec(m_database, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr) ==
+                SQLITE_OK &&
             sqlite3_exec(m_database,
                          "CREATE TABLE defaults(key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) "
                          "WITHOUT ROWID",
@@ -72,39 +71,18 @@ private:
 
 void registerStores(const QString &folder)
 {
-    const auto registerBare = [folder](const char *name, const QString &file, const char *pragmas) {
-        auto row = std::make_shared<BareRow>(folder + file, pragmas);
-        return benchmark::RegisterBenchmark(name, [row](benchmark::State &state) {
-            for ([[maybe_unused]] auto pass : state) {
-                if (row->write() != SQLITE_DONE)
-                    state.SkipWithError("not written");
-            }
-        });
-    };
-    registerBare("default bare", QStringLiteral("/bare-default.sqlite"),
-                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
-    registerBare("keychain bare", QStringLiteral("/bare-keychain.sqlite"),
-                 "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL")
-        ->UseRealTime();
-
+    auto row = std::make_shared<BareRow>(folder + QStringLiteral("/bare-default.sqlite"));
+    benchmark::RegisterBenchmark("default bare", [row](benchmark::State &state) {
+        for ([[maybe_unused]] auto pass : state) {
+            if (row->write() != SQLITE_DONE)
+                state.SkipWithError("not written");
+        }
+    });
     auto defaults = std::make_shared<UserDefaults>(folder + QStringLiteral("/one-default.sqlite"));
     benchmark::RegisterBenchmark("default", [defaults](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state)
             defaults->setData(QStringLiteral("crn"), nextValue());
     });
-
-    auto keychain = std::make_shared<FileKeychain>(folder);
-    KeychainItem item;
-    item.account = QStringLiteral("crn");
-    item.value = nextValue();
-    keychain->add({item});
-    benchmark::RegisterBenchmark("keychain", [keychain](benchmark::State &state) {
-        const KeychainMatch match{KeychainItemClass::GenericPassword, {}, {}, QStringLiteral("crn")};
-        for ([[maybe_unused]] auto pass : state) {
-            if (keychain->update(match, nextValue()) != SecStatus::Success)
-                state.SkipWithError("not written");
-        }
-    })->UseRealTime();
 }
 
 } // namespace kelpay::bench

@@ -314,6 +314,8 @@ class Damage(Folder):
                                 self.assertEqual(writer.ask("write", store, key, number, size), "0")
                     if closed:
                         writer.ask("close")
+                        for name in STORES.values():
+                            self.assertEqual(Path(self.folder, f"{name}-wal").stat().st_size, 0, "former values")
                 kept = Path(self.parent.name, f"kept-{closed}")
                 shutil.copytree(self.folder, kept)
                 for name in ("defaults.sqlite", "defaults.sqlite-wal", "keychain.sqlite", "keychain.sqlite-wal",

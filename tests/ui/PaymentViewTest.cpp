@@ -215,6 +215,22 @@ TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
     EXPECT_EQ(item(cardField)->property("cursorPosition"), 8);
 }
 
+TEST_F(PaymentViewTest, scrollsByTheWheel)
+{
+    window()->resize(320, 568);
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    presentPayment();
+    const qreal before = item(cardField)->mapToScene({}).y();
+    const QPointF at(160, 200);
+    for (int turn = 0; turn < 3; ++turn) {
+        QWheelEvent wheel(at, window()->mapToGlobal(at), {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                          false);
+        QCoreApplication::sendEvent(window(), &wheel);
+        settle(100);
+    }
+    EXPECT_LT(item(cardField)->mapToScene({}).y(), before - 30);
+}
+
 TEST_F(PaymentViewTest, masksSavedNumbersInTheList)
 {
     storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.6037991234567893.0512;")}});

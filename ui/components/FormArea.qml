@@ -19,9 +19,10 @@ Flickable {
             return;
         const top = item.mapToItem(contentItem, 0, 0).y;
         const bottom = top + item.height + shift;
-        if (bottom > contentY + height)
+        const aim = slide.running ? glide.targetValue : contentY;
+        if (bottom > aim + height)
             contentY = Math.max(0, Math.min(bottom - height, top, contentHeight - height));
-        else if (top < contentY)
+        else if (top < aim)
             contentY = Math.max(0, top - shift);
     }
 
@@ -33,8 +34,10 @@ Flickable {
     clip: true
 
     Behavior on contentY {
+        id: glide
         enabled: !area.moving
         NumberAnimation {
+            id: slide
             duration: Theme.motion
             easing.type: Easing.OutCubic
         }
