@@ -1,4 +1,3 @@
-pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 
@@ -85,10 +84,9 @@ FocusScope {
     }
 
     // No card data in the pictures that a system takes of applications that are put away.
-    OnDemand {
+    Loader {
         anchors.fill: parent
-        visible: wanted
-        wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
+        active: veil.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {
             objectName: "veil"
             color: Theme.page

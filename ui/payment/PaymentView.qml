@@ -1,4 +1,3 @@
-pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 import KelPay.Payment
@@ -119,27 +118,34 @@ FocusScope {
             cards.cardInput.forceActiveFocus();
         }
     }
-    OnDemand {
+    // What comes later is made when it is first wanted, so that the first frame waits for nothing that it does not show.
+    // Qt 6.4's Loader takes no bound component, hence the ids from outside.
+    // qmllint disable unqualified
+    Loader {
         id: cardSheet
 
+        readonly property bool wanted: view.sheet === PaymentView.Cards
         readonly property real sheetHeight: (item as SavedCardSheet)?.height ?? 0
 
-        anchors.fill: parent
-        wanted: view.sheet === PaymentView.Cards
+        active: false
+        onWantedChanged: if (wanted) active = true
         sourceComponent: SavedCardSheet {
+            parent: view // A loader would give it the loader's size.
             delegational: view.controller.delegational
             shown: view.sheet === PaymentView.Cards
             onDone: view.endEditing()
         }
     }
-    OnDemand {
+    Loader {
         id: expirySheet
 
+        readonly property bool wanted: view.sheet === PaymentView.Expiry
         readonly property real sheetHeight: (item as ExpirySheet)?.height ?? 0
 
-        anchors.fill: parent
-        wanted: view.sheet === PaymentView.Expiry
+        active: false
+        onWantedChanged: if (wanted) active = true
         sourceComponent: ExpirySheet {
+            parent: view
             form: view.controller.form
             shown: view.sheet === PaymentView.Expiry
             onDone: {
@@ -149,18 +155,26 @@ FocusScope {
         }
     }
 
-    OnDemand {
-        wanted: view.controller.walletAlert.shown
+    Loader {
+        readonly property bool wanted: view.controller.walletAlert.shown
+
+        active: false
+        onWantedChanged: if (wanted) active = true
         sourceComponent: AlertPanel {
             alert: view.controller.walletAlert
         }
     }
-    OnDemand {
-        wanted: view.controller.leaveAlert.shown
+    Loader {
+        readonly property bool wanted: view.controller.leaveAlert.shown
+
+        active: false
+        onWantedChanged: if (wanted) active = true
         sourceComponent: AlertPanel {
             alert: view.controller.leaveAlert
         }
     }
+    // qmllint enable unqualified
+
     Spoken {
         text: view.controller.timeNotice
     }
