@@ -215,6 +215,33 @@ TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
     EXPECT_EQ(item(cardField)->property("cursorPosition"), 8);
 }
 
+TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
+                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    presentPayment();
+    const QStringList order{QStringLiteral("verifyButton"),
+                            cardField,
+                            QStringLiteral("savedCardsButton"),
+                            pinField,
+                            cvvField,
+                            QStringLiteral("expirationDateTextField"),
+                            QStringLiteral("payButton"),
+                            QStringLiteral("cancelButton")};
+    QStringList reached;
+    for (qsizetype stop = 0; stop < order.size(); ++stop) {
+        QTest::keyClick(window(), Qt::Key_Tab);
+        reached << window()->activeFocusItem()->objectName();
+    }
+    EXPECT_EQ(reached.join(u' ').toStdString(), order.join(u' ').toStdString());
+    for (qsizetype stop = order.size() - 2; stop >= 0; --stop) {
+        if (order[stop] == QStringLiteral("savedCardsButton"))
+            continue; // It stands there only while the number or itself is edited.
+        QTest::keyClick(window(), Qt::Key_Backtab);
+        EXPECT_EQ(window()->activeFocusItem()->objectName(), order[stop]);
+    }
+}
+
 TEST_F(PaymentViewTest, scrollsByTheWheel)
 {
     window()->resize(320, 568);

@@ -7,6 +7,9 @@ FocusScope {
     id: bar
 
     required property PaymentViewController controller
+    /// Where Tab leads from here.
+    property Item next: null
+    readonly property Item button: controller.isPanListShown ? keyboard : savedCards
 
     signal cardsWanted
     signal keyboardWanted
@@ -27,8 +30,10 @@ FocusScope {
         height: parent.height
 
         TextButton {
+            id: savedCards
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
+            KeyNavigation.tab: bar.next
             objectName: "savedCardsButton"
             text: "کارت های پیشفرض"
             textColor: Theme.onColor
@@ -36,8 +41,10 @@ FocusScope {
             onClicked: bar.cardsWanted()
         }
         TextButton {
+            id: keyboard
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
+            KeyNavigation.tab: bar.next
             objectName: "keyboardButton"
             text: "وارد کردن شماره کارت"
             textColor: Theme.onColor

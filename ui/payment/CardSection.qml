@@ -9,6 +9,9 @@ Card {
     required property CardForm form
     property bool expiryOpen: false
     readonly property alias cardInput: card.input
+    readonly property alias pinInput: pin.input
+    /// What Tab leads to from the card number, before the PIN.
+    property Item afterCard: null
     readonly property alias expiryInput: expirationDateView.input
 
     signal edited(Item field)
@@ -35,6 +38,7 @@ Card {
         entered: section.form.cardNumber
         onEnteredChanged: section.form.cardNumber = entered
         onAccepted: section.accepted()
+        input.KeyNavigation.tab: section.afterCard
         input.onActiveFocusChanged: {
             if (!input.activeFocus) {
                 section.form.cardNumberDidEndEditing();

@@ -52,6 +52,7 @@ FocusScope {
         CardSection {
             id: cards
             form: view.controller.form
+            afterCard: accessory.visible ? accessory.button : null
             expiryOpen: view.sheet === PaymentView.Expiry
             onEdited: field => {
                 const isCard = cardInput.activeFocus;
@@ -105,6 +106,7 @@ FocusScope {
     AccessoryBar {
         id: accessory
         controller: view.controller
+        next: cards.pinInput
         y: parent.height - height - (view.sheet === PaymentView.Cards ? cardSheet.sheetHeight : view.keyboardHeight)
         visible: view.controller.hasSavedCards
                  && (cards.cardInput.activeFocus || activeFocus || view.sheet === PaymentView.Cards)
@@ -133,6 +135,7 @@ FocusScope {
             parent: view // A loader would give it the loader's size.
             delegational: view.controller.delegational
             shown: view.sheet === PaymentView.Cards
+            KeyNavigation.tab: accessory.button
             onDone: view.endEditing()
         }
     }
