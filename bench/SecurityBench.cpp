@@ -180,11 +180,6 @@ int main(int argc, char **argv)
     mallopt(M_MMAP_THRESHOLD, 64 * static_cast<int>(mebibyte));
     mallopt(M_TRIM_THRESHOLD, 256 * static_cast<int>(mebibyte));
 
-    // Large buffers come from memory that is already there, on both sides: fresh pages of the kernel are no part of an
-    // encoding, and whether an allocation gets them is chance.
-    mallopt(M_MMAP_THRESHOLD, 32 * static_cast<int>(mebibyte));
-    mallopt(M_TRIM_THRESHOLD, 256 * static_cast<int>(mebibyte));
-
     const test::InstalledIdentity identity(test::makeIdentity());
     BareCalls bare(QFile::encodeName(identity.path()).toStdString());
     const QTemporaryDir folder;

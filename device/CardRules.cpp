@@ -17,7 +17,7 @@ namespace {
 
 constexpr int simpleLimit = 2'000'000;
 
-const QString &fieldAt(const QStringList &fields, qsizetype index)
+template <class List> auto fieldAt(const List &fields, qsizetype index)
 {
     if (index >= fields.size())
         throw std::out_of_range("a card rule has too few fields");
@@ -31,26 +31,37 @@ QString substring(const QString &text, qsizetype position, qsizetype length)
     return text.mid(position, length);
 }
 
-/// Calls `visit` with the fields of each entry whose prefix the card has.
-template <class Visit> void scan(const QString &cardNumber, const QString &rules, Visit visit)
+/// Whether the card begins with what stands in the entry before the first ";". An empty prefix is none.
+bool hasPrefixOf(QStringView entry, QStringView cardNumber)
 {
-    const QStringList entries = rules.split(QLatin1Char('|'));
-    if (entries.size() < 2)
+    const auto [stop, digit] = std::mismatch(entry.begin(), entry.end(), cardNumber.begin(), cardNumber.end());
+    return stop != entry.begin() && (stop == entry.end() || *stop == u';');
+}
+
+using Fields = QList<QStringView>;
+
+/// Calls `visit` with the fields of each entry whose prefix the card has. Runs on every key that is typed, over up to
+/// thousands of entries: only those that match are taken apart.
+template <class Visit> void scan(QStringView cardNumber, QStringView rules, Visit visit)
+{
+    if (!rules.contains(u'|'))
         throw std::out_of_range("a card rule string holds no \"|\"");
     // The list is expected to end with "|": what stands after the last one is never examined.
-    for (qsizetype index = 0; index < entries.size() - 1; ++index) {
-        const QStringList fields = entries[index].split(QLatin1Char(';'));
-        if (!fields[0].isEmpty() && cardNumber.startsWith(fields[0]))
-            visit(fields);
+    qsizetype begin = 0;
+    for (qsizetype end = rules.indexOf(u'|'); end >= 0; end = rules.indexOf(u'|', begin)) {
+        const QStringView entry = rules.sliced(begin, end - begin);
+        begin = end + 1;
+        if (hasPrefixOf(entry, cardNumber))
+            visit(entry.split(u';'));
     }
 }
 
-QString policyForCode(const QString &code, const QString &cardNumber, const QString &rules)
+QString policyForCode(QStringView code, const QString &cardNumber, const QString &rules)
 {
     QString policy;
-    scan(cardNumber, rules, [&](const QStringList &fields) {
+    scan(cardNumber, rules, [&](const Fields &fields) {
         if (fieldAt(fields, 1) == code)
-            policy += fieldAt(fields, 2) + QLatin1Char(';') + fieldAt(fields, 3);
+            policy.append(fieldAt(fields, 2)).append(u';').append(fieldAt(fields, 3));
     });
     return policy;
 }
@@ -96,18 +107,18 @@ bool CoreFunctions::isValidPhoneNumber(const QString &number) const
 QString CoreFunctions::blackListReturner(const QString &cardNumber, const QString &rules) const
 {
     QString codes;
-    scan(cardNumber, rules, [&](const QStringList &fields) { codes += fieldAt(fields, 1) + QLatin1Char('|'); });
+    scan(cardNumber, rules, [&](const Fields &fields) { codes.append(fieldAt(fields, 1)).append(u'|'); });
     return codes;
 }
 
 QString CoreFunctions::policyForCode5(const QString &cardNumber, const QString &rules) const
 {
-    return policyForCode(QStringLiteral("5"), cardNumber, rules);
+    return policyForCode(u"5", cardNumber, rules);
 }
 
 QString CoreFunctions::policyForCode59(const QString &cardNumber, const QString &rules) const
 {
-    return policyForCode(QStringLiteral("59"), cardNumber, rules);
+    return policyForCode(u"59", cardNumber, rules);
 }
 
 QString CoreFunctions::isSimple(const QString &rules, const QString &userValues) const

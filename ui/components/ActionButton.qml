@@ -13,7 +13,7 @@ T.Button {
     focusPolicy: Qt.StrongFocus
     font.family: Theme.boldFamily
     font.bold: true
-    font.pixelSize: Theme.bodySize + 1
+    font.pixelSize: Theme.bodySize
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
 

@@ -5,12 +5,14 @@ FocusScope {
     id: sheet
 
     property bool shown: false
+    property bool made: false
     default property alias content: holder.data
 
     width: parent.width
-    y: shown ? parent.height - height : parent.height
+    y: shown && made ? parent.height - height : parent.height
     visible: y < parent.height
     enabled: shown
+    Component.onCompleted: made = true // Slides in the first time as well.
 
     Behavior on y {
         NumberAnimation {

@@ -26,6 +26,7 @@ Item {
         source: "image://kelpay/" + icon.file + "/" + icon.color.toString().slice(1)
         sourceSize.width: 3 * icon.width
         sourceSize.height: 3 * icon.height
-        fillMode: Image.PreserveAspectFit
+        asynchronous: true
+    fillMode: Image.PreserveAspectFit
     }
 }

@@ -22,6 +22,7 @@ Item {
         anchors.margins: Theme.dark ? 2 : 0
         sourceSize.width: 2 * parent.size
         sourceSize.height: 2 * parent.size
+        asynchronous: true
         fillMode: Image.PreserveAspectFit
     }
 }

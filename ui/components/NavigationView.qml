@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 
@@ -84,19 +85,22 @@ FocusScope {
     }
 
     // No card data in the pictures that a system takes of applications that are put away.
-    Rectangle {
-        objectName: "veil"
+    OnDemand {
         anchors.fill: parent
-        color: Theme.page
-        visible: veil.drawn || navigation.Window.visibility === Window.Minimized
+        visible: wanted
+        wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
+        sourceComponent: Rectangle {
+            objectName: "veil"
+            color: Theme.page
 
-        Logo {
-            anchors.centerIn: parent
-            size: 64
-            source: "image://kelpay/kel.png"
+            Logo {
+                anchors.centerIn: parent
+                size: 64
+                source: "image://kelpay/kel.png"
+            }
         }
-        Veil {
-            id: veil
-        }
+    }
+    Veil {
+        id: veil
     }
 }

@@ -124,7 +124,7 @@ Item {
                     id: whole
                     text: entry.entered.length < entry.sample.length ? entry.sample : entry.entered
                     font.family: entry.family
-                    font.pixelSize: Theme.bodySize + 3
+                    font.pixelSize: Theme.titleSize
                     font.letterSpacing: 1
                 }
                 TextInput {
@@ -140,7 +140,7 @@ Item {
                     selectedTextColor: Theme.onColor
                     font.family: entry.family
                     font.pixelSize: {
-                        const most = Theme.bodySize + 3;
+                        const most = Theme.titleSize;
                         const width = whole.advanceWidth + most / 4;
                         return entry.sample === "" ? most : Math.floor(most * Math.min(1, textPlace.width / width));
                     }

@@ -80,7 +80,7 @@ Item {
                     text: entry.text
                     color: Theme.ink
                     font.family: Theme.family
-                    font.pixelSize: Theme.bodySize + 3
+                    font.pixelSize: Theme.titleSize
                     font.letterSpacing: 1
                     horizontalAlignment: Text.AlignLeft
                     verticalAlignment: Text.AlignVCenter

@@ -18,8 +18,8 @@ FocusScope {
         return Qt.inputMethod.visible && keyboard.height > 0 ? Math.max(0, height - mapFromItem(null, 0, keyboard.y).y) : 0;
     }
     readonly property real accessoryHeight: accessory.visible ? accessory.height : 0
-    readonly property real sheetHeight: sheet === PaymentView.Expiry ? expirySheet.height
-                                        : sheet === PaymentView.Cards ? cardSheet.height + accessoryHeight : 0
+    readonly property real sheetHeight: sheet === PaymentView.Expiry ? expirySheet.sheetHeight
+                                        : sheet === PaymentView.Cards ? cardSheet.sheetHeight + accessoryHeight : 0
 
     function endEditing() {
         sheet = PaymentView.None;
@@ -61,7 +61,7 @@ FocusScope {
             }
             onExpiryOpened: {
                 view.sheet = PaymentView.Expiry;
-                expirySheet.start();
+                (expirySheet.item as ExpirySheet).start();
             }
             onAccepted: view.pay()
         }
@@ -106,40 +106,60 @@ FocusScope {
     AccessoryBar {
         id: accessory
         controller: view.controller
-        y: parent.height - height - (view.sheet === PaymentView.Cards ? cardSheet.height : view.keyboardHeight)
+        y: parent.height - height - (view.sheet === PaymentView.Cards ? cardSheet.sheetHeight : view.keyboardHeight)
         visible: view.controller.hasSavedCards
                  && (cards.cardInput.activeFocus || activeFocus || view.sheet === PaymentView.Cards)
         onCardsWanted: {
             view.sheet = PaymentView.Cards;
             view.controller.showPanList();
-            cardSheet.start();
+            (cardSheet.item as SavedCardSheet).start();
         }
         onKeyboardWanted: {
             view.controller.showKeyboard();
             cards.cardInput.forceActiveFocus();
         }
     }
-    SavedCardSheet {
+    OnDemand {
         id: cardSheet
-        delegational: view.controller.delegational
-        shown: view.sheet === PaymentView.Cards
-        onDone: view.endEditing()
+
+        readonly property real sheetHeight: (item as SavedCardSheet)?.height ?? 0
+
+        anchors.fill: parent
+        wanted: view.sheet === PaymentView.Cards
+        sourceComponent: SavedCardSheet {
+            delegational: view.controller.delegational
+            shown: view.sheet === PaymentView.Cards
+            onDone: view.endEditing()
+        }
     }
-    ExpirySheet {
+    OnDemand {
         id: expirySheet
-        form: view.controller.form
-        shown: view.sheet === PaymentView.Expiry
-        onDone: {
-            view.sheet = PaymentView.None;
-            cards.expiryInput.forceActiveFocus();
+
+        readonly property real sheetHeight: (item as ExpirySheet)?.height ?? 0
+
+        anchors.fill: parent
+        wanted: view.sheet === PaymentView.Expiry
+        sourceComponent: ExpirySheet {
+            form: view.controller.form
+            shown: view.sheet === PaymentView.Expiry
+            onDone: {
+                view.sheet = PaymentView.None;
+                cards.expiryInput.forceActiveFocus();
+            }
         }
     }
 
-    AlertPanel {
-        alert: view.controller.walletAlert
+    OnDemand {
+        wanted: view.controller.walletAlert.shown
+        sourceComponent: AlertPanel {
+            alert: view.controller.walletAlert
+        }
     }
-    AlertPanel {
-        alert: view.controller.leaveAlert
+    OnDemand {
+        wanted: view.controller.leaveAlert.shown
+        sourceComponent: AlertPanel {
+            alert: view.controller.leaveAlert
+        }
     }
     Spoken {
         text: view.controller.timeNotice
