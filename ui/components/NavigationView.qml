@@ -91,6 +91,7 @@ FocusScope {
         wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {
             objectName: "veil"
+            anchors.fill: parent
             color: Theme.page
 
             Logo {

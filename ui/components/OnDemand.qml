@@ -1,9 +1,13 @@
 import QtQuick
 
 /// Makes its content when it is first wanted and keeps it, so that the first frame waits for nothing it does not show.
-Loader {
-    property bool wanted: false
+/// No Loader: Qt 6.4's can't make a component that is bound to where it is written.
+Item {
+    id: place
 
-    active: false
-    onWantedChanged: if (wanted) active = true
+    required property Component sourceComponent
+    property bool wanted: false
+    property QtObject item: null
+
+    onWantedChanged: if (wanted && !item) item = sourceComponent.createObject(place)
 }
