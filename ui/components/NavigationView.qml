@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 
@@ -84,11 +85,13 @@ FocusScope {
     }
 
     // No card data in the pictures that a system takes of applications that are put away.
-    Loader {
+    OnDemand {
         anchors.fill: parent
-        active: veil.drawn || navigation.Window.visibility === Window.Minimized
+        visible: wanted
+        wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {
             objectName: "veil"
+            anchors.fill: parent
             color: Theme.page
 
             Logo {

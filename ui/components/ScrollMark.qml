@@ -12,6 +12,7 @@ Rectangle {
     height: Math.max(24, area.visibleArea.heightRatio * area.height)
     radius: 2
     color: Theme.outline
-    visible: area.contentHeight > area.height + 1
+    // Not for the margin alone.
+    visible: area.contentHeight > area.height + Theme.margin
     Accessible.ignored: true
 }

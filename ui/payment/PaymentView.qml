@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import KelPay.Components
 import KelPay.Payment
@@ -120,35 +121,28 @@ FocusScope {
             cards.cardInput.forceActiveFocus();
         }
     }
-    // What comes later is made when it is first wanted, so that the first frame waits for nothing that it does not show.
-    // Qt 6.4's Loader takes no bound component, hence the ids from outside.
-    // qmllint disable unqualified
-    Loader {
+    OnDemand {
         id: cardSheet
 
-        readonly property bool wanted: view.sheet === PaymentView.Cards
         readonly property real sheetHeight: (item as SavedCardSheet)?.height ?? 0
 
-        active: false
-        onWantedChanged: if (wanted) active = true
+        anchors.fill: parent
+        wanted: view.sheet === PaymentView.Cards
         sourceComponent: SavedCardSheet {
-            parent: view // A loader would give it the loader's size.
             delegational: view.controller.delegational
             shown: view.sheet === PaymentView.Cards
             KeyNavigation.tab: accessory.button
             onDone: view.endEditing()
         }
     }
-    Loader {
+    OnDemand {
         id: expirySheet
 
-        readonly property bool wanted: view.sheet === PaymentView.Expiry
         readonly property real sheetHeight: (item as ExpirySheet)?.height ?? 0
 
-        active: false
-        onWantedChanged: if (wanted) active = true
+        anchors.fill: parent
+        wanted: view.sheet === PaymentView.Expiry
         sourceComponent: ExpirySheet {
-            parent: view
             form: view.controller.form
             shown: view.sheet === PaymentView.Expiry
             onDone: {
@@ -158,26 +152,18 @@ FocusScope {
         }
     }
 
-    Loader {
-        readonly property bool wanted: view.controller.walletAlert.shown
-
-        active: false
-        onWantedChanged: if (wanted) active = true
+    OnDemand {
+        wanted: view.controller.walletAlert.shown
         sourceComponent: AlertPanel {
             alert: view.controller.walletAlert
         }
     }
-    Loader {
-        readonly property bool wanted: view.controller.leaveAlert.shown
-
-        active: false
-        onWantedChanged: if (wanted) active = true
+    OnDemand {
+        wanted: view.controller.leaveAlert.shown
         sourceComponent: AlertPanel {
             alert: view.controller.leaveAlert
         }
     }
-    // qmllint enable unqualified
-
     Spoken {
         text: view.controller.timeNotice
     }
