@@ -1,0 +1,112 @@
+// The verification page, with the platform's own browser in it. The browser must be set up before the application.
+
+#include "Screens.h"
+
+#include <QGuiApplication>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QtWebView>
+
+namespace kelpay {
+namespace {
+
+/// A merchant's site on the loopback interface, which notes what it is asked for and gives a cookie to everybody.
+class Site : public QTcpServer
+{
+public:
+    Site()
+    {
+        listen(QHostAddress::LocalHost);
+        connect(this, &QTcpServer::newConnection, this, [this] {
+            QTcpSocket *socket = nextPendingConnection();
+            connect(socket, &QTcpSocket::readyRead, this, [this, socket] { answer(*socket); });
+        });
+    }
+
+    QString url(const QString &host, const QString &path) const
+    {
+        return QStringLiteral("http://%1:%2/%3").arg(host).arg(serverPort()).arg(path);
+    }
+    QByteArrayList requests(const QByteArray &path) const
+    {
+        QByteArrayList found;
+        for (const QByteArray &request : m_requests) {
+            if (request.startsWith("GET /" + path + ' '))
+                found << request;
+        }
+        return found;
+    }
+
+    QByteArray page = "<p>merchant</p>";
+
+private:
+    void answer(QTcpSocket &socket)
+    {
+        m_requests << socket.readAll();
+        socket.write("HTTP/1.1 200 OK\r\nContent-Type: text/html\r\nSet-Cookie: visitor=17; Path=/; Max-Age=9999\r\n"
+                     "Connection: close\r\nContent-Length: " +
+                     QByteArray::number(page.size()) + "\r\n\r\n" + page);
+        socket.disconnectFromHost();
+    }
+
+    QByteArrayList m_requests;
+};
+
+class VerificationTest : public ScreenTest
+{
+protected:
+    void openPage(const QString &path)
+    {
+        storeToken({{QStringLiteral("vu"), site.url(QStringLiteral("127.0.0.1"), path)}});
+        presentPayment();
+        click(QStringLiteral("verifyButton"));
+        EXPECT_FALSE(item(QStringLiteral("verificationFault")));
+        EXPECT_TRUE(waitFor([&] { return !site.requests(path.toLatin1()).isEmpty(); }, 20'000));
+        settle(1000);
+    }
+    void closePage()
+    {
+        click(QStringLiteral("backButton"));
+        click(QStringLiteral("cancelButton"));
+        settle(600);
+    }
+
+    Site site;
+};
+
+TEST_F(VerificationTest, dropsCookiesWhenThePageCloses)
+{
+    openPage(QStringLiteral("first"));
+    // The browser keeps them while the page is open, or this test would show nothing.
+    site.page = "<script>fetch('/within')</script>";
+    closePage();
+    openPage(QStringLiteral("second"));
+    ASSERT_TRUE(waitFor([&] { return !site.requests("within").isEmpty(); }));
+    EXPECT_TRUE(site.requests("within")[0].contains("visitor=17"));
+    EXPECT_FALSE(site.requests("second")[0].contains("visitor=17"));
+    closePage();
+}
+
+TEST_F(VerificationTest, goesNowhereElse)
+{
+    // Another name of this machine, but not one that stands for it.
+    const QString away = site.url(QStringLiteral("shop.localhost"), QStringLiteral("away"));
+    site.page = "<script>setTimeout(() => location.href = '" + away.toLatin1() + "', 300)</script>";
+    openPage(QStringLiteral("start"));
+    settle(1500);
+    EXPECT_TRUE(site.requests("away").isEmpty());
+    closePage();
+}
+
+} // namespace
+} // namespace kelpay
+
+int main(int argc, char **argv)
+{
+    QtWebView::initialize();
+    QGuiApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("verification_test"));
+    QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
