@@ -82,26 +82,12 @@ FocusScope {
     }
 
     // Stands above an on-screen keyboard, so that the pay button is always at hand; a sheet takes its place.
-    Rectangle {
+    ActionFooter {
         id: footer
-        width: parent.width
-        height: pay.height + 2 * (Theme.margin - 4)
         y: parent.height - height - Math.max(view.keyboardHeight + view.accessoryHeight, view.sheetHeight - height)
-        color: Theme.surface
-
-        Rectangle {
-            width: parent.width
-            height: 1
-            color: Theme.line
-        }
-        ActionButton {
-            id: pay
-            objectName: "payButton"
-            anchors.centerIn: parent
-            width: Math.min(parent.width - 2 * Theme.margin, Theme.columnWidth)
-            text: "پرداخت " + view.controller.amountText
-            onClicked: view.pay()
-        }
+        button.objectName: "payButton"
+        button.text: "پرداخت " + view.controller.amountText
+        button.onClicked: view.pay()
     }
 
     AccessoryBar {

@@ -13,7 +13,12 @@ FocusScope {
     focus: true
 
     FormArea {
-        anchors.fill: parent
+        anchors {
+            top: parent.top
+            left: parent.left
+            right: parent.right
+            bottom: footer.top
+        }
 
         Card {
             spacing: Theme.margin
@@ -137,12 +142,13 @@ FocusScope {
                 }
             }
         }
-        ActionButton {
-            objectName: "doneButton"
-            width: parent.width
-            text: "تایید و بازگشت"
-            focus: true
-            onClicked: view.controller.donePayment()
-        }
+    }
+    ActionFooter {
+        id: footer
+        anchors.bottom: parent.bottom
+        focus: true
+        button.objectName: "doneButton"
+        button.text: "تایید و بازگشت"
+        button.onClicked: view.controller.donePayment()
     }
 }
