@@ -197,6 +197,7 @@ TEST_F(PaymentViewTest, standsRightToLeftWithNumbersLeftToRight)
             EXPECT_GT(left(cardField, position), left(cardField, position - 1)) << number << position;
     }
     EXPECT_LT(x(QStringLiteral("bankIcon")), x(cardField));
+    EXPECT_TRUE(readsLeftToRight(QStringLiteral("expirationDateText")));
 }
 
 TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
@@ -266,6 +267,7 @@ TEST_F(PaymentViewTest, masksSavedNumbersInTheList)
     click(QStringLiteral("savedCardsButton"));
     QAccessibleInterface *row = QAccessible::queryAccessibleInterface(item(QStringLiteral("panRow1")));
     EXPECT_TRUE(row->text(QAccessible::Name).startsWith(QStringLiteral("603799******7893")));
+    EXPECT_TRUE(readsLeftToRight(QStringLiteral("panText1")));
 }
 
 TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)

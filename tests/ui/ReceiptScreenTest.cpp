@@ -38,6 +38,7 @@ TEST_F(ReceiptScreenTest, showsTheReceipt)
                              "شماره مرجع : M1\nشماره پیگیری : U1\nزمان تراکنش : ۱ آذر ۱۴۰۵"));
     EXPECT_EQ(receipt->lineNames().size(), 6);
     EXPECT_EQ(receipt->lineValues().at(1), QStringLiteral("6037991234567893"));
+    EXPECT_TRUE(readsLeftToRight(QStringLiteral("receiptValue1")));
     EXPECT_FALSE(item(QStringLiteral("cancelButton")));
 }
 

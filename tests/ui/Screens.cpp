@@ -9,6 +9,7 @@
 #include "ui/payment/ViewUtils.h"
 
 #include <QTest>
+#include <QTextLayout>
 
 namespace kelpay {
 
@@ -105,6 +106,21 @@ QQuickItem *ScreenTest::item(const QString &objectName) const
             open.push_back(child);
     }
     return nullptr;
+}
+
+bool ScreenTest::readsLeftToRight(const QString &objectName) const
+{
+    const QQuickItem *shown = item(objectName);
+    const QString text = shown ? shown->property("text").toString() : QString();
+    QTextLayout layout(text, shown ? shown->property("font").value<QFont>() : QFont());
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    layout.endLayout();
+    for (int position = 0; position < text.size(); ++position) {
+        if (line.cursorToX(position + 1) <= line.cursorToX(position))
+            return false;
+    }
+    return !text.isEmpty();
 }
 
 void ScreenTest::click(const QString &objectName)

@@ -45,6 +45,8 @@ protected:
     NavigationController *navigation() const;
     QQuickWindow *window() const { return m_window.get(); }
     QQuickItem *item(const QString &objectName) const;
+    /// Whether each character of what the item shows stands to the right of the one before, as its text is shaped.
+    bool readsLeftToRight(const QString &objectName) const;
     void click(const QString &objectName);
     void type(const QString &text);
     void loseWindow() { m_window.reset(); }

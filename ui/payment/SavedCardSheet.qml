@@ -88,6 +88,7 @@ BottomSheet {
 
                 Text {
                     id: number
+                    objectName: "panText" + row.index
                     anchors.left: parent.left
                     y: row.stacked && bank.text !== "" ? (place.height - height - bank.height) / 2 : (place.height - height) / 2
                     width: Math.min(implicitWidth, place.width)
