@@ -1,5 +1,7 @@
 #include "FingerprintService.h"
 
+#include "platform/BusGreeting.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
@@ -49,6 +51,10 @@ private:
 
 FingerprintService::Answer FingerprintService::ask()
 {
+    const QString address =
+        qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", QStringLiteral("unix:path=/var/run/dbus/system_bus_socket"));
+    if (!busGreets(address, std::chrono::seconds(2)))
+        return {false, QStringLiteral("no system bus: nobody answers at ") + address};
     const Bus bus;
     if (!bus.connection().isConnected())
         return {false, QStringLiteral("no system bus: ") + bus.connection().lastError().message()};

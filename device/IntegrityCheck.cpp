@@ -35,11 +35,13 @@ bool hasDebugger()
     return status.mid(begin, status.indexOf('\n', begin) - begin).trimmed() != "0";
 }
 
-/// Asks the environment that the loader saw: what was loaded can have taken its own traces out of the present one.
+/// Asks the environment that the loader saw as well: what was loaded can have taken its traces out of the present one.
+/// A process that nobody may trace can't read it.
 bool hasPreloadedLibraries()
 {
     const QList<QByteArray> environment = contents("/proc/self/environ").split('\0');
-    return std::any_of(environment.begin(), environment.end(),
+    return !qEnvironmentVariableIsEmpty("LD_PRELOAD") || !qEnvironmentVariableIsEmpty("LD_AUDIT") ||
+           std::any_of(environment.begin(), environment.end(),
                        [](const QByteArray &variable) {
                            return (variable.startsWith("LD_PRELOAD=") || variable.startsWith("LD_AUDIT=")) &&
                                   !variable.endsWith('=');

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <link.h>
 #include <span>
+#include <vector>
 
 namespace kelpay {
 
@@ -17,11 +18,12 @@ namespace {
 
 struct Library
 {
-    QCryptographicHash hash{QCryptographicHash::Sha256};
+    std::vector<QByteArrayView> sealed;
     bool isShared = false;
 };
 
-/// Hashes every read-only segment but the first: an installer may rewrite the names that lie there.
+/// Finds every read-only segment but the first: an installer may rewrite the names that lie there. Only finds them,
+/// because the loader holds its lock meanwhile.
 int visit(dl_phdr_info *object, std::size_t, void *result)
 {
     const std::span segments(object->dlpi_phdr, object->dlpi_phnum);
@@ -35,8 +37,9 @@ int visit(dl_phdr_info *object, std::size_t, void *result)
     auto &library = *static_cast<Library *>(result);
     library.isShared = object->dlpi_name && *object->dlpi_name;
     for (const auto &segment : segments) {
-        if (library.isShared && segment.p_type == PT_LOAD && !(segment.p_flags & PF_W) && segment.p_offset != 0)
-            library.hash.addData(QByteArrayView(reinterpret_cast<const char *>(begin(segment)), segment.p_filesz));
+        if (segment.p_type == PT_LOAD && (segment.p_flags & (PF_R | PF_W)) == PF_R && segment.p_offset != 0)
+            library.sealed.emplace_back(reinterpret_cast<const char *>(begin(segment)),
+                                        static_cast<qsizetype>(segment.p_filesz));
     }
     return 1;
 }
@@ -47,10 +50,14 @@ bool LibrarySeal::isBroken()
 {
     Library library;
     dl_iterate_phdr(visit, &library);
-    const QByteArray hash = library.hash.result();
-    return library.isShared &&
-           !std::equal(hash.begin(), hash.end(), std::begin(seal), std::end(seal),
-                       [](char actual, unsigned char built) { return static_cast<unsigned char>(actual) == built; });
+    if (!library.isShared)
+        return false;
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    for (const QByteArrayView segment : library.sealed)
+        hash.addData(segment);
+    const QByteArray actual = hash.result();
+    return !std::equal(actual.begin(), actual.end(), std::begin(seal), std::end(seal),
+                       [](char now, unsigned char built) { return static_cast<unsigned char>(now) == built; });
 }
 
 } // namespace kelpay

@@ -22,6 +22,11 @@ QString text(bool answer)
     return answer ? QStringLiteral("YES") : QStringLiteral("NO");
 }
 
+QString text(const QString &value)
+{
+    return value;
+}
+
 QString text(const std::optional<QString> &value)
 {
     return value.value_or(QStringLiteral("(null)"));
@@ -47,7 +52,7 @@ void DeviceReport::addFacts()
     add("uuid", text(CoreKeychain().string(QStringLiteral("uuid"))));
     add("trace", text(UserDefaults::standard().string(QStringLiteral("trace"))));
     add("merchantID", text(m_functions.merchantID()));
-    add("vulnerabilities", m_functions.vulnerabilities());
+    add("vulnerabilities", onItsWay);
     add("isSimulator", text(IntegrityCheck::isSimulator()));
     add("internetConnection", onItsWay);
     add("currentReachabilityString", onItsWay);
@@ -70,6 +75,7 @@ void DeviceReport::askSlowFacts()
         });
     };
     ask("ipAddress", [] { return CoreFunctions().ipAddress(); });
+    ask("vulnerabilities", [] { return CoreFunctions().vulnerabilities(); });
     ask("isBiometricIDAvailable", CoreBiometrics::isBiometricIDAvailable);
     ask("isTouchIDAvailable", CoreBiometrics::isTouchIDAvailable);
     ask("isFaceIDAvailable", CoreBiometrics::isFaceIDAvailable);

@@ -2,20 +2,19 @@
 
 #include "device/HostProfile.h"
 #include "device/IntegrityCheck.h"
-#include "platform/Bundle.h"
 #include "platform/Deployment.h"
 #include "platform/Dispatch.h"
 #include "platform/Log.h"
 #include "platform/UrlSession.h"
 #include "protocol/CoreNetworking.h"
 #include "security/CoreKeychain.h"
+#include "ui/components/Fonts.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
 #include "ui/components/ViewController.h"
 #include "ui/payment/ViewUtils.h"
 
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -94,10 +93,8 @@ void KelPayCore::setProgrammingErrorHandler(ProgrammingErrorHandler handler)
 
 void KelPayCore::loadFontWithName(const QString &name)
 {
-    if (!hasScreen())
-        return;
-    if (const auto font = Bundle::sdk().dataForResource(name, QStringLiteral("ttf")))
-        QFontDatabase::addApplicationFontFromData(font->toByteArray());
+    if (hasScreen())
+        loadFont(name);
 }
 
 void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &additionalData,

@@ -4,6 +4,7 @@
 
 #include "platform/UserDefaults.h"
 #include "protocol/records/BaseClass.h"
+#include "ui/components/Fonts.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
 #include "ui/payment/CardForm.h"
@@ -11,7 +12,6 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QJsonObject>
 #include <QProcess>
@@ -196,11 +196,7 @@ int main(int argc, char **argv)
     QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("screens_bench"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("bench.kelpay.example"));
-    // The faces that the entry point registers when the SDK is loaded.
-    for (const auto *name : {"irsansbold", "IRANSansFaNum-Medium", "IRANSansMobile(FaNum)"}) {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/dev.kel.KelPay/%1.ttf").arg(QLatin1String(name)));
-        QFont::insertSubstitution(QString::fromLatin1(name), QStringLiteral("Vazirmatn UI FD"));
-    }
+    loadFonts();
     const QStringList arguments = application.arguments();
     if (arguments.contains(screenOption) || arguments.contains(emptyOption))
         return measureOne(arguments.contains(screenOption));

@@ -172,7 +172,9 @@ bool Driver::fill()
 
 void Driver::enter(const QString &field, const QString &text)
 {
-    m_hands.focus(field);
+    // Typed elsewhere, a PIN would be seen.
+    if (!m_hands.focus(field))
+        return;
     QTest::qWait(50);
     Screen::type(text);
 }

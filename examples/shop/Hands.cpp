@@ -53,7 +53,7 @@ class ScreenReader : public Hands
 
     static bool act(const QString &name, const QStringList &actions)
     {
-        const QString spoken = spokenNames().value(name);
+        const QString spoken = spokenName(name);
         QAccessibleInterface *node = spoken.isEmpty() ? nullptr : find(spoken);
         QAccessibleActionInterface *doer = node ? node->actionInterface() : nullptr;
         for (const QString &action : actions) {
@@ -66,22 +66,19 @@ class ScreenReader : public Hands
         return false;
     }
 
-    /// What each item of the screens is called for somebody who can't see it.
-    static const QMap<QString, QString> &spokenNames()
+    /// What an item of the screens is called for somebody who can't see it; a button by its text.
+    static QString spokenName(const QString &name)
     {
-        static const QMap<QString, QString> names{
-            {QStringLiteral("shopPayButton"), QStringLiteral("پرداخت با کارت")},
+        static const QMap<QString, QString> fields{
             {QStringLiteral("cardNumberTextField"), QStringLiteral("شماره کارت")},
             {QStringLiteral("passwordTextField"), QStringLiteral("رمز دوم")},
             {QStringLiteral("cvvTwoTextField"), QStringLiteral("CVV2")},
             {QStringLiteral("expirationDateTextField"), QStringLiteral("تاریخ انقضا")},
             {QStringLiteral("yearTumbler"), QStringLiteral("سال")},
             {QStringLiteral("monthTumbler"), QStringLiteral("ماه")},
-            {QStringLiteral("expiryDoneButton"), QStringLiteral("تایید")},
-            {QStringLiteral("payButton"), QStringLiteral("پرداخت 1,250,000 ریال")},
-            {QStringLiteral("doneButton"), QStringLiteral("تایید و بازگشت")},
         };
-        return names;
+        const QQuickItem *item = Screen::find(name);
+        return fields.value(name, item ? item->property("text").toString() : QString());
     }
 
     static bool isUsable(const QAccessible::State &state)

@@ -243,6 +243,26 @@ TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
     }
 }
 
+TEST_F(PaymentViewTest, goesBackFromThePinByShiftTab)
+{
+    storeToken();
+    presentPayment();
+    click(pinField);
+    QTest::keyClick(window(), Qt::Key_Backtab);
+    EXPECT_EQ(window()->activeFocusItem()->objectName(), cardField);
+}
+
+TEST_F(PaymentViewTest, leavesAPaymentOnItsWayAlone)
+{
+    storeToken();
+    PaymentViewController *screen = presentPayment();
+    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
+    screen->form()->setPin(QStringLiteral("12345"));
+    screen->verifyPayment();
+    screen->escapePressed();
+    EXPECT_FALSE(screen->leaveAlert()->isShown());
+}
+
 TEST_F(PaymentViewTest, scrollsByTheWheel)
 {
     window()->resize(320, 568);
@@ -294,8 +314,13 @@ TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)
     escape();
     EXPECT_FALSE(item(QStringLiteral("alertButton")));
     EXPECT_TRUE(outcomes().empty());
+    // The harmless answer is the one at hand.
     escape();
     QTest::keyClick(window(), Qt::Key_Return);
+    settle();
+    EXPECT_TRUE(outcomes().empty());
+    escape();
+    click(QStringLiteral("alertCancelButton"));
     ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
     EXPECT_EQ(outcomes()[0].code, QStringLiteral("2525342"));
 }

@@ -14,7 +14,7 @@ FocusScope {
     }
 
     focus: true
-    Keys.onEscapePressed: alert.pressCancel()
+    Keys.onEscapePressed: alert.dismiss()
     LayoutMirroring.enabled: true
     LayoutMirroring.childrenInherit: true
 

@@ -35,8 +35,8 @@ public:
     void addButton(const QString &text, Handler handler);
     void setCancelButton(const QString &text, Handler handler);
     void show(const QString &title, const QString &message);
-    /// Takes the alert away without calling a handler.
-    void dismiss();
+    /// Takes the alert away without calling a handler, as the Escape key does.
+    Q_INVOKABLE void dismiss();
 
     bool isShown() const { return m_shown; }
     QString title() const { return m_title; }

@@ -27,6 +27,6 @@ Item {
         sourceSize.width: 3 * icon.width
         sourceSize.height: 3 * icon.height
         asynchronous: true
-    fillMode: Image.PreserveAspectFit
+        fillMode: Image.PreserveAspectFit
     }
 }

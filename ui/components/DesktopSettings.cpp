@@ -1,5 +1,6 @@
 #include "DesktopSettings.h"
 
+#include "platform/BusGreeting.h"
 #include "platform/Dispatch.h"
 
 #include <QDBusArgument>
@@ -16,6 +17,7 @@ namespace kelpay {
 
 namespace {
 
+using namespace std::chrono_literals;
 using Settings = QMap<QString, QVariantMap>;
 
 namespace portal {
@@ -81,8 +83,10 @@ void DesktopSettings::follow()
     const QString address = busAddress();
     if (address.isEmpty())
         return;
-    // Connecting waits for the bus's greeting. A connection of our own, so that a host's is neither used nor closed.
+    // Connecting waits for the bus. A connection of our own, so that a host's is neither used nor closed.
     Dispatch::global(Dispatch::Priority::High, [settings = QPointer(this), address] {
+        if (!busGreets(address, 2s))
+            return;
         const auto connection =
             QDBusConnection::connectToBus(address, QStringLiteral("kelpay-appearance-%1").arg(++count));
         Dispatch::main([settings, connection] {

@@ -1,10 +1,10 @@
 #include "Exhibits.h"
 #include "ui/components/Appearance.h"
+#include "ui/components/Fonts.h"
 #include "ui/components/ScreenEngine.h"
 
 #include <QCommandLineParser>
 #include <QDir>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -60,14 +60,6 @@ std::optional<Options> readOptions(const QStringList &arguments)
     return std::nullopt;
 }
 
-void registerFonts()
-{
-    for (const auto *name : {"irsansbold", "IRANSansFaNum-Medium", "IRANSansMobile(FaNum)"}) {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/dev.kel.KelPay/%1.ttf").arg(QLatin1String(name)));
-        QFont::insertSubstitution(QString::fromLatin1(name), QStringLiteral("Vazirmatn UI FD"));
-    }
-}
-
 /// Saves the shown page once it is drawn, then the next one; ends the program after the last.
 void savePages(QQuickView &view, const QDir &folder)
 {
@@ -92,7 +84,7 @@ int run(const QStringList &arguments)
     const std::optional<Options> options = readOptions(arguments);
     if (!options)
         return 2;
-    registerFonts();
+    loadFonts();
     if (options->look)
         Appearance::shared().pin(*options->look);
 

@@ -33,7 +33,8 @@ FocusScope {
             id: savedCards
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            KeyNavigation.tab: bar.next
+            // KeyNavigation would bind Shift+Tab of the next item too, also while this is hidden.
+            Keys.onTabPressed: bar.next.forceActiveFocus(Qt.TabFocusReason)
             objectName: "savedCardsButton"
             text: "کارت های پیشفرض"
             textColor: Theme.onColor
@@ -44,7 +45,8 @@ FocusScope {
             id: keyboard
             anchors.right: parent.right
             anchors.verticalCenter: parent.verticalCenter
-            KeyNavigation.tab: bar.next
+            // KeyNavigation would bind Shift+Tab of the next item too, also while this is hidden.
+            Keys.onTabPressed: bar.next.forceActiveFocus(Qt.TabFocusReason)
             objectName: "keyboardButton"
             text: "وارد کردن شماره کارت"
             textColor: Theme.onColor

@@ -102,6 +102,9 @@ QString CardForm::refusal(Field field, const QString &text) const
         return std::count_if(content.begin(), content.end(),
                              [](QChar character) { return character < u'0' || character > u'9'; });
     };
+    const bool areDigits = std::all_of(text.begin(), text.end(), [](QChar character) { return character.isDigit(); });
+    if (others(text) > others(this->text(field)) && areDigits)
+        return QStringLiteral("رقم‌ها را به انگلیسی بچسبانید");
     if (others(text) > others(this->text(field)))
         return QStringLiteral("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
     return QStringLiteral("بیشتر از %1 رقم جا نمی‌گیرد").arg(maximumLength(field));

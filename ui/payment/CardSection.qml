@@ -50,7 +50,6 @@ Card {
         }
         noteName: "bankNameLabel"
         note: section.form.bankName
-        sample: "1234567890123456"
         end: Logo {
             objectName: "bankIcon"
             source: section.form.bankIcon

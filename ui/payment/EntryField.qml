@@ -19,7 +19,7 @@ Item {
     property alias note: noteLabel.text
     property alias noteName: noteLabel.objectName
     /// Such a text, and any that is as long, must be seen whole: the digits get smaller where it would not fit.
-    property string sample
+    property string sample: field === CardForm.CardNumber ? "1234567890123456" : ""
     property string family: Theme.family
     /// Why the last edit was not taken; gone with the next one.
     property string refusal
@@ -40,6 +40,7 @@ Item {
         label: entry.label
         complaint: entry.complaint
         field: input
+        visible: entry.secret
         Accessible.role: Accessible.EditableText
         Accessible.ignored: !entry.secret
     }
@@ -191,7 +192,8 @@ Item {
             horizontalAlignment: Text.AlignLeft
         }
     }
+    // A fault comes with a banner, which is told.
     Spoken {
-        text: entry.complaint
+        text: entry.refusal
     }
 }

@@ -18,6 +18,7 @@ BottomSheet {
     height: confirm.height + wheels.height + Theme.spacing + 2 * Theme.margin
     Keys.onEscapePressed: done()
     Keys.onReturnPressed: confirm.clicked()
+    Keys.onEnterPressed: confirm.clicked()
 
     Item {
         anchors.fill: parent
@@ -33,6 +34,7 @@ BottomSheet {
         }
         TextButton {
             id: confirm
+            KeyNavigation.tab: years
             anchors.right: parent.right
             anchors.rightMargin: -Theme.margin // its text is in line with the edge
             objectName: "expiryDoneButton"

@@ -72,8 +72,8 @@ PaymentViewController::PaymentViewController(QObject *parent)
     connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
     connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationError);
     setFonts(m_leaveAlert);
-    m_leaveAlert.addButton(QStringLiteral("بله، انصراف"), [this] { cancelPayment(); });
-    m_leaveAlert.setCancelButton(QStringLiteral("ادامه پرداخت"), {});
+    m_leaveAlert.addButton(QStringLiteral("ادامه پرداخت"), {});
+    m_leaveAlert.setCancelButton(QStringLiteral("بله، انصراف"), [this] { cancelPayment(); });
 }
 
 PaymentViewController::~PaymentViewController()
@@ -225,7 +225,8 @@ void PaymentViewController::cancelPayment()
 
 void PaymentViewController::escapePressed()
 {
-    if (!m_isHandedOver && !m_isReported)
+    // Not over a payment on its way: the cancel button is there, but nothing should lead to it.
+    if (!m_isButtonedOrNeah && !m_isHandedOver && !m_isReported)
         m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
                           QStringLiteral("از این پرداخت منصرف می‌شوید؟"));
 }

@@ -86,7 +86,7 @@ void SecretStandIn::setField(QQuickItem *field)
 {
     m_field = field;
     const auto tell = [this] {
-        if (!m_field->hasActiveFocus())
+        if (!isVisible() || !m_field->hasActiveFocus())
             return;
         QAccessibleEvent event(this, QAccessible::Focus);
         QAccessible::updateAccessibility(&event);

@@ -6,8 +6,9 @@
 #include "Baseline.h"
 #include "Shots.h"
 
+#include "ui/components/Fonts.h"
+
 #include <QDir>
-#include <QFontDatabase>
 #include <QGuiApplication>
 #include <QStyleHints>
 
@@ -148,10 +149,7 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(QStringLiteral("screens_look"));
     QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
     QGuiApplication::styleHints()->setCursorFlashTime(0);
-    for (const auto *name : {"irsansbold", "IRANSansFaNum-Medium", "IRANSansMobile(FaNum)"}) {
-        QFontDatabase::addApplicationFont(QStringLiteral(":/dev.kel.KelPay/%1.ttf").arg(QLatin1String(name)));
-        QFont::insertSubstitution(QString::fromLatin1(name), QStringLiteral("Vazirmatn UI FD"));
-    }
+    kelpay::loadFonts();
 
     const QStringList arguments = application.arguments();
     const auto option = [&](const QString &name) {
