@@ -210,11 +210,16 @@ void SqliteDatabase::setPatient(bool patient)
     sqlite3_busy_timeout(m_database.get(), patient ? longestWait : 0);
 }
 
-bool SqliteDatabase::isCurrent() const
+bool SqliteDatabase::isMoved() const
 {
     int isMoved = 0;
     sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
-    return isMoved == 0 && sqlite3_db_readonly(m_database.get(), "main") == 0;
+    return isMoved != 0;
+}
+
+bool SqliteDatabase::isCurrent() const
+{
+    return !isMoved() && sqlite3_db_readonly(m_database.get(), "main") == 0;
 }
 
 bool SqliteDatabase::isDamage(int code) const

@@ -74,7 +74,10 @@ public:
     void noteFailure(const char *action);
     /// A failure that was noted says that the file is not the database it was.
     bool isDamaged() const noexcept { return m_isDamaged; }
-    /// False when the file was moved or removed since it was opened, or can only be read: time to open it again.
+    /// The file was replaced or removed since it was opened. A write is in the file at the path when this is false
+    /// while its lock is held, or after it: who repairs replaces the file under that lock.
+    bool isMoved() const;
+    /// False when the file was moved, or can only be read: time to open it again.
     bool isCurrent() const;
 
 private:

@@ -79,9 +79,7 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDat
         return nullptr;
     }
     // Another process may have repaired it meanwhile.
-    int isReplaced = 0;
-    sqlite3_file_control(damaged->m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isReplaced);
-    if (isReplaced == 0 && !damaged->replaceByReadableRows())
+    if (!damaged->isMoved() && !damaged->replaceByReadableRows())
         return nullptr;
     std::unique_ptr<SqliteDatabase> fresh(new SqliteDatabase(path, damaged->m_durability, damaged->m_schema));
     damaged.reset();

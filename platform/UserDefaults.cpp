@@ -54,6 +54,7 @@ struct UserDefaults::Impl
     void writeKept();
     void keep(const QString &key, const std::optional<Value> &value);
     void adopt(std::unique_ptr<SqliteDatabase> database);
+    bool open();
     template <typename Action> bool attempt(const char *what, Action action);
 };
 
@@ -75,27 +76,36 @@ void UserDefaults::Impl::adopt(std::unique_ptr<SqliteDatabase> database)
     file = std::move(opened);
 }
 
-// Runs `action` on the file that is at the path now, once more if it had to be repaired; false when that failed.
-template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
+// The file that is at the path now, repaired if need be.
+bool UserDefaults::Impl::open()
 {
-    if (path.isEmpty() || isGivenUp)
-        return false;
-    if (!file || !file->database->isCurrent()) {
+    if (file && file->database->isDamaged()) {
+        auto damaged = std::move(file->database);
+        file.reset();
+        adopt(SqliteDatabase::repair(std::move(damaged)));
+    } else if (!file || !file->database->isCurrent()) {
         file.reset();
         adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema));
         isGivenUp = !file;
     }
-    for (bool isRepaired = false; file; isRepaired = true) {
+    return file.has_value();
+}
+
+// Runs `action` on the file that is at the path now, once more if that was repaired meanwhile, by this process or
+// another one; false when that failed. So an action may be done twice.
+template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
+{
+    if (path.isEmpty() || isGivenUp)
+        return false;
+    for (int run = 0; run < 2 && open(); ++run) {
         // One wait for a process that hangs is enough.
         file->database->setPatient(memory.empty());
-        if (action(*file))
-            return true;
-        file->database->noteFailure(what);
-        if (!file->database->isDamaged() || isRepaired)
-            return false;
-        auto damaged = std::move(file->database);
-        file.reset();
-        adopt(SqliteDatabase::repair(std::move(damaged)));
+        const bool isDone = action(*file);
+        if (!isDone)
+            file->database->noteFailure(what);
+        const bool isMoved = file->database->isMoved();
+        if (!isMoved && !file->database->isDamaged())
+            return isDone;
     }
     return false;
 }

@@ -7,6 +7,7 @@ Prints what it counted; fails on any loss. The seed, which it prints, repeats a 
 """
 
 import argparse
+import contextlib
 import os
 import random
 import shutil
@@ -388,6 +389,29 @@ class Others(Folder):
                     self.assertEqual(workers[0].ask("read", store, f"new{number}"), f"value:{number}")
                 kept = [workers[1].ask("read", store, f"k{key}") for key in range(40)].count("value:1")
                 self.assertGreater(kept, 30, "what could be read was kept")
+
+    def test_a_write_that_waits_while_another_process_repairs_is_not_lost(self):
+        with Worker(self.folder) as worker:
+            for store, name in STORES.items():
+                worker.ask("write", store, "a", 1, 100)
+                worker.ask("write", store, "b", 1, 100)
+                for call in ("write", store, "a", 2, 100), ("remove", store, "b"), ("write", store, "c", 2, 100):
+                    path = Path(self.folder, name)
+                    repairer = sqlite3.connect(path, isolation_level=None)
+                    repairer.execute("BEGIN IMMEDIATE")
+                    worker.start(*call)
+                    time.sleep(0.2)  # it waits for the lock now
+                    with contextlib.closing(sqlite3.connect(f"{path}.new")) as fresh, \
+                            contextlib.closing(sqlite3.connect(path)) as source:
+                        source.backup(fresh)
+                        fresh.execute("PRAGMA journal_mode=DELETE")
+                    for suffix in ("-wal", "-shm"):
+                        Path(f"{path}{suffix}").unlink(missing_ok=True)
+                    Path(f"{path}.new").rename(path)
+                    repairer.close()
+                    self.assertEqual(worker.answer(call), "0", worker.log())
+                found = [worker.ask("read", store, key) for key in "abc"]
+                self.assertEqual(found, ["value:2", "absent", "value:2"], store)
 
     def test_a_hanging_writer_stalls_nobody(self):
         with Worker(self.folder) as worker:
