@@ -91,8 +91,14 @@ bool SqliteDatabase::replaceByReadableRows()
     const QString fresh = m_path + QStringLiteral(".new");
     const QString aside = m_path + QStringLiteral(".damaged-") + QString::number(QDateTime::currentMSecsSinceEpoch());
     const QByteArray name = QFile::encodeName(m_path);
-    // Nobody else writes meanwhile, as far as the damage lets this be had.
-    execute("BEGIN IMMEDIATE");
+    // Nobody else writes meanwhile, unless the damage is where it keeps everybody from locking the file. The pragma
+    // lets a file be locked that lost its end.
+    execute("PRAGMA writable_schema=ON");
+    if (!execute("BEGIN IMMEDIATE") && (lastError() & 0xff) == SQLITE_BUSY) {
+        qCWarning(logStore, "%s is damaged and another process writes to it: end that process if it hangs",
+                  name.constData());
+        return false;
+    }
     removeDatabase(QFile::encodeName(fresh));
     std::optional<int> rows;
     {

@@ -390,6 +390,36 @@ class Others(Folder):
                 kept = [workers[1].ask("read", store, f"k{key}") for key in range(40)].count("value:1")
                 self.assertGreater(kept, 30, "what could be read was kept")
 
+    def test_no_repair_takes_a_write_from_another_process(self):
+        def cut(content):
+            return content[:-4096]
+
+        def without_a_page(content):
+            return content[:-8192] + bytes(4096) + content[-4096:]
+
+        for damaged in (cut, without_a_page):
+            self.fresh()
+            with Worker(self.folder) as worker:
+                for key in range(40):
+                    worker.ask("write", "k", f"k{key}", 1, 900)
+                worker.ask("close")
+                path = Path(self.folder, STORES["k"])
+                with contextlib.closing(sqlite3.connect(path, isolation_level=None)) as writer:
+                    writer.execute("BEGIN IMMEDIATE")
+                    writer.execute("UPDATE items SET label = 'changed' WHERE id = 1")
+                    content = damaged(path.read_bytes())
+                    with open(path, "r+b") as file:
+                        file.write(content)
+                        file.truncate()
+                    worker.ask("open", self.folder)
+                    self.assertIn(worker.ask("read", "k", "k1"), {"value:1", NOT_AVAILABLE})
+                    self.assertIn(f"{path} is damaged and another process writes to it", worker.log())
+                    writer.execute("COMMIT")
+                self.assertEqual(worker.ask("read", "k", "k1"), "value:1")
+                self.assertIn("was damaged and is made anew", worker.log())
+                with contextlib.closing(sqlite3.connect(path)) as reader:
+                    self.assertEqual(reader.execute("SELECT label FROM items WHERE id = 1").fetchall(), [("changed",)])
+
     def test_a_write_that_waits_while_another_process_repairs_is_not_lost(self):
         with Worker(self.folder) as worker:
             for store, name in STORES.items():
