@@ -60,6 +60,23 @@ bool replace(const QByteArray &path, const QByteArray &fresh, const QByteArray &
     return ::rename(fresh.constData(), path.constData()) == 0;
 }
 
+// Says nothing about the file: a later try may read it.
+bool isPassing(int code)
+{
+    switch (code & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_NOMEM:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PROTOCOL:
+        return true;
+    case SQLITE_IOERR:
+        return code != SQLITE_IOERR_READ && code != SQLITE_IOERR_SHORT_READ && code != SQLITE_IOERR_CORRUPTFS;
+    default:
+        return false;
+    }
+}
+
 void removeDatabase(const QByteArray &path)
 {
     for (const char *suffix : {"", "-wal", "-shm", "-journal"})
@@ -109,6 +126,9 @@ bool SqliteDatabase::replaceByReadableRows()
         if (rows && !database.execute("PRAGMA journal_mode=DELETE"))
             rows = std::nullopt;
     }
+    // Closing left them there.
+    ::unlink(QFile::encodeName(fresh + QStringLiteral("-wal")).constData());
+    ::unlink(QFile::encodeName(fresh + QStringLiteral("-shm")).constData());
     if (!rows || !replace(name, QFile::encodeName(fresh), QFile::encodeName(aside))) {
         qCWarning(logStore,
                   "%s is damaged and can't be replaced: check that the disk has room and that this user may write "
@@ -131,6 +151,7 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
     sqlite3_open_v2(QFile::encodeName(damagedPath).constData(), &raw, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
                     nullptr);
     damaged.m_database.reset(raw);
+    damaged.setPatient(true);
     // Reads a file that lost its end.
     damaged.execute("PRAGMA writable_schema=ON");
 
@@ -157,6 +178,8 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
             }
             if (step == SqliteStatement::Step::Done)
                 break;
+            if (isPassing(damaged.lastError()))
+                return std::nullopt;
         }
     }
     tables.reset();

@@ -10,6 +10,7 @@ import argparse
 import contextlib
 import os
 import random
+import resource
 import shutil
 import signal
 import sqlite3
@@ -335,6 +336,28 @@ class Damage(Folder):
                         worker.ask("open", self.folder)
                         COUNTS["damaged files"] += 1
                         self.check(worker, name[0], f"seed {OPTIONS.seed}: {name}, {what}")
+
+
+    def test_a_repair_without_means_gives_up(self):
+        """A file that can't be opened for want of descriptors does not count as unreadable."""
+        kept = Path(self.parent.name, "kept")
+        with Worker(self.folder) as worker:
+            for key in range(40):
+                worker.ask("write", "k", f"k{key}", 1, 900)
+            worker.ask("close")
+        path = Path(self.folder, STORES["k"])
+        os.truncate(path, path.stat().st_size - 4096)
+        shutil.copytree(self.folder, kept)
+        for descriptors in range(4, 24):
+            shutil.rmtree(self.folder)
+            shutil.copytree(kept, self.folder)
+            with Worker(self.folder) as worker:
+                resource.prlimit(worker.process.pid, resource.RLIMIT_NOFILE, (descriptors, descriptors))
+                worker.ask("read", "k", "k1")
+            with Worker(self.folder) as worker:
+                found = [worker.ask("read", "k", f"k{key}") for key in range(40)]
+                self.assertGreater(found.count("value:1"), 30, f"{descriptors} descriptors: {worker.log()}")
+            self.assertEqual(list(self.folder.glob("*.new*")), [])
 
 
 class Others(Folder):
