@@ -207,6 +207,7 @@ int SqliteDatabase::changes() const
 void SqliteDatabase::setPatient(bool patient)
 {
     constexpr int longestWait = 800; // milliseconds
+    m_isPatient = patient;
     sqlite3_busy_timeout(m_database.get(), patient ? longestWait : 0);
 }
 

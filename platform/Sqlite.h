@@ -54,11 +54,13 @@ public:
     enum class Durability { SurvivesKill, SurvivesPowerLoss };
 
     /// Opens the file at `path`, made private to its owner if it is new, and runs `schema` in it; a damaged one is
-    /// repaired. On a read-only medium it can be read. Null, with a log line, where that fails. A call waits at most
-    /// 0.8 s for another process.
+    /// repaired, see there. On a read-only medium it can be read. Null, with a log line, where that fails. A wait for
+    /// another process ends after 0.8 s; a repair has waits of its own.
     static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema);
     /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
-    /// row which can still be read. Several processes may do so at once. Null, with a log line, where that fails.
+    /// row which can still be read. Several processes may do so at once. Where that can't be done now it gives, with a
+    /// log line, the damaged one back to be read as far as it goes: it stays isDamaged(), refuses writes, and can be
+    /// given to another repair. Null where nothing of it can be read.
     static std::unique_ptr<SqliteDatabase> repair(std::unique_ptr<SqliteDatabase> damaged);
 
     /// Invalid, and noted, where the file has other tables.
@@ -87,6 +89,7 @@ private:
     SqliteStatement compile(const char *sql);
     bool isDamage(int code) const;
     bool isWhole();
+    bool keepForReading();
     bool replaceByReadableRows();
     std::optional<int> takeRowsFrom(const QString &damagedPath);
 
@@ -99,6 +102,7 @@ private:
     const char *m_schema;
     std::unique_ptr<sqlite3, Close> m_database;
     bool m_isDamaged = false;
+    bool m_isPatient = true;
 };
 
 } // namespace kelpay

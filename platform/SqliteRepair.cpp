@@ -23,10 +23,10 @@ namespace {
 class FolderLock
 {
 public:
-    explicit FolderLock(const QString &path)
+    FolderLock(const QString &path, bool isPatient)
         : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        constexpr int longestWait = 400; // milliseconds
+        const int longestWait = isPatient ? 400 : 0; // milliseconds
         for (int waited = 0; m_folder >= 0 && !m_isHeld; waited += 10) {
             m_isHeld = ::flock(m_folder, LOCK_EX | LOCK_NB) == 0;
             if (m_isHeld || waited >= longestWait)
@@ -89,18 +89,23 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDat
 {
     const QString path = damaged->m_path;
     const QByteArray name = QFile::encodeName(path);
-    const FolderLock lock(path);
-    if (!lock.isHeld()) {
+    const FolderLock lock(path, damaged->m_isPatient);
+    if (!lock.isHeld())
         qCWarning(logStore, "%s is damaged and another process holds its folder: end that process if it hangs",
                   name.constData());
-        return nullptr;
-    }
     // Another process may have repaired it meanwhile.
-    if (!damaged->isMoved() && !damaged->replaceByReadableRows())
-        return nullptr;
+    if (!lock.isHeld() || (!damaged->isMoved() && !damaged->replaceByReadableRows()))
+        return damaged->keepForReading() ? std::move(damaged) : nullptr;
     std::unique_ptr<SqliteDatabase> fresh(new SqliteDatabase(path, damaged->m_durability, damaged->m_schema));
     damaged.reset();
     return fresh->connect() ? std::move(fresh) : nullptr;
+}
+
+bool SqliteDatabase::keepForReading()
+{
+    execute("ROLLBACK");
+    setPatient(false);
+    return execute("PRAGMA writable_schema=ON; PRAGMA query_only=ON; SELECT 1 FROM sqlite_schema");
 }
 
 bool SqliteDatabase::replaceByReadableRows()
@@ -110,7 +115,7 @@ bool SqliteDatabase::replaceByReadableRows()
     const QByteArray name = QFile::encodeName(m_path);
     // Nobody else writes meanwhile, unless the damage is where it keeps everybody from locking the file. The pragma
     // lets a file be locked that lost its end.
-    execute("PRAGMA writable_schema=ON");
+    execute("PRAGMA writable_schema=ON; PRAGMA query_only=OFF");
     if (!execute("BEGIN IMMEDIATE") && (lastError() & 0xff) == SQLITE_BUSY) {
         qCWarning(logStore, "%s is damaged and another process writes to it: end that process if it hangs",
                   name.constData());

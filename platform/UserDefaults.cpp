@@ -98,13 +98,14 @@ template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Ac
     if (path.isEmpty() || isGivenUp)
         return false;
     for (int run = 0; run < 2 && open(); ++run) {
+        const bool wasDamaged = file->database->isDamaged();
         // One wait for a process that hangs is enough.
-        file->database->setPatient(memory.empty());
+        file->database->setPatient(memory.empty() && !wasDamaged);
         const bool isDone = action(*file);
         if (!isDone)
             file->database->noteFailure(what);
-        const bool isMoved = file->database->isMoved();
-        if (!isMoved && !file->database->isDamaged())
+        const bool isDamaged = file->database->isDamaged();
+        if (wasDamaged || (!isDamaged && !file->database->isMoved()))
             return isDone;
     }
     return false;
