@@ -111,9 +111,11 @@ SqliteDatabase::SqliteDatabase(QString path, Durability durability, const char *
     : m_path(std::move(path)), m_durability(durability), m_schema(schema)
 {}
 
-std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString &path, Durability durability, const char *schema)
+std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString &path, Durability durability, const char *schema,
+                                                     bool isPatient)
 {
     std::unique_ptr<SqliteDatabase> database(new SqliteDatabase(path, durability, schema));
+    database->m_isPatient = isPatient;
     if (database->connect())
         return database;
     return database->isDamaged() ? repair(std::move(database)) : nullptr;
@@ -147,7 +149,7 @@ bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
     m_database.reset(raw);
     if (opened != SQLITE_OK)
         return false;
-    setPatient(true);
+    setPatient(m_isPatient);
     // The companion files stay when the last process closes: on a full disk or a read-only medium there would be no
     // room to make them again.
     int stays = 1;

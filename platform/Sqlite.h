@@ -54,9 +54,10 @@ public:
     enum class Durability { SurvivesKill, SurvivesPowerLoss };
 
     /// Opens the file at `path`, made private to its owner if it is new, and runs `schema` in it; a damaged one is
-    /// repaired, see there. On a read-only medium it can be read. Null, with a log line, where that fails. A wait for
-    /// another process ends after 0.8 s; a repair has waits of its own.
-    static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema);
+    /// repaired, see there. On a read-only medium it can be read. Null, with a log line, where that fails. A patient
+    /// wait for another process ends after 0.8 s; a repair has waits of its own.
+    static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema,
+                                                bool isPatient = true);
     /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
     /// row which can still be read. Several processes may do so at once. Where that can't be done now it gives, with a
     /// log line, the damaged one back to be read as far as it goes: it stays isDamaged(), refuses writes, and can be

@@ -42,7 +42,7 @@ struct UserDefaults::Impl
     const QString path;
     std::mutex mutex;
     std::optional<File> file;
-    /// The file could not be opened; the next write tries again.
+    /// The file could not be opened: no call waits for it until one opens it.
     bool isGivenUp = false;
     /// What could not be written to the file; std::nullopt stands for a removed key.
     std::map<QString, std::optional<Value>> memory;
@@ -85,7 +85,9 @@ bool UserDefaults::Impl::open()
         adopt(SqliteDatabase::repair(std::move(damaged)));
     } else if (!file || !file->database->isCurrent()) {
         file.reset();
-        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema));
+        // One wait for a process that hangs is enough, here and below.
+        const bool isPatient = !isGivenUp && memory.empty();
+        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema, isPatient));
         isGivenUp = !file;
     }
     return file.has_value();
@@ -95,11 +97,10 @@ bool UserDefaults::Impl::open()
 // another one; false when that failed. So an action may be done twice.
 template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
 {
-    if (path.isEmpty() || isGivenUp)
+    if (path.isEmpty())
         return false;
     for (int run = 0; run < 2 && open(); ++run) {
         const bool wasDamaged = file->database->isDamaged();
-        // One wait for a process that hangs is enough.
         file->database->setPatient(memory.empty() && !wasDamaged);
         const bool isDone = action(*file);
         if (!isDone)
@@ -187,7 +188,6 @@ void UserDefaults::Impl::keep(const QString &key, const std::optional<Value> &va
 
 void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &value)
 {
-    isGivenUp = false;
     if (writeToFile(key, value)) {
         memory.erase(key);
         writeKept();
@@ -272,7 +272,6 @@ void UserDefaults::remove(const QString &key)
 qint64 UserDefaults::increment(const QString &key)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    m_impl->isGivenUp = false;
     if (const auto kept = m_impl->memory.find(key);
         kept != m_impl->memory.end() && m_impl->writeToFile(key, kept->second))
         m_impl->memory.erase(kept);

@@ -508,6 +508,27 @@ class Others(Folder):
             for number in range(2, 12):
                 self.assertEqual(worker.ask("read", "d", f"k{number}"), f"value:{number}")
 
+    def test_a_file_that_cannot_be_opened_stalls_nobody(self):
+        with Worker(self.folder) as worker:
+            for key in range(5):
+                worker.ask("write", "d", f"k{key}", 1, 100)
+            worker.ask("close")
+            with contextlib.closing(sqlite3.connect(Path(self.folder, STORES["d"]), isolation_level=None)) as holder:
+                holder.execute("PRAGMA locking_mode=EXCLUSIVE")
+                holder.execute("BEGIN EXCLUSIVE")
+                worker.ask("open", self.folder)
+                start = time.monotonic()
+                for key in range(5):
+                    worker.ask("read", "d", f"k{key}")
+                    worker.ask("write", "d", f"k{key + 10}", 2, 100)
+                self.assertLess(time.monotonic() - start, 1.5, "all calls together")
+            for key in range(5):
+                self.assertEqual(worker.ask("read", "d", f"k{key}"), "value:1", "the next read opens it")
+            worker.ask("write", "d", "k0", 3, 100)
+            worker.ask("open", self.folder)
+            found = [worker.ask("read", "d", f"k{key}") for key in (0, 1, 10, 14)]
+            self.assertEqual(found, ["value:3", "value:1", "value:2", "value:2"])
+
     def test_a_stopped_process_stalls_nobody(self):
         for _ in range(5):
             with Worker(self.folder) as stopped, Worker(self.folder) as worker:
