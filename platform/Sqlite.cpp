@@ -111,9 +111,11 @@ SqliteDatabase::SqliteDatabase(QString path, Durability durability, const char *
     : m_path(std::move(path)), m_durability(durability), m_schema(schema)
 {}
 
-std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString &path, Durability durability, const char *schema)
+std::unique_ptr<SqliteDatabase> SqliteDatabase::open(const QString &path, Durability durability, const char *schema,
+                                                     bool isPatient)
 {
     std::unique_ptr<SqliteDatabase> database(new SqliteDatabase(path, durability, schema));
+    database->m_isPatient = isPatient;
     if (database->connect())
         return database;
     return database->isDamaged() ? repair(std::move(database)) : nullptr;
@@ -147,7 +149,7 @@ bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
     m_database.reset(raw);
     if (opened != SQLITE_OK)
         return false;
-    setPatient(true);
+    setPatient(m_isPatient);
     // The companion files stay when the last process closes: on a full disk or a read-only medium there would be no
     // room to make them again.
     int stays = 1;
@@ -207,14 +209,20 @@ int SqliteDatabase::changes() const
 void SqliteDatabase::setPatient(bool patient)
 {
     constexpr int longestWait = 800; // milliseconds
+    m_isPatient = patient;
     sqlite3_busy_timeout(m_database.get(), patient ? longestWait : 0);
+}
+
+bool SqliteDatabase::isMoved() const
+{
+    int isMoved = 0;
+    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
+    return isMoved != 0;
 }
 
 bool SqliteDatabase::isCurrent() const
 {
-    int isMoved = 0;
-    sqlite3_file_control(m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isMoved);
-    return isMoved == 0 && sqlite3_db_readonly(m_database.get(), "main") == 0;
+    return !isMoved() && sqlite3_db_readonly(m_database.get(), "main") == 0;
 }
 
 bool SqliteDatabase::isDamage(int code) const

@@ -54,11 +54,14 @@ public:
     enum class Durability { SurvivesKill, SurvivesPowerLoss };
 
     /// Opens the file at `path`, made private to its owner if it is new, and runs `schema` in it; a damaged one is
-    /// repaired. On a read-only medium it can be read. Null, with a log line, where that fails. A call waits at most
-    /// 0.8 s for another process.
-    static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema);
+    /// repaired, see there. On a read-only medium it can be read. Null, with a log line, where that fails. A patient
+    /// wait for another process ends after 0.8 s; a repair has waits of its own.
+    static std::unique_ptr<SqliteDatabase> open(const QString &path, Durability durability, const char *schema,
+                                                bool isPatient = true);
     /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
-    /// row which can still be read. Several processes may do so at once. Null, with a log line, where that fails.
+    /// row which can still be read. Several processes may do so at once. Where that can't be done now it gives, with a
+    /// log line, the damaged one back to be read as far as it goes: it stays isDamaged(), refuses writes, and can be
+    /// given to another repair. Null where nothing of it can be read.
     static std::unique_ptr<SqliteDatabase> repair(std::unique_ptr<SqliteDatabase> damaged);
 
     /// Invalid, and noted, where the file has other tables.
@@ -74,7 +77,10 @@ public:
     void noteFailure(const char *action);
     /// A failure that was noted says that the file is not the database it was.
     bool isDamaged() const noexcept { return m_isDamaged; }
-    /// False when the file was moved or removed since it was opened, or can only be read: time to open it again.
+    /// The file was replaced or removed since it was opened. A write is in the file at the path when this is false
+    /// while its lock is held, or after it: who repairs replaces the file under that lock.
+    bool isMoved() const;
+    /// False when the file was moved, or can only be read: time to open it again.
     bool isCurrent() const;
 
 private:
@@ -84,6 +90,7 @@ private:
     SqliteStatement compile(const char *sql);
     bool isDamage(int code) const;
     bool isWhole();
+    bool keepForReading();
     bool replaceByReadableRows();
     std::optional<int> takeRowsFrom(const QString &damagedPath);
 
@@ -96,6 +103,7 @@ private:
     const char *m_schema;
     std::unique_ptr<sqlite3, Close> m_database;
     bool m_isDamaged = false;
+    bool m_isPatient = true;
 };
 
 } // namespace kelpay

@@ -23,10 +23,10 @@ namespace {
 class FolderLock
 {
 public:
-    explicit FolderLock(const QString &path)
+    FolderLock(const QString &path, bool isPatient)
         : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
     {
-        constexpr int longestWait = 400; // milliseconds
+        const int longestWait = isPatient ? 400 : 0; // milliseconds
         for (int waited = 0; m_folder >= 0 && !m_isHeld; waited += 10) {
             m_isHeld = ::flock(m_folder, LOCK_EX | LOCK_NB) == 0;
             if (m_isHeld || waited >= longestWait)
@@ -60,6 +60,23 @@ bool replace(const QByteArray &path, const QByteArray &fresh, const QByteArray &
     return ::rename(fresh.constData(), path.constData()) == 0;
 }
 
+// Says nothing about the file: a later try may read it.
+bool isPassing(int code)
+{
+    switch (code & 0xff) {
+    case SQLITE_BUSY:
+    case SQLITE_LOCKED:
+    case SQLITE_NOMEM:
+    case SQLITE_CANTOPEN:
+    case SQLITE_PROTOCOL:
+        return true;
+    case SQLITE_IOERR:
+        return code != SQLITE_IOERR_READ && code != SQLITE_IOERR_SHORT_READ && code != SQLITE_IOERR_CORRUPTFS;
+    default:
+        return false;
+    }
+}
+
 void removeDatabase(const QByteArray &path)
 {
     for (const char *suffix : {"", "-wal", "-shm", "-journal"})
@@ -72,20 +89,23 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDat
 {
     const QString path = damaged->m_path;
     const QByteArray name = QFile::encodeName(path);
-    const FolderLock lock(path);
-    if (!lock.isHeld()) {
+    const FolderLock lock(path, damaged->m_isPatient);
+    if (!lock.isHeld())
         qCWarning(logStore, "%s is damaged and another process holds its folder: end that process if it hangs",
                   name.constData());
-        return nullptr;
-    }
     // Another process may have repaired it meanwhile.
-    int isReplaced = 0;
-    sqlite3_file_control(damaged->m_database.get(), "main", SQLITE_FCNTL_HAS_MOVED, &isReplaced);
-    if (isReplaced == 0 && !damaged->replaceByReadableRows())
-        return nullptr;
+    if (!lock.isHeld() || (!damaged->isMoved() && !damaged->replaceByReadableRows()))
+        return damaged->keepForReading() ? std::move(damaged) : nullptr;
     std::unique_ptr<SqliteDatabase> fresh(new SqliteDatabase(path, damaged->m_durability, damaged->m_schema));
     damaged.reset();
     return fresh->connect() ? std::move(fresh) : nullptr;
+}
+
+bool SqliteDatabase::keepForReading()
+{
+    execute("ROLLBACK");
+    setPatient(false);
+    return execute("PRAGMA writable_schema=ON; PRAGMA query_only=ON; SELECT 1 FROM sqlite_schema");
 }
 
 bool SqliteDatabase::replaceByReadableRows()
@@ -93,8 +113,14 @@ bool SqliteDatabase::replaceByReadableRows()
     const QString fresh = m_path + QStringLiteral(".new");
     const QString aside = m_path + QStringLiteral(".damaged-") + QString::number(QDateTime::currentMSecsSinceEpoch());
     const QByteArray name = QFile::encodeName(m_path);
-    // Nobody else writes meanwhile, as far as the damage lets this be had.
-    execute("BEGIN IMMEDIATE");
+    // Nobody else writes meanwhile, unless the damage is where it keeps everybody from locking the file. The pragma
+    // lets a file be locked that lost its end.
+    execute("PRAGMA writable_schema=ON; PRAGMA query_only=OFF");
+    if (!execute("BEGIN IMMEDIATE") && (lastError() & 0xff) == SQLITE_BUSY) {
+        qCWarning(logStore, "%s is damaged and another process writes to it: end that process if it hangs",
+                  name.constData());
+        return false;
+    }
     removeDatabase(QFile::encodeName(fresh));
     std::optional<int> rows;
     {
@@ -105,6 +131,9 @@ bool SqliteDatabase::replaceByReadableRows()
         if (rows && !database.execute("PRAGMA journal_mode=DELETE"))
             rows = std::nullopt;
     }
+    // Closing left them there.
+    ::unlink(QFile::encodeName(fresh + QStringLiteral("-wal")).constData());
+    ::unlink(QFile::encodeName(fresh + QStringLiteral("-shm")).constData());
     if (!rows || !replace(name, QFile::encodeName(fresh), QFile::encodeName(aside))) {
         qCWarning(logStore,
                   "%s is damaged and can't be replaced: check that the disk has room and that this user may write "
@@ -127,6 +156,7 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
     sqlite3_open_v2(QFile::encodeName(damagedPath).constData(), &raw, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
                     nullptr);
     damaged.m_database.reset(raw);
+    damaged.setPatient(true);
     // Reads a file that lost its end.
     damaged.execute("PRAGMA writable_schema=ON");
 
@@ -153,6 +183,8 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
             }
             if (step == SqliteStatement::Step::Done)
                 break;
+            if (isPassing(damaged.lastError()))
+                return std::nullopt;
         }
     }
     tables.reset();

@@ -17,6 +17,14 @@ namespace {
 constexpr const char *schema = "CREATE TABLE IF NOT EXISTS defaults("
                                "key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) WITHOUT ROWID";
 
+// A text counts as the integer it begins with, as everywhere else; SQLite's CAST reads it the same way.
+#define STORED_NUMBER "CASE type WHEN 2 THEN value WHEN 1 THEN CAST(CAST(value AS TEXT) AS INTEGER) ELSE 0 END"
+constexpr const char *incrementSql = "INSERT INTO defaults(key, type, value) VALUES(?1, 2, 1) ON CONFLICT(key) "
+                                     "DO UPDATE SET type = 2, value = " STORED_NUMBER " + 1 RETURNING value";
+constexpr const char *raiseSql = "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) ON CONFLICT(key) "
+                                 "DO UPDATE SET type = ?2, value = MAX(?3, " STORED_NUMBER ")";
+#undef STORED_NUMBER
+
 } // namespace
 
 struct UserDefaults::Impl
@@ -27,12 +35,15 @@ struct UserDefaults::Impl
         Type type = Type::Text;
         Bytes bytes;
         qint64 number = 0;
+        /// Counted up from the file's number: other processes may have counted further, so it never lowers that.
+        bool isCounted = false;
     };
     struct File
     {
         std::unique_ptr<SqliteDatabase> database;
         SqliteStatement selectStatement;
         SqliteStatement writeStatement;
+        SqliteStatement raiseStatement;
         SqliteStatement removeStatement;
         SqliteStatement incrementStatement;
     };
@@ -42,7 +53,7 @@ struct UserDefaults::Impl
     const QString path;
     std::mutex mutex;
     std::optional<File> file;
-    /// The file could not be opened; the next write tries again.
+    /// The file could not be opened: no call waits for it until one opens it.
     bool isGivenUp = false;
     /// What could not be written to the file; std::nullopt stands for a removed key.
     std::map<QString, std::optional<Value>> memory;
@@ -54,6 +65,7 @@ struct UserDefaults::Impl
     void writeKept();
     void keep(const QString &key, const std::optional<Value> &value);
     void adopt(std::unique_ptr<SqliteDatabase> database);
+    bool open();
     template <typename Action> bool attempt(const char *what, Action action);
 };
 
@@ -66,36 +78,44 @@ void UserDefaults::Impl::adopt(std::unique_ptr<SqliteDatabase> database)
     opened.writeStatement = database->prepare("INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
                                               "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
     opened.removeStatement = database->prepare("DELETE FROM defaults WHERE key = ?1");
-    // A text counts as the integer it begins with, as everywhere else; SQLite's CAST reads it the same way.
-    opened.incrementStatement = database->prepare(
-        "INSERT INTO defaults(key, type, value) VALUES(?1, 2, 1) ON CONFLICT(key) DO UPDATE SET "
-        "type = 2, value = CASE type WHEN 2 THEN value WHEN 1 THEN CAST(CAST(value AS TEXT) AS INTEGER) "
-        "ELSE 0 END + 1 RETURNING value");
+    opened.incrementStatement = database->prepare(incrementSql);
+    opened.raiseStatement = database->prepare(raiseSql);
     opened.database = std::move(database);
     file = std::move(opened);
 }
 
-// Runs `action` on the file that is at the path now, once more if it had to be repaired; false when that failed.
-template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
+// The file that is at the path now, repaired if need be.
+bool UserDefaults::Impl::open()
 {
-    if (path.isEmpty() || isGivenUp)
-        return false;
-    if (!file || !file->database->isCurrent()) {
-        file.reset();
-        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema));
-        isGivenUp = !file;
-    }
-    for (bool isRepaired = false; file; isRepaired = true) {
-        // One wait for a process that hangs is enough.
-        file->database->setPatient(memory.empty());
-        if (action(*file))
-            return true;
-        file->database->noteFailure(what);
-        if (!file->database->isDamaged() || isRepaired)
-            return false;
+    if (file && file->database->isDamaged()) {
         auto damaged = std::move(file->database);
         file.reset();
         adopt(SqliteDatabase::repair(std::move(damaged)));
+    } else if (!file || !file->database->isCurrent()) {
+        file.reset();
+        // One wait for a process that hangs is enough, here and below.
+        const bool isPatient = !isGivenUp && memory.empty();
+        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema, isPatient));
+        isGivenUp = !file;
+    }
+    return file.has_value();
+}
+
+// Runs `action` on the file that is at the path now, once more if that was repaired meanwhile, by this process or
+// another one; false when that failed. So an action may be done twice.
+template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
+{
+    if (path.isEmpty())
+        return false;
+    for (int run = 0; run < 2 && open(); ++run) {
+        const bool wasDamaged = file->database->isDamaged();
+        file->database->setPatient(memory.empty() && !wasDamaged);
+        const bool isDone = action(*file);
+        if (!isDone)
+            file->database->noteFailure(what);
+        const bool isDamaged = file->database->isDamaged();
+        if (wasDamaged || (!isDamaged && !file->database->isMoved()))
+            return isDone;
     }
     return false;
 }
@@ -127,7 +147,9 @@ bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Val
 {
     const QByteArray name = key.toUtf8();
     return attempt("written", [&](File &in) {
-        SqliteStatement &statement = value ? in.writeStatement : in.removeStatement;
+        SqliteStatement &statement = !value             ? in.removeStatement
+                                     : value->isCounted ? in.raiseStatement
+                                                        : in.writeStatement;
         statement.bind(1, std::string_view(name));
         if (value) {
             statement.bind(2, static_cast<std::int64_t>(value->type));
@@ -145,18 +167,16 @@ bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Val
 std::optional<qint64> UserDefaults::Impl::incrementInFile(const QString &key)
 {
     const QByteArray name = key.toUtf8();
-    std::optional<qint64> number;
-    attempt("written", [&](File &in) {
+    qint64 number = 0;
+    const bool isDone = attempt("written", [&](File &in) {
         auto &statement = in.incrementStatement;
         const bool stepped = statement.bind(1, std::string_view(name)).step() == SqliteStatement::Step::Row;
-        const qint64 counted = stepped ? statement.integer(0) : 0;
+        number = stepped ? statement.integer(0) : 0;
         const bool written = stepped && statement.run();
         statement.reset();
-        if (written)
-            number = counted;
         return written;
     });
-    return number;
+    return isDone ? std::optional(number) : std::nullopt;
 }
 
 // The file took a value: it may take now what it could not take before.
@@ -176,7 +196,6 @@ void UserDefaults::Impl::keep(const QString &key, const std::optional<Value> &va
 
 void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &value)
 {
-    isGivenUp = false;
     if (writeToFile(key, value)) {
         memory.erase(key);
         writeKept();
@@ -261,7 +280,6 @@ void UserDefaults::remove(const QString &key)
 qint64 UserDefaults::increment(const QString &key)
 {
     const std::scoped_lock lock(m_impl->mutex);
-    m_impl->isGivenUp = false;
     if (const auto kept = m_impl->memory.find(key);
         kept != m_impl->memory.end() && m_impl->writeToFile(key, kept->second))
         m_impl->memory.erase(kept);
@@ -271,13 +289,15 @@ qint64 UserDefaults::increment(const QString &key)
             return *number;
         }
     }
+    const auto kept = m_impl->memory.find(key);
+    const bool isCounted = kept == m_impl->memory.end() || (kept->second && kept->second->isCounted);
     const auto before = m_impl->read(key);
     const qint64 number =
         (before && before->type != Impl::Type::Data
              ? (before->type == Impl::Type::Number ? before->number : integerValue(before->bytes.toText()))
              : 0) +
         1;
-    m_impl->keep(key, Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number});
+    m_impl->keep(key, Impl::Value{.type = Impl::Type::Number, .bytes = {}, .number = number, .isCounted = isCounted});
     return number;
 }
 

@@ -33,14 +33,19 @@ constexpr const char *selectAll =
 constexpr const char *deleteAll = "DELETE" MATCHING;
 #undef MATCHING
 
-// A write lock on the database, for this and all other processes; undone unless committed.
+// A write lock on the database, for this and all other processes; undone unless committed. Not open on a file that
+// another process replaced while this one waited for the lock.
 class Transaction
 {
 public:
     explicit Transaction(SqliteDatabase &database) : m_database(database), m_isOpen(database.execute("BEGIN IMMEDIATE"))
     {
-        if (!m_isOpen)
+        if (!m_isOpen) {
             m_database.noteFailure("written");
+        } else if (m_database.isMoved()) {
+            m_database.execute("ROLLBACK");
+            m_isOpen = false;
+        }
     }
     Transaction(const Transaction &) = delete;
     Transaction &operator=(const Transaction &) = delete;
@@ -91,6 +96,16 @@ struct BoundMatch
     std::int64_t itemClass;
 };
 
+int statusOf(int status)
+{
+    return status;
+}
+
+int statusOf(const KeychainFound &found)
+{
+    return found.status;
+}
+
 } // namespace
 
 struct FileKeychain::Row
@@ -102,6 +117,10 @@ struct FileKeychain::Row
 
 bool FileKeychain::open()
 {
+    if (m_database && m_database->isDamaged()) {
+        m_database = SqliteDatabase::repair(std::move(m_database));
+        return m_database != nullptr;
+    }
     if (m_database && m_database->isCurrent())
         return true;
     m_database.reset();
@@ -113,18 +132,20 @@ bool FileKeychain::open()
     return m_database != nullptr;
 }
 
-// Runs `operation` on the open database, once more if that had to be repaired.
+// Runs `operation` on the open database, once more if that was repaired meanwhile, by this process or another one.
 template <typename Operation> auto FileKeychain::attempt(Operation operation)
 {
     using Result = decltype(operation());
     const std::scoped_lock lock(m_mutex);
-    if (!open())
-        return Result{SecStatus::NotAvailable};
-    Result result = operation();
-    if (!m_database->isDamaged())
-        return result;
-    m_database = SqliteDatabase::repair(std::move(m_database));
-    return m_database ? operation() : Result{SecStatus::NotAvailable};
+    Result result{SecStatus::NotAvailable};
+    for (int run = 0; run < 2 && open(); ++run) {
+        const bool wasDamaged = m_database->isDamaged();
+        result = operation();
+        if (wasDamaged || statusOf(result) != SecStatus::NotAvailable ||
+            (!m_database->isDamaged() && !m_database->isMoved()))
+            break;
+    }
+    return result;
 }
 
 QString FileKeychain::keyPath() const
@@ -233,15 +254,19 @@ int FileKeychain::update(const KeychainMatch &match, const Bytes &value)
 
 int FileKeychain::removeAll(const KeychainMatch &match)
 {
+    Transaction transaction(*m_database);
+    if (!transaction.isOpen())
+        return SecStatus::NotAvailable;
     const BoundMatch bound(match);
     auto statement = m_database->prepare(deleteAll);
-    if (statement.isValid()) {
-        bound.bindTo(statement);
-        if (statement.run())
-            return m_database->changes() > 0 ? SecStatus::Success : SecStatus::ItemNotFound;
+    if (!statement.isValid())
+        return SecStatus::NotAvailable;
+    bound.bindTo(statement);
+    if (!statement.run()) {
+        m_database->noteFailure("written");
+        return SecStatus::NotAvailable;
     }
-    m_database->noteFailure("written");
-    return SecStatus::NotAvailable;
+    return m_database->changes() > 0 ? transaction.commit() : SecStatus::ItemNotFound;
 }
 
 int FileKeychain::remove(const KeychainMatch &match)

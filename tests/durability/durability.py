@@ -7,8 +7,10 @@ Prints what it counted; fails on any loss. The seed, which it prints, repeats a 
 """
 
 import argparse
+import contextlib
 import os
 import random
+import resource
 import shutil
 import signal
 import sqlite3
@@ -226,25 +228,41 @@ class Disks(Folder):
         self.assertEqual(worker.ask("room"), "0")
         self.expect_writable_again(worker, {})
 
-    def test_damage_on_a_full_disk(self):
+    def test_damage_where_nothing_can_be_written(self):
+        for close, open_again in ((["fill"], ["room"]), (["remount", "ro"], ["remount", "rw"])):
+            self.check_damage(close, open_again)
+
+    def check_damage(self, close, open_again):
         worker = self.mounted()
-        values = {("k", f"k{key}"): "value:1" for key in range(40)}
-        for store, key in values:
-            self.assertEqual(worker.ask("write", store, key, 1, 900), "0")
+        keys = [f"k{key}" for key in range(40)]
+        for store in STORES:
+            for key in keys:
+                self.assertEqual(worker.ask("write", store, key, 1, 900), "0")
         worker.ask("close")
-        file = Path(f"/proc/{worker.process.pid}/root{self.folder}/keychain.sqlite")
-        file.write_bytes(file.read_bytes()[:-4096])
-        worker.ask("fill")
+        for name in STORES.values():
+            file = Path(f"/proc/{worker.process.pid}/root{self.folder}/{name}")
+            file.write_bytes(file.read_bytes()[:-4096])
+        self.assertEqual(worker.ask(*close), "0")
         worker.ask("open", self.folder)
-        for store, key in values:
-            self.assertIn(worker.ask("read", store, key), {"value:1", NOT_AVAILABLE})
-        self.assertIn(f"{self.folder}/keychain.sqlite is damaged and can't be replaced: check that the disk has room",
-                      worker.log())
-        self.assertEqual(worker.ask("room"), "0")
-        found = Counter(worker.ask("read", store, key) for store, key in values)
-        self.assertEqual(set(found), {"value:1", "absent"})
-        self.assertGreater(found["value:1"], 30, "what could be read was kept")
-        self.assertIn("was damaged and is made anew", worker.log())
+        for store, name in STORES.items():
+            readable = [key for key in keys if worker.ask("read", store, key) == "value:1"]
+            log = worker.log()
+            self.assertGreater(len(readable), 30, f"{close}, {name}: {log}")
+            self.assertIn(f"{self.folder}/{name} is damaged and can't be replaced: check that the disk has room", log)
+            status = worker.ask("write", store, readable[0], 2, 900)
+            self.assertEqual(status, NOT_AVAILABLE if store == "k" else "0")
+            self.assertEqual(worker.ask("read", store, readable[0]), "value:1" if store == "k" else "value:2")
+            worker.log()
+        self.assertEqual(worker.ask(*open_again), "0")
+        for store in STORES:
+            self.assertEqual(worker.ask("write", store, "k0", 3, 900), "0")
+            self.assertIn("was damaged and is made anew", worker.log())
+        worker.ask("open", self.folder)
+        for store in STORES:
+            found = Counter(worker.ask("read", store, key) for key in keys)
+            self.assertLessEqual(set(found), {"value:1", "value:2", "value:3", "absent"})
+            self.assertGreater(found["value:1"], 30, "what could be read was kept")
+        self.assertEqual(worker.log(), "")
 
     def test_read_only_disk(self):
         worker = self.mounted()
@@ -336,6 +354,28 @@ class Damage(Folder):
                         self.check(worker, name[0], f"seed {OPTIONS.seed}: {name}, {what}")
 
 
+    def test_a_repair_without_means_gives_up(self):
+        """A file that can't be opened for want of descriptors does not count as unreadable."""
+        kept = Path(self.parent.name, "kept")
+        with Worker(self.folder) as worker:
+            for key in range(40):
+                worker.ask("write", "k", f"k{key}", 1, 900)
+            worker.ask("close")
+        path = Path(self.folder, STORES["k"])
+        os.truncate(path, path.stat().st_size - 4096)
+        shutil.copytree(self.folder, kept)
+        for descriptors in range(4, 24):
+            shutil.rmtree(self.folder)
+            shutil.copytree(kept, self.folder)
+            with Worker(self.folder) as worker:
+                resource.prlimit(worker.process.pid, resource.RLIMIT_NOFILE, (descriptors, descriptors))
+                worker.ask("read", "k", "k1")
+            with Worker(self.folder) as worker:
+                found = [worker.ask("read", "k", f"k{key}") for key in range(40)]
+                self.assertGreater(found.count("value:1"), 30, f"{descriptors} descriptors: {worker.log()}")
+            self.assertEqual(list(self.folder.glob("*.new*")), [])
+
+
 class Others(Folder):
     """Several processes at once, and one that hangs."""
 
@@ -389,6 +429,59 @@ class Others(Folder):
                 kept = [workers[1].ask("read", store, f"k{key}") for key in range(40)].count("value:1")
                 self.assertGreater(kept, 30, "what could be read was kept")
 
+    def test_no_repair_takes_a_write_from_another_process(self):
+        def cut(content):
+            return content[:-4096]
+
+        def without_a_page(content):
+            return content[:-8192] + bytes(4096) + content[-4096:]
+
+        for damaged in (cut, without_a_page):
+            self.fresh()
+            with Worker(self.folder) as worker:
+                for key in range(40):
+                    worker.ask("write", "k", f"k{key}", 1, 900)
+                worker.ask("close")
+                path = Path(self.folder, STORES["k"])
+                with contextlib.closing(sqlite3.connect(path, isolation_level=None)) as writer:
+                    writer.execute("BEGIN IMMEDIATE")
+                    writer.execute("UPDATE items SET label = 'changed' WHERE id = 1")
+                    content = damaged(path.read_bytes())
+                    with open(path, "r+b") as file:
+                        file.write(content)
+                        file.truncate()
+                    worker.ask("open", self.folder)
+                    self.assertEqual(worker.ask("read", "k", "k1"), "value:1")
+                    self.assertIn(f"{path} is damaged and another process writes to it", worker.log())
+                    writer.execute("COMMIT")
+                self.assertEqual(worker.ask("read", "k", "k1"), "value:1")
+                self.assertIn("was damaged and is made anew", worker.log())
+                with contextlib.closing(sqlite3.connect(path)) as reader:
+                    self.assertEqual(reader.execute("SELECT label FROM items WHERE id = 1").fetchall(), [("changed",)])
+
+    def test_a_write_that_waits_while_another_process_repairs_is_not_lost(self):
+        with Worker(self.folder) as worker:
+            for store, name in STORES.items():
+                worker.ask("write", store, "a", 1, 100)
+                worker.ask("write", store, "b", 1, 100)
+                for call in ("write", store, "a", 2, 100), ("remove", store, "b"), ("write", store, "c", 2, 100):
+                    path = Path(self.folder, name)
+                    repairer = sqlite3.connect(path, isolation_level=None)
+                    repairer.execute("BEGIN IMMEDIATE")
+                    worker.start(*call)
+                    time.sleep(0.2)  # it waits for the lock now
+                    with contextlib.closing(sqlite3.connect(f"{path}.new")) as fresh, \
+                            contextlib.closing(sqlite3.connect(path)) as source:
+                        source.backup(fresh)
+                        fresh.execute("PRAGMA journal_mode=DELETE")
+                    for suffix in ("-wal", "-shm"):
+                        Path(f"{path}{suffix}").unlink(missing_ok=True)
+                    Path(f"{path}.new").rename(path)
+                    repairer.close()
+                    self.assertEqual(worker.answer(call), "0", worker.log())
+                found = [worker.ask("read", store, key) for key in "abc"]
+                self.assertEqual(found, ["value:2", "absent", "value:2"], store)
+
     def test_a_hanging_writer_stalls_nobody(self):
         with Worker(self.folder) as worker:
             for store in STORES:
@@ -414,6 +507,27 @@ class Others(Folder):
             worker.ask("open", self.folder)
             for number in range(2, 12):
                 self.assertEqual(worker.ask("read", "d", f"k{number}"), f"value:{number}")
+
+    def test_a_file_that_cannot_be_opened_stalls_nobody(self):
+        with Worker(self.folder) as worker:
+            for key in range(5):
+                worker.ask("write", "d", f"k{key}", 1, 100)
+            worker.ask("close")
+            with contextlib.closing(sqlite3.connect(Path(self.folder, STORES["d"]), isolation_level=None)) as holder:
+                holder.execute("PRAGMA locking_mode=EXCLUSIVE")
+                holder.execute("BEGIN EXCLUSIVE")
+                worker.ask("open", self.folder)
+                start = time.monotonic()
+                for key in range(5):
+                    worker.ask("read", "d", f"k{key}")
+                    worker.ask("write", "d", f"k{key + 10}", 2, 100)
+                self.assertLess(time.monotonic() - start, 1.5, "all calls together")
+            for key in range(5):
+                self.assertEqual(worker.ask("read", "d", f"k{key}"), "value:1", "the next read opens it")
+            worker.ask("write", "d", "k0", 3, 100)
+            worker.ask("open", self.folder)
+            found = [worker.ask("read", "d", f"k{key}") for key in (0, 1, 10, 14)]
+            self.assertEqual(found, ["value:3", "value:1", "value:2", "value:2"])
 
     def test_a_stopped_process_stalls_nobody(self):
         for _ in range(5):

@@ -1,5 +1,6 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/Sqlite.h"
 #include "platform/StateFolder.h"
 
 #include <gtest/gtest.h>
@@ -94,6 +95,28 @@ TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory)
     EXPECT_EQ(nowhere.increment(key), 8);
     nowhere.remove(key);
     EXPECT_FALSE(nowhere.string(key));
+}
+
+TEST_F(UserDefaultsTest, ANumberCountedInMemoryNeverLowersTheFiles)
+{
+    UserDefaults here(path());
+    UserDefaults other(path());
+    for (const bool isSet : {false, true}) {
+        other.setInteger(key, 10);
+        EXPECT_EQ(here.integer(key), 10);
+        const auto holder = SqliteDatabase::open(path(), SqliteDatabase::Durability::SurvivesKill, "");
+        ASSERT_TRUE(holder->execute("BEGIN IMMEDIATE"));
+        if (isSet)
+            here.setInteger(key, 3);
+        const qint64 inMemory = isSet ? 4 : 11;
+        EXPECT_EQ(here.increment(key), inMemory);
+        EXPECT_EQ(here.increment(key), inMemory + 1);
+        ASSERT_TRUE(holder->execute("ROLLBACK"));
+        for (qint64 number = 11; number <= 15; ++number)
+            EXPECT_EQ(other.increment(key), number);
+        EXPECT_EQ(here.increment(key), isSet ? 6 : 16) << "what was set counts, other than what was counted";
+        EXPECT_EQ(other.increment(key), isSet ? 7 : 17);
+    }
 }
 
 TEST_F(UserDefaultsTest, TheStateFolderIsPrivateWhateverTheUmask)
