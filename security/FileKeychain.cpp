@@ -139,9 +139,8 @@ template <typename Operation> auto FileKeychain::attempt(Operation operation)
     const std::scoped_lock lock(m_mutex);
     Result result{SecStatus::NotAvailable};
     for (int run = 0; run < 2 && open(); ++run) {
-        const bool wasDamaged = m_database->isDamaged();
         result = operation();
-        if (wasDamaged || statusOf(result) != SecStatus::NotAvailable ||
+        if (m_database->isLeftDamaged() || statusOf(result) != SecStatus::NotAvailable ||
             (!m_database->isDamaged() && !m_database->isMoved()))
             break;
     }
