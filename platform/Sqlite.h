@@ -73,7 +73,7 @@ public:
     int changes() const;
     /// Whether a call waits for another process that writes, or fails at once.
     void setPatient(bool patient);
-    /// Logs the last failure; to be called before the next statement.
+    /// Logs the last failure, damage once; to be called before the next statement.
     void noteFailure(const char *action);
     /// A failure that was noted says that the file is not the database it was.
     bool isDamaged() const noexcept { return m_isDamaged; }

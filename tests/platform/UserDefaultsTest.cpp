@@ -152,7 +152,10 @@ TEST_F(UserDefaultsTest, ADamagedFileIsReplaced)
     EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("v"));
     const auto other = SqliteDatabase::open(path(), SqliteDatabase::Durability::SurvivesKill, "");
     ASSERT_TRUE(other->execute("DROP TABLE defaults; CREATE TABLE defaults(other)"));
+    testing::internal::CaptureStderr();
     UserDefaults(path()).setString(key, QStringLiteral("w"));
+    const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(log.count(QStringLiteral("can't be")), 1) << log.toStdString();
     EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("w")) << "a file with other tables";
 }
 
