@@ -186,6 +186,7 @@ TEST_F(FileKeychainTest, ManyStartingAtOnceAgreeOnTheKey)
 {
     constexpr int count = 8;
     std::vector<std::thread> threads;
+    threads.reserve(count);
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([this, i] {
             FileKeychain own(folder.path());
