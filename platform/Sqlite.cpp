@@ -242,6 +242,8 @@ bool SqliteDatabase::isDamage(int code) const
 void SqliteDatabase::noteFailure(const char *action)
 {
     const int code = lastError();
+    if (m_isDamaged && isDamage(code))
+        return;
     m_isDamaged = m_isDamaged || isDamage(code);
     const char *advice = "check that the disk has room and that this user may write there";
     if (isDamage(code))

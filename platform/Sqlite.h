@@ -60,8 +60,8 @@ public:
                                                 bool isPatient = true);
     /// Moves a damaged file aside, to "<path>.damaged-<milliseconds since 1970>", and opens a new one that holds every
     /// row which can still be read. Several processes may do so at once. Where that can't be done now it gives, with a
-    /// log line, the damaged one back to be read as far as it goes: it stays isDamaged(), refuses writes, and can be
-    /// given to another repair. Null where nothing of it can be read.
+    /// log line, the damaged one back to be read as far as it goes: it refuses writes, and can be given to another
+    /// repair. Null where nothing of it can be read.
     static std::unique_ptr<SqliteDatabase> repair(std::unique_ptr<SqliteDatabase> damaged);
 
     /// Invalid, and noted, where the file has other tables.
@@ -73,10 +73,12 @@ public:
     int changes() const;
     /// Whether a call waits for another process that writes, or fails at once.
     void setPatient(bool patient);
-    /// Logs the last failure; to be called before the next statement.
+    /// Logs the last failure, damage once; to be called before the next statement.
     void noteFailure(const char *action);
     /// A failure that was noted says that the file is not the database it was.
     bool isDamaged() const noexcept { return m_isDamaged; }
+    /// Damaged, and the last repair could not replace it.
+    bool isLeftDamaged() const noexcept { return m_isLeftDamaged; }
     /// The file was replaced or removed since it was opened. A write is in the file at the path when this is false
     /// while its lock is held, or after it: who repairs replaces the file under that lock.
     bool isMoved() const;
@@ -103,6 +105,7 @@ private:
     const char *m_schema;
     std::unique_ptr<sqlite3, Close> m_database;
     bool m_isDamaged = false;
+    bool m_isLeftDamaged = false;
     bool m_isPatient = true;
 };
 

@@ -103,8 +103,9 @@ std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDat
 
 bool SqliteDatabase::keepForReading()
 {
-    execute("ROLLBACK");
+    m_isLeftDamaged = true;
     setPatient(false);
+    execute("ROLLBACK");
     return execute("PRAGMA writable_schema=ON; PRAGMA query_only=ON; SELECT 1 FROM sqlite_schema");
 }
 

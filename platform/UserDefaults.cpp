@@ -108,13 +108,12 @@ template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Ac
     if (path.isEmpty())
         return false;
     for (int run = 0; run < 2 && open(); ++run) {
-        const bool wasDamaged = file->database->isDamaged();
-        file->database->setPatient(memory.empty() && !wasDamaged);
+        SqliteDatabase &database = *file->database;
+        database.setPatient(memory.empty() && !database.isLeftDamaged());
         const bool isDone = action(*file);
         if (!isDone)
-            file->database->noteFailure(what);
-        const bool isDamaged = file->database->isDamaged();
-        if (wasDamaged || (!isDamaged && !file->database->isMoved()))
+            database.noteFailure(what);
+        if (database.isLeftDamaged() || (!database.isDamaged() && !database.isMoved()))
             return isDone;
     }
     return false;

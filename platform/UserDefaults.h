@@ -12,7 +12,7 @@ namespace kelpay {
 /// Small typed values that outlive the process, shared by all processes of the host. Each write is one transaction;
 /// what was written survives a killed process. A value that can't be written lives in memory for the process, until the
 /// file takes one again, and a log line says so. A damaged file is repaired. A call waits at most 0.8 s for another
-/// process. Any thread.
+/// process, one that repairs longer. Any thread.
 class UserDefaults
 {
 public:

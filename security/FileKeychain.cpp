@@ -139,9 +139,8 @@ template <typename Operation> auto FileKeychain::attempt(Operation operation)
     const std::scoped_lock lock(m_mutex);
     Result result{SecStatus::NotAvailable};
     for (int run = 0; run < 2 && open(); ++run) {
-        const bool wasDamaged = m_database->isDamaged();
         result = operation();
-        if (wasDamaged || statusOf(result) != SecStatus::NotAvailable ||
+        if (m_database->isLeftDamaged() || statusOf(result) != SecStatus::NotAvailable ||
             (!m_database->isDamaged() && !m_database->isMoved()))
             break;
     }
@@ -157,23 +156,23 @@ std::optional<std::vector<FileKeychain::Row>> FileKeychain::rows(const char *sql
 {
     const BoundMatch bound(match);
     auto statement = m_database->prepare(sql);
+    if (!statement.isValid())
+        return std::nullopt;
+    bound.bindTo(statement);
     std::vector<Row> rows;
-    if (statement.isValid()) {
-        bound.bindTo(statement);
-        auto step = statement.step();
-        for (; step == SqliteStatement::Step::Row; step = statement.step()) {
-            const auto attributes = QJsonDocument::fromJson(statement.text(6).toUtf8()).object().toVariantMap();
-            Row row{statement.integer(0),
-                    {static_cast<KeychainItemClass>(statement.integer(1)), statement.text(2), statement.text(3),
-                     statement.text(4), statement.text(5), attributes, std::nullopt},
-                    std::nullopt};
-            if (!statement.isNull(7))
-                row.sealed = statement.bytes(7);
-            rows.push_back(std::move(row));
-        }
-        if (step == SqliteStatement::Step::Done)
-            return rows;
+    auto step = statement.step();
+    for (; step == SqliteStatement::Step::Row; step = statement.step()) {
+        const auto attributes = QJsonDocument::fromJson(statement.text(6).toUtf8()).object().toVariantMap();
+        Row row{statement.integer(0),
+                {static_cast<KeychainItemClass>(statement.integer(1)), statement.text(2), statement.text(3),
+                 statement.text(4), statement.text(5), attributes, std::nullopt},
+                std::nullopt};
+        if (!statement.isNull(7))
+            row.sealed = statement.bytes(7);
+        rows.push_back(std::move(row));
     }
+    if (step == SqliteStatement::Step::Done)
+        return rows;
     m_database->noteFailure("read");
     return std::nullopt;
 }
@@ -189,18 +188,16 @@ int FileKeychain::insert(const KeychainItem &item)
     }
     auto statement = m_database->prepare("INSERT INTO items(class, service, part, account, label, attributes, value) "
                                          "VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7)");
+    if (!statement.isValid())
+        return SecStatus::NotAvailable;
     const std::array texts{item.service.toUtf8(), item.accessGroup.toUtf8(), item.account.toUtf8(), item.label.toUtf8(),
                            QJsonDocument(QJsonObject::fromVariantMap(item.attributes)).toJson(QJsonDocument::Compact)};
-    bool isInserted = false;
-    if (statement.isValid()) {
-        statement.bind(1, static_cast<std::int64_t>(item.itemClass));
-        for (std::size_t i = 0; i < texts.size(); ++i)
-            statement.bind(static_cast<int>(i) + 2, std::string_view(texts[i]));
-        if (sealed)
-            statement.bind(7, *sealed);
-        isInserted = statement.run();
-    }
-    if (isInserted)
+    statement.bind(1, static_cast<std::int64_t>(item.itemClass));
+    for (std::size_t i = 0; i < texts.size(); ++i)
+        statement.bind(static_cast<int>(i) + 2, std::string_view(texts[i]));
+    if (sealed)
+        statement.bind(7, *sealed);
+    if (statement.run())
         return SecStatus::Success;
     if (m_database->lastError() == SQLITE_CONSTRAINT_UNIQUE)
         return SecStatus::DuplicateItem;
@@ -239,7 +236,9 @@ int FileKeychain::updateAll(const KeychainMatch &match, const Bytes &value)
         if (!sealed)
             return SecStatus::NotAvailable;
         auto statement = m_database->prepare("UPDATE items SET value = ?2 WHERE id = ?1");
-        if (!statement.isValid() || !statement.bind(1, row.id).bind(2, *sealed).run()) {
+        if (!statement.isValid())
+            return SecStatus::NotAvailable;
+        if (!statement.bind(1, row.id).bind(2, *sealed).run()) {
             m_database->noteFailure("written");
             return SecStatus::NotAvailable;
         }

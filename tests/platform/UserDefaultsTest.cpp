@@ -144,10 +144,19 @@ TEST_F(UserDefaultsTest, ADamagedFileIsReplaced)
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(QByteArray(8192, 'x'));
     file.close();
-    UserDefaults defaults(path());
-    EXPECT_FALSE(defaults.string(key));
-    defaults.setString(key, QStringLiteral("v"));
+    {
+        UserDefaults defaults(path());
+        EXPECT_FALSE(defaults.string(key));
+        defaults.setString(key, QStringLiteral("v"));
+    }
     EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("v"));
+    const auto other = SqliteDatabase::open(path(), SqliteDatabase::Durability::SurvivesKill, "");
+    ASSERT_TRUE(other->execute("DROP TABLE defaults; CREATE TABLE defaults(other)"));
+    testing::internal::CaptureStderr();
+    UserDefaults(path()).setString(key, QStringLiteral("w"));
+    const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(log.count(QStringLiteral("can't be")), 1) << log.toStdString();
+    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("w")) << "a file with other tables";
 }
 
 } // namespace

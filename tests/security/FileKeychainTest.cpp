@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <functional>
 #include <sys/stat.h>
 #include <thread>
 
@@ -133,6 +134,23 @@ TEST_F(FileKeychainTest, KeepsValuesSealedInPrivateFiles)
     }
 }
 
+TEST_F(FileKeychainTest, AFailureIsLoggedOnce)
+{
+    const std::array<std::function<int()>, 4> calls{
+        [&] { return store.add({item(u"a"_s, "value")}); },
+        [&] { return store.update(match(u"a"_s), Bytes()); },
+        [&] { return store.remove(match(u"a"_s)); },
+        [&] { return store.findAll(match(u"a"_s)).status; },
+    };
+    for (std::size_t call = 0; call < calls.size(); ++call) {
+        ASSERT_TRUE(database()->execute("DROP TABLE IF EXISTS items; CREATE TABLE items(id INTEGER PRIMARY KEY)"));
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(calls.at(call)(), call == 0 ? SecStatus::Success : SecStatus::ItemNotFound) << call;
+        const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
+        EXPECT_EQ(log.count(u"can't be"_s), 1) << log.toStdString();
+    }
+}
+
 TEST_F(FileKeychainTest, DamagedValuesAreNoticedAndCanBeOverwritten)
 {
     ASSERT_EQ(store.add({item(u"a"_s, "value"), item(u"b"_s, "other")}), SecStatus::Success);
@@ -168,6 +186,7 @@ TEST_F(FileKeychainTest, ManyStartingAtOnceAgreeOnTheKey)
 {
     constexpr int count = 8;
     std::vector<std::thread> threads;
+    threads.reserve(count);
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([this, i] {
             FileKeychain own(folder.path());
