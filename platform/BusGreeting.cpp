@@ -23,7 +23,7 @@ QByteArray socketName(const QString &address)
         if (!place.startsWith("unix:"))
             continue;
         for (const QByteArray &entry : place.sliced(5).split(',')) {
-            const QByteArray value = QByteArray::fromPercentEncoding(entry.sliced(entry.indexOf('=') + 1));
+            QByteArray value = QByteArray::fromPercentEncoding(entry.sliced(entry.indexOf('=') + 1));
             if (entry.startsWith("path="))
                 return value;
             if (entry.startsWith("abstract="))

@@ -83,6 +83,10 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
     EXPECT_FALSE(screen->isButtonedOrNeah());
     EXPECT_FALSE(ProgressOverlay::isShown());
 
+    screen->form()->setPin(QStringLiteral("123"));
+    screen->verifyPayment();
+    EXPECT_EQ(screen->form()->pin(), QStringLiteral("123")) << "a failed check empties nothing";
+
     fill(*screen);
     screen->verifyPayment();
     screen->verifyPayment();

@@ -19,10 +19,18 @@ bool VerificationViewController::canLoad() const
 #else
     const bool isInitialized = true;
 #endif
-    return isInitialized && isAllowed(m_url);
+    return isInitialized && !m_isAstray && isAllowed(m_url);
 }
 
-bool VerificationViewController::isAllowed(const QUrl &address) const
+void VerificationViewController::follow(const QUrl &address)
+{
+    if (m_isAstray || isAllowed(address))
+        return;
+    m_isAstray = true;
+    Q_EMIT canLoadChanged();
+}
+
+bool VerificationViewController::isAllowed(const QUrl &address)
 {
     if (address.scheme() == QLatin1String("https"))
         return !address.host().isEmpty();

@@ -11,7 +11,7 @@ class VerificationViewController : public ViewController
     QML_ELEMENT
     QML_UNCREATABLE("Made by the payment screen")
     Q_PROPERTY(QUrl url READ url CONSTANT)
-    Q_PROPERTY(bool canLoad READ canLoad CONSTANT)
+    Q_PROPERTY(bool canLoad READ canLoad NOTIFY canLoadChanged)
 
 public:
     explicit VerificationViewController(const QUrl &url, QObject *parent = nullptr);
@@ -22,13 +22,19 @@ public:
     void barButtonPressed() override { dismiss(true); }
 
     QUrl url() const { return m_url; }
-    /// The address may be loaded, and the host has made Qt WebView ready.
+    /// The address may be loaded, nothing led away from where a page may be, and the host has made Qt WebView ready.
     bool canLoad() const;
+    /// The page goes to `address`: takes it away for good where it may not.
+    Q_INVOKABLE void follow(const QUrl &address);
     /// HTTPS, and in sandbox builds HTTP on the machine itself.
-    Q_INVOKABLE bool isAllowed(const QUrl &address) const;
+    static bool isAllowed(const QUrl &address);
+
+Q_SIGNALS:
+    void canLoadChanged();
 
 private:
     QUrl m_url;
+    bool m_isAstray = false;
 };
 
 } // namespace kelpay

@@ -2,14 +2,15 @@ import QtQuick
 import QtWebView
 import KelPay.Payment
 
-/// The page itself. It may not lead to where the screen doesn't.
+/// The page itself. Where it leads to what the screen may not show, the screen takes it away; Qt WebView tells only once
+/// the way there has begun.
 WebView {
     required property VerificationViewController controller
 
     url: controller.url
     Component.onDestruction: deleteAllCookies()
     onLoadingChanged: request => {
-        if (request.status === WebView.LoadStartedStatus && !controller.isAllowed(request.url))
-            stop();
+        if (request.status === WebView.LoadStartedStatus && request.url.toString() !== "")
+            controller.follow(request.url);
     }
 }
