@@ -3,12 +3,15 @@
 #include "Log.h"
 #include "StateFolder.h"
 
+#include <QDeadlineTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QUrl>
 
+#include <chrono>
 #include <sqlite3.h>
 #include <sys/statvfs.h>
+#include <thread>
 #include <unistd.h>
 
 namespace kelpay {
@@ -16,6 +19,7 @@ namespace kelpay {
 namespace {
 
 const char *const damageAdvice = "what can be read of it goes to a new file, the damaged one stays beside that";
+constexpr int longestWait = 800; // milliseconds
 
 } // namespace
 
@@ -154,6 +158,20 @@ bool SqliteDatabase::connectTo(const QByteArray &name, int flags)
     // room to make them again.
     int stays = 1;
     sqlite3_file_control(raw, "main", SQLITE_FCNTL_PERSIST_WAL, &stays);
+    // Where several make a new file at once, SQLite refuses the change to a log of changes without waiting.
+    const QDeadlineTimer deadline(m_isPatient ? longestWait : 0);
+    while (!setUp()) {
+        if ((lastError() & 0xff) != SQLITE_BUSY || deadline.hasExpired())
+            return false;
+        sqlite3_busy_timeout(raw, 0); // The deadline waits now.
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    setPatient(m_isPatient);
+    return true;
+}
+
+bool SqliteDatabase::setUp()
+{
     return execute(m_durability == Durability::SurvivesPowerLoss ? "PRAGMA synchronous=FULL"
                                                                  : "PRAGMA synchronous=NORMAL") &&
            execute("PRAGMA secure_delete=ON; PRAGMA cell_size_check=ON; PRAGMA journal_mode=WAL") && execute(m_schema);
@@ -208,7 +226,6 @@ int SqliteDatabase::changes() const
 
 void SqliteDatabase::setPatient(bool patient)
 {
-    constexpr int longestWait = 800; // milliseconds
     m_isPatient = patient;
     sqlite3_busy_timeout(m_database.get(), patient ? longestWait : 0);
 }

@@ -89,6 +89,7 @@ private:
     SqliteDatabase(QString path, Durability durability, const char *schema);
     bool connect();
     bool connectTo(const QByteArray &name, int flags);
+    bool setUp();
     SqliteStatement compile(const char *sql);
     bool isDamage(int code) const;
     bool isWhole();
