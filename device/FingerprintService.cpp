@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 
 namespace kelpay {
 
@@ -20,9 +21,10 @@ namespace {
 class Bus
 {
 public:
-    Bus()
+    explicit Bus(QDeadlineTimer deadline)
         : m_name(QStringLiteral("kelpay-fingerprint-%1").arg(++s_count))
         , m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, m_name))
+        , m_deadline(deadline)
     {}
     ~Bus() { QDBusConnection::disconnectFromBus(m_name); }
     Q_DISABLE_COPY_MOVE(Bus)
@@ -44,18 +46,20 @@ private:
 
     QString m_name;
     QDBusConnection m_connection;
-    QDeadlineTimer m_deadline{2'000};
+    QDeadlineTimer m_deadline;
 };
 
 } // namespace
 
 FingerprintService::Answer FingerprintService::ask()
 {
+    constexpr std::chrono::seconds limit(2);
+    const QDeadlineTimer deadline(limit);
     const QString address =
         qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", QStringLiteral("unix:path=/var/run/dbus/system_bus_socket"));
-    if (!busGreets(address, std::chrono::seconds(2)))
+    if (!busGreets(address, limit))
         return {false, QStringLiteral("no system bus: nobody answers at ") + address};
-    const Bus bus;
+    const Bus bus(deadline);
     if (!bus.connection().isConnected())
         return {false, QStringLiteral("no system bus: ") + bus.connection().lastError().message()};
 

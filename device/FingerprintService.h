@@ -5,7 +5,7 @@
 namespace kelpay {
 
 /// Asks the system's fingerprint service, fprintd on the system bus (DBUS_SYSTEM_BUS_ADDRESS), about this user. Blocks,
-/// two seconds in all at most once the bus is connected. Any thread.
+/// two seconds in all at most where the bus answers or is mute from the start. Any thread.
 class FingerprintService
 {
 public:

@@ -154,10 +154,3 @@ TEST(CoreBiometrics, ThisDevice)
 
 } // namespace
 } // namespace kelpay
-
-int main(int argc, char **argv)
-{
-    QGuiApplication application(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}

@@ -228,10 +228,3 @@ TEST_F(AppearanceTest, waitsForNoBusThatIsMute)
 
 } // namespace
 } // namespace kelpay
-
-int main(int argc, char **argv)
-{
-    QGuiApplication application(argc, argv);
-    ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
-}
