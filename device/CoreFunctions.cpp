@@ -11,7 +11,7 @@
 #include "platform/SystemFacts.h"
 #include "platform/UrlSession.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <QDateTime>
 #include <QRandomGenerator>

@@ -6,9 +6,9 @@
 #include "platform/Log.h"
 #include "platform/UrlSession.h"
 #include "platform/UserDefaults.h"
-#include "protocol/records/Record.h"
-#include "security/CoreKeychain.h"
+#include "records/Record.h"
 #include "security/CoreSecurity.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -5,7 +5,7 @@
 #include "device/Reachability.h"
 #include "platform/Dispatch.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <QPointer>
 

@@ -7,7 +7,7 @@
 #include "platform/Log.h"
 #include "platform/UrlSession.h"
 #include "protocol/CoreNetworking.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 #include "ui/components/Fonts.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/RootViewController.h"

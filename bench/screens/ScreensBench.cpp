@@ -3,7 +3,7 @@
 // is missed.
 
 #include "platform/UserDefaults.h"
-#include "protocol/records/BaseClass.h"
+#include "records/BaseClass.h"
 #include "ui/components/Fonts.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"

@@ -2,7 +2,7 @@
 #include "device/HostProfile.h"
 #include "platform/SystemFacts.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
-#include "protocol/records/BaseClass.h"
-#include "protocol/records/BaseClassp.h"
-#include "protocol/records/PaymentResponse.h"
-#include "protocol/records/TokenResponse.h"
+#include "records/BaseClass.h"
+#include "records/BaseClassp.h"
+#include "records/PaymentResponse.h"
+#include "records/TokenResponse.h"
 
 #include <gtest/gtest.h>
 

@@ -2,8 +2,8 @@
 // "<result> <microseconds>". Its values tell whether they are whole. durability.py drives it and kills it.
 
 #include "platform/UserDefaults.h"
-#include "security/FileKeychain.h"
 #include "security/SecStatus.h"
+#include "security/keychain/FileKeychain.h"
 
 #include <QFile>
 

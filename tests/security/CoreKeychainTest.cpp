@@ -1,6 +1,6 @@
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 
-#include "security/SecItem.h"
+#include "security/keychain/SecItem.h"
 
 #include <gtest/gtest.h>
 

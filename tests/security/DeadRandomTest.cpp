@@ -3,12 +3,12 @@
 
 #include "security/AFAES.h"
 #include "security/AFRSA.h"
-#include "security/CoreKeychain.h"
 #include "security/CoreSecurity.h"
 #include "security/OpenSsl.h"
 #include "security/PPRSA.h"
 #include "security/Random.h"
-#include "security/SealedValue.h"
+#include "security/keychain/CoreKeychain.h"
+#include "security/keychain/SealedValue.h"
 
 #include <gtest/gtest.h>
 

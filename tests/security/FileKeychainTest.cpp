@@ -1,8 +1,8 @@
-#include "security/FileKeychain.h"
+#include "security/keychain/FileKeychain.h"
 #include "platform/Sqlite.h"
 #include "security/Random.h"
-#include "security/SealedValue.h"
 #include "security/SecStatus.h"
+#include "security/keychain/SealedValue.h"
 
 #include <gtest/gtest.h>
 

@@ -3,8 +3,8 @@
 #include "security/AFRSA.h"
 #include "security/Base64.h"
 #include "security/BlockCipher.h"
-#include "security/CoreKeychain.h"
 #include "security/CoreSecurity.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "security/FileKeychain.h"
 #include "security/SecStatus.h"
-#include "security/SecretServiceKeychain.h"
+#include "security/keychain/FileKeychain.h"
+#include "security/keychain/SecretServiceKeychain.h"
 #include "tests/security/SecretSession.h"
 
 #include <gtest/gtest.h>

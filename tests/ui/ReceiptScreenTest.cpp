@@ -2,7 +2,7 @@
 
 #include "platform/Dispatch.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 #include "ui/payment/ViewUtils.h"
 #include "ui/receipt/ReceiptViewController.h"
 

@@ -3,7 +3,7 @@
 #include "device/HostProfile.h"
 #include "platform/Dispatch.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
 #include "ui/payment/ViewUtils.h"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "protocol/records/BaseClass.h"
-#include "protocol/records/BaseClassp.h"
+#include "records/BaseClass.h"
+#include "records/BaseClassp.h"
 #include "ui/components/NavigationController.h"
 #include "ui/payment/PaymentViewController.h"
 

@@ -5,7 +5,7 @@
 #include "platform/Dispatch.h"
 #include "platform/Formats.h"
 #include "platform/UserDefaults.h"
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 #include "ui/components/NavigationController.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/Storyboard.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/records/BaseClassp.h"
+#include "records/BaseClassp.h"
 #include "ui/components/ViewController.h"
 
 #include <optional>

@@ -1,4 +1,4 @@
-#include "security/CheckedValue.h"
+#include "security/keychain/CheckedValue.h"
 
 #include "security/Base64.h"
 #include "security/Digests.h"

@@ -1,9 +1,9 @@
-#include "security/SecretServiceKeychain.h"
+#include "security/keychain/SecretServiceKeychain.h"
 
 #include "platform/Log.h"
-#include "security/CheckedValue.h"
-#include "security/KeychainContext.h"
 #include "security/SecStatus.h"
+#include "security/keychain/CheckedValue.h"
+#include "security/keychain/KeychainContext.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

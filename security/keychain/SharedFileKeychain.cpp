@@ -1,4 +1,4 @@
-#include "security/FileKeychain.h"
+#include "security/keychain/FileKeychain.h"
 
 namespace kelpay {
 

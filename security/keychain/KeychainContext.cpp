@@ -1,4 +1,4 @@
-#include "security/KeychainContext.h"
+#include "security/keychain/KeychainContext.h"
 
 namespace kelpay {
 

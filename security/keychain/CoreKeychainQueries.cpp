@@ -1,5 +1,5 @@
-#include "security/CoreKeychain.h"
-#include "security/SecItem.h"
+#include "security/keychain/CoreKeychain.h"
+#include "security/keychain/SecItem.h"
 
 #include <QCoreApplication>
 

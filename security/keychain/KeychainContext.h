@@ -1,6 +1,6 @@
 #pragma once
 
-#include "security/KeychainStore.h"
+#include "security/keychain/KeychainStore.h"
 
 namespace kelpay {
 

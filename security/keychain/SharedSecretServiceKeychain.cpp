@@ -1,4 +1,4 @@
-#include "security/SecretServiceKeychain.h"
+#include "security/keychain/SecretServiceKeychain.h"
 
 namespace kelpay {
 

@@ -1,4 +1,4 @@
-#include "security/MasterKey.h"
+#include "security/keychain/MasterKey.h"
 
 #include "platform/Log.h"
 #include "security/Random.h"

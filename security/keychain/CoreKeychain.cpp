@@ -1,8 +1,8 @@
-#include "security/CoreKeychain.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include "platform/SystemFacts.h"
-#include "security/SecItem.h"
 #include "security/StrictUtf8.h"
+#include "security/keychain/SecItem.h"
 
 namespace kelpay {
 

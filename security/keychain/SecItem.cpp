@@ -1,10 +1,10 @@
-#include "security/SecItem.h"
+#include "security/keychain/SecItem.h"
 
 #include "security/Digests.h"
 #include "security/Hex.h"
 #include "security/KeyRef.h"
-#include "security/KeychainStore.h"
 #include "security/SecStatus.h"
+#include "security/keychain/KeychainStore.h"
 
 namespace kelpay {
 

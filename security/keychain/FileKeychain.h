@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/Sqlite.h"
-#include "security/KeychainStore.h"
+#include "security/keychain/KeychainStore.h"
 
 #include <QString>
 

@@ -1,11 +1,11 @@
-#include "security/FileKeychain.h"
+#include "security/keychain/FileKeychain.h"
 
 #include "platform/Log.h"
 #include "platform/StateFolder.h"
-#include "security/KeychainContext.h"
-#include "security/MasterKey.h"
-#include "security/SealedValue.h"
 #include "security/SecStatus.h"
+#include "security/keychain/KeychainContext.h"
+#include "security/keychain/MasterKey.h"
+#include "security/keychain/SealedValue.h"
 
 #include <QFile>
 #include <QJsonDocument>

@@ -1,4 +1,4 @@
-#include "security/SealedValue.h"
+#include "security/keychain/SealedValue.h"
 
 #include "security/OpenSsl.h"
 #include "security/Random.h"
