@@ -18,6 +18,10 @@
 
 namespace kelpay {
 
+CoreFunctions::CoreFunctions(UserDefaults &defaults, CoreKeychain keychain)
+    : m_defaults(defaults), m_keychain(std::move(keychain))
+{}
+
 QString CoreFunctions::versionString() const
 {
     QString versions = SystemFacts::hostVersion() + QLatin1Char(';') + Deployment::sdkVersion();
@@ -46,15 +50,14 @@ std::optional<QString> CoreFunctions::ipAddress() const
 
 void CoreFunctions::returnThings() const
 {
-    auto &defaults = UserDefaults::standard();
-    if (CoreKeychain().string(QStringLiteral("uuid"))) {
-        defaults.increment(QStringLiteral("trace"));
+    if (m_keychain.string(QStringLiteral("uuid"))) {
+        m_defaults.increment(QStringLiteral("trace"));
         return;
     }
     const int first = intInRange(100, 800);
-    CoreKeychain().setString(SystemFacts::vendorIdentifier(), QStringLiteral("uuid"));
-    defaults.setInteger(QStringLiteral("trace"), first);
-    defaults.remove(QStringLiteral("ard"));
+    m_keychain.setString(SystemFacts::vendorIdentifier(), QStringLiteral("uuid"));
+    m_defaults.setInteger(QStringLiteral("trace"), first);
+    m_defaults.remove(QStringLiteral("ard"));
 }
 
 QString CoreFunctions::bundleID() const
@@ -84,7 +87,7 @@ QString CoreFunctions::vulnerabilities() const
 
 std::optional<QString> CoreFunctions::merchantID() const
 {
-    return CoreKeychain().string(QStringLiteral("mid"));
+    return m_keychain.string(QStringLiteral("mid"));
 }
 
 int CoreFunctions::intInRange(int minimum, int maximum) const
@@ -125,23 +128,23 @@ void CoreFunctions::showPaymentView() const
 
 void CoreFunctions::parseTokenBody(const QJsonValue &body) const
 {
-    UserDefaults::standard().setData(QStringLiteral("tkn"), BaseClass::modelObject(body).archived());
+    m_defaults.setData(QStringLiteral("tkn"), BaseClass::modelObject(body).archived());
 }
 
 void CoreFunctions::parsePaymentBody(const QJsonValue &body) const
 {
-    UserDefaults::standard().setData(QStringLiteral("pym"), BaseClassp::modelObject(body).archived());
+    m_defaults.setData(QStringLiteral("pym"), BaseClassp::modelObject(body).archived());
 }
 
-std::optional<BaseClass> CoreFunctions::storedTokenAnswer()
+std::optional<BaseClass> CoreFunctions::storedTokenAnswer() const
 {
-    const auto archive = UserDefaults::standard().data(QStringLiteral("tkn"));
+    const auto archive = m_defaults.data(QStringLiteral("tkn"));
     return archive ? BaseClass::unarchived(*archive) : std::nullopt;
 }
 
-std::optional<BaseClassp> CoreFunctions::storedPaymentAnswer()
+std::optional<BaseClassp> CoreFunctions::storedPaymentAnswer() const
 {
-    const auto archive = UserDefaults::standard().data(QStringLiteral("pym"));
+    const auto archive = m_defaults.data(QStringLiteral("pym"));
     return archive ? BaseClassp::unarchived(*archive) : std::nullopt;
 }
 

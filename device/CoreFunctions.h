@@ -1,7 +1,9 @@
 #pragma once
 
+#include "platform/UserDefaults.h"
 #include "records/BaseClass.h"
 #include "records/BaseClassp.h"
+#include "security/keychain/CoreKeychain.h"
 
 #include <QJsonValue>
 #include <QString>
@@ -17,26 +19,32 @@ class Reachability;
 
 /// Facts of the host, the device and the session, and the rules about cards. Holds nothing between uses but what it
 /// writes to the keychain and the user defaults, and the two monitors that are started below; make one where it is
-/// needed. Any thread, except where noted.
+/// needed. Any thread, except where noted. What a request asks can be answered otherwise by a derived class.
 class CoreFunctions
 {
 public:
+    /// Keeps its values in the host's defaults and keychain, or in those that are given.
+    explicit CoreFunctions(UserDefaults &defaults = UserDefaults::standard(), CoreKeychain keychain = {});
+    virtual ~CoreFunctions() = default;
+    CoreFunctions(const CoreFunctions &) = default;
+    CoreFunctions &operator=(const CoreFunctions &) = delete;
+
     /// Host version, ";", SDK version, each without its dots: "210;14".
-    QString versionString() const;
+    virtual QString versionString() const;
     /// Local time as "yyyy-MM-dd hh:mm:ss" in the device's locale; hh is the 12-hour clock without a marker.
-    QString localUserDate() const;
+    virtual QString localUserDate() const;
     /// The public address as the IP-echo service tells it, untrimmed; std::nullopt on any failure. Blocks, up to 60 s.
-    std::optional<QString> ipAddress() const;
+    virtual std::optional<QString> ipAddress() const;
     /// Moves the install's trace counter on: the first time it stores "uuid", draws "trace" and forgets "ard"; later it
     /// adds one to "trace".
     void returnThings() const;
     /// "" when the host set `bid`, a wallet application's identifier when it set `ziaprod`, else the host's identifier.
-    QString bundleID() const;
+    virtual QString bundleID() const;
     /// "APPL|hardware|system version|device name|localised model", unescaped.
-    QString deviceData() const;
+    virtual QString deviceData() const;
     QString hardwareString() const;
     /// The integrity check's verdict, "" when nothing is found.
-    QString vulnerabilities() const;
+    virtual QString vulnerabilities() const;
     /// Keychain "mid".
     std::optional<QString> merchantID() const;
     /// Uniform in minimum..maximum, both included; -1 when minimum > maximum.
@@ -46,8 +54,8 @@ public:
     void parseTokenBody(const QJsonValue &body) const;
     void parsePaymentBody(const QJsonValue &body) const;
     /// The stored records; std::nullopt when there is none or it is damaged.
-    static std::optional<BaseClass> storedTokenAnswer();
-    static std::optional<BaseClassp> storedPaymentAnswer();
+    std::optional<BaseClass> storedTokenAnswer() const;
+    std::optional<BaseClassp> storedPaymentAnswer() const;
 
     // Main queue. What these start runs until this object and its copies are gone.
     /// Begins to watch the way to the deployment's probe host.
@@ -81,6 +89,8 @@ public:
     QString isSimple(const QString &rules, const QString &userValues) const;
 
 private:
+    UserDefaults &m_defaults;
+    CoreKeychain m_keychain;
     std::shared_ptr<LocationManager> m_manager;
     std::shared_ptr<Reachability> m_internetReachability;
 };

@@ -68,6 +68,11 @@ void HostProfile::setResponseBlock(Block block)
     m_responseBlock.swap(block);
 }
 
+void HostProfile::reportStatus(const Outcome &failure) const
+{
+    reportStatus(false, failure.code.toString(), failure.description.toString());
+}
+
 void HostProfile::reportStatus(bool success, const QString &code, const QString &description, const QString &reference,
                                const QString &merchantReference) const
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Outcomes.h"
+
 #include <QString>
 
 #include <functional>
@@ -30,6 +32,8 @@ public:
     Block responseBlock() const;
     void setResponseBlock(Block block);
 
+    /// Reports a failure of the SDK's own.
+    void reportStatus(const Outcome &failure) const;
     /// Calls the status block on this thread, outside the lock; an empty one is skipped.
     void reportStatus(bool success, const QString &code, const QString &description, const QString &reference = {},
                       const QString &merchantReference = {}) const;

@@ -1,11 +1,30 @@
 #pragma once
 
+#include "device/CoreFunctions.h"
+#include "platform/UrlSession.h"
+#include "platform/UserDefaults.h"
+#include "security/keychain/CoreKeychain.h"
+
 #include <QString>
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace kelpay {
+
+/// What an exchange asks, keeps its values in and goes out through: the real ones, unless others are handed in.
+struct Surroundings
+{
+    /// As UrlSession::post.
+    using Post = std::function<void(const QUrl &url, const QByteArray &contentType, QByteArray body,
+                                    UrlSession::Completion completion)>;
+
+    Post post = UrlSession::post;
+    UserDefaults *defaults = &UserDefaults::standard();
+    CoreKeychain keychain;
+    std::shared_ptr<const CoreFunctions> functions = std::make_shared<CoreFunctions>();
+};
 
 /// One exchange with the payment service: make a new one for each. It lives until its completion has run, whoever else
 /// lets go of it.
@@ -16,7 +35,7 @@ public:
     /// Called at most once, on the session's thread; never after a transport error.
     using ResponseBlock = std::function<void(bool ok, const QString &message, const QString &code)>;
 
-    static std::shared_ptr<CoreNetworking> create();
+    static std::shared_ptr<CoreNetworking> create(Surroundings surroundings = {});
 
     /// Opens a payment: `input` is "MSISDN||additional data||payment parameters". Blocks for facts and sealing, so call
     /// it off the main queue; the exchange itself runs in the background. Fewer than three fields are a programming
@@ -31,13 +50,41 @@ public:
     void setPaymentResponseBlock(ResponseBlock block) { m_paymentResponseBlock = std::move(block); }
 
 private:
-    enum class Exchange { Token, Payment };
-    struct Values;
+    /// What an exchange's input says.
+    struct Input
+    {
+        std::optional<QString> msisdn;
+        QString applicationData;
+        QString additionalData;
+    };
+    /// In what an exchange differs from the others.
+    struct Exchange
+    {
+        const char *name;
+        int messageType;
+        int processingCode;
+        /// Takes the input apart and keeps of it what later steps read; std::nullopt for one that is malformed.
+        std::optional<Input> (*read)(const QString &input, UserDefaults &defaults);
+        bool movesTrace;
+        /// Keeps the answer's record.
+        void (CoreFunctions::*store)(const QJsonValue &answer) const;
+        ResponseBlock CoreNetworking::*answered;
+        /// Told of an HTTP status other than 200.
+        ResponseBlock CoreNetworking::*failed;
+    };
+    static const Exchange token;
+    static const Exchange payment;
 
-    CoreNetworking() = default;
-    void send(Exchange exchange, const Values &values);
-    void finish(Exchange exchange, int status, const QByteArray &body) const;
+    explicit CoreNetworking(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
+    static std::optional<Input> readTokenInput(const QString &input, UserDefaults &defaults);
+    static std::optional<Input> readPaymentInput(const QString &input, UserDefaults &defaults);
+    void send(const Exchange &exchange, const QString &input, ResponseBlock block);
+    std::optional<QJsonObject> build(const Exchange &exchange, const Input &input) const;
+    std::optional<QString> identity(const QString &key, const char *advice) const;
+    void finish(const Exchange &exchange, const UrlResult &result) const;
+    QJsonValue open(const QByteArray &body) const;
 
+    const Surroundings m_surroundings;
     ResponseBlock m_tokenResponseBlock;
     ResponseBlock m_paymentResponseBlock;
 };

@@ -25,19 +25,62 @@ std::optional<QString> textValue(const QJsonValue &value)
     }
 }
 
+namespace {
+
+qsizetype digitsFrom(QStringView text, qsizetype begin)
+{
+    qsizetype end = begin;
+    while (end < text.size() && text[end] >= u'0' && text[end] <= u'9')
+        ++end;
+    return end - begin;
+}
+
+/// How much of `text` is a decimal number; words such as "nan" and "inf" are none.
+qsizetype numberLength(QStringView text)
+{
+    const qsizetype sign = text.startsWith(u'-') || text.startsWith(u'+') ? 1 : 0;
+    const qsizetype whole = digitsFrom(text, sign);
+    qsizetype end = sign + whole;
+    qsizetype fraction = 0;
+    if (end < text.size() && text[end] == u'.') {
+        fraction = digitsFrom(text, end + 1);
+        end += 1 + fraction;
+    }
+    if (whole + fraction == 0)
+        return 0;
+    if (end < text.size() && (text[end] == u'e' || text[end] == u'E')) {
+        const bool isSigned = end + 1 < text.size() && (text[end + 1] == u'-' || text[end + 1] == u'+');
+        const qsizetype begin = end + (isSigned ? 2 : 1);
+        if (const qsizetype exponent = digitsFrom(text, begin); exponent > 0)
+            end = begin + exponent;
+    }
+    return end;
+}
+
+double leadingNumber(const QString &text)
+{
+    const QString trimmed = text.trimmed();
+    return trimmed.left(numberLength(trimmed)).toDouble();
+}
+
+} // namespace
+
 double doubleValue(const QJsonValue &value)
 {
-    if (value.isString()) {
-        // The longest leading part that is a number, as the C library reads it in the "C" locale.
-        const QString text = value.toString().trimmed();
-        for (qsizetype length = text.size(); length > 0; --length) {
-            bool ok = false;
-            if (const double number = QLocale::c().toDouble(QStringView(text).left(length), &ok); ok)
-                return number;
-        }
-        return 0;
-    }
+    if (value.isString())
+        return leadingNumber(value.toString());
     return value.isBool() ? (value.toBool() ? 1 : 0) : value.toDouble();
+}
+
+qint32 resultCode(const QJsonValue &value)
+{
+    constexpr double bound = 9223372036854775808.0; // 2 to the 63rd
+    const double number = doubleValue(value);
+    if (!(number >= -bound && number < bound))
+        return -1;
+    // A whole number of the service's stands as it is, also where a double would round it.
+    const qint64 whole = value.toInteger(static_cast<qint64>(number));
+    return static_cast<qint32>(static_cast<quint32>(whole));
 }
 
 namespace record {

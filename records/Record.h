@@ -15,7 +15,10 @@ namespace kelpay {
 /// std::nullopt for nil (undefined or null) and for what is no text at all.
 std::optional<QString> textValue(const QJsonValue &value);
 /// The number a value stands for: a number, or the number a text begins with; 0 for anything else.
+/// A number beyond a double's range is infinite. Takes time in proportion to the text.
 double doubleValue(const QJsonValue &value);
+/// The same as a whole number's low 32 bits; -1 for one beyond 64 bits, which so is never taken for 0.
+qint32 resultCode(const QJsonValue &value);
 
 namespace record {
 QString describe(const QJsonObject &object);

@@ -87,15 +87,15 @@ TEST(CoreFunctions, AnswersAreStoredAsRecords)
 {
     const QJsonObject details{{QStringLiteral("urn"), QStringLiteral("00012")}};
     CoreFunctions().parsePaymentBody(QJsonObject{{QStringLiteral("rc"), 0}, {QStringLiteral("rd"), details}});
-    ASSERT_TRUE(CoreFunctions::storedPaymentAnswer());
-    EXPECT_EQ(CoreFunctions::storedPaymentAnswer()->rd.urn.toString(), QStringLiteral("00012"));
+    ASSERT_TRUE(CoreFunctions().storedPaymentAnswer());
+    EXPECT_EQ(CoreFunctions().storedPaymentAnswer()->rd.urn.toString(), QStringLiteral("00012"));
 
     CoreFunctions().parseTokenBody(QJsonValue::Undefined);
-    ASSERT_TRUE(CoreFunctions::storedTokenAnswer());
-    EXPECT_TRUE(CoreFunctions::storedTokenAnswer()->rd.t.isUndefined());
+    ASSERT_TRUE(CoreFunctions().storedTokenAnswer());
+    EXPECT_TRUE(CoreFunctions().storedTokenAnswer()->rd.t.isUndefined());
 
     UserDefaults::standard().setData(QStringLiteral("pym"), Bytes(std::string_view("damaged")));
-    EXPECT_FALSE(CoreFunctions::storedPaymentAnswer());
+    EXPECT_FALSE(CoreFunctions().storedPaymentAnswer());
 }
 
 } // namespace

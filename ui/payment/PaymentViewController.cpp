@@ -94,7 +94,7 @@ void PaymentViewController::viewDidLoad()
 void PaymentViewController::loadTokenData()
 {
     ProgressOverlay::show();
-    const BaseClass token = CoreFunctions::storedTokenAnswer().value_or(BaseClass());
+    const BaseClass token = CoreFunctions().storedTokenAnswer().value_or(BaseClass());
     if (const auto requestData = textValue(token.ard.r))
         UserDefaults::standard().setInteger(QStringLiteral("ard"), integerValue(*requestData));
 
@@ -188,7 +188,7 @@ void PaymentViewController::receive(bool ok, const QString &message, const QStri
                            {QStringLiteral("callbackCode"), code},
                            {QStringLiteral("callbackDescription"), message}};
     if (!ok) {
-        const BaseClassp answer = CoreFunctions::storedPaymentAnswer().value_or(BaseClassp());
+        const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());
         properties.insert(QStringLiteral("dsc"), textValue(answer.ds).value_or(QString()));
     }
     m_timer.invalidate();

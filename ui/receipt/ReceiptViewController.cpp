@@ -38,7 +38,7 @@ ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
     data.mpin = CoreKeychain().string(QStringLiteral("mid"));
     data.crn = UserDefaults::standard().string(QStringLiteral("crn"));
     data.bn = CoreFunctions().bankName(data.crn.value_or(QString()));
-    const BaseClassp answer = CoreFunctions::storedPaymentAnswer().value_or(BaseClassp());
+    const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());
     data.trt = simpleDateConversion(textValue(answer.st).value_or(QString()).left(10)).remove(QStringLiteral("ه.ش. "));
     data.urn = textValue(answer.rd.urn);
     data.mrn = textValue(answer.rd.mrn);

@@ -8,6 +8,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <climits>
+#include <cmath>
+
 namespace kelpay {
 namespace {
 
@@ -31,6 +34,48 @@ TEST(Record, ReadsWhatTheServiceSends)
     EXPECT_FALSE(textValue(answer.rd.wb));
     EXPECT_FALSE(textValue(answer.rd.vu));
     EXPECT_TRUE(answer.ard.r.isUndefined());
+}
+
+TEST(Record, ReadsNumbersAsTheyBegin)
+{
+    const QString digits(100'000, u'9');
+    for (const auto &[text, number] : {std::pair(QStringLiteral("12"), 12.0),
+                                       {QStringLiteral(" -7.5x"), -7.5},
+                                       {QStringLiteral("+.5e1"), 5.0},
+                                       {QStringLiteral("1,000"), 1.0},
+                                       {QStringLiteral("3e"), 3.0},
+                                       {QStringLiteral("2.e2"), 200.0},
+                                       {QStringLiteral("nan"), 0.0},
+                                       {QStringLiteral("inf"), 0.0},
+                                       {QStringLiteral("-"), 0.0},
+                                       {QStringLiteral("."), 0.0},
+                                       {QString(), 0.0},
+                                       {QStringLiteral("۵"), 0.0},
+                                       {QStringLiteral("1e-999"), 0.0},
+                                       {QStringLiteral("-1e999"), -HUGE_VAL},
+                                       {digits + u'x', HUGE_VAL},
+                                       {digits.left(300) + QString(100'000, u' ') + u'x', 1e300}})
+        EXPECT_EQ(doubleValue(text), number) << qUtf8Printable(text.left(20));
+}
+
+TEST(Record, ResultCodesKeepTheirLow32Bits)
+{
+    for (const auto &[value, code] : {std::pair<const char *, qint32>("12", 12),
+                                      {"\"12\"", 12},
+                                      {"4294967297", 1},
+                                      {"-4294967295", 1},
+                                      {"9007199254740993", 1},
+                                      {"2147483648", INT_MIN},
+                                      {"12.9", 12},
+                                      {"9223372036854775807", -1},
+                                      {"1e300", -1},
+                                      {"-1e300", -1},
+                                      {"\"1e999\"", -1},
+                                      {"null", 0},
+                                      {"\"nan\"", 0},
+                                      {"true", 1}})
+        EXPECT_EQ(resultCode(json((QByteArray("{\"rc\":") + value + '}').constData())[QStringLiteral("rc")]), code)
+            << value;
 }
 
 TEST(Record, DictionaryForm)

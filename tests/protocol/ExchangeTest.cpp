@@ -1,0 +1,274 @@
+#include "device/HostProfile.h"
+#include "device/Outcomes.h"
+#include "platform/Log.h"
+#include "platform/StateFolder.h"
+#include "protocol/CoreNetworking.h"
+#include "security/Base64.h"
+#include "security/BlockCipher.h"
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString success = QStringLiteral(R"({"rc":0,"ti":7,"ds":"x","rd":{"t":"T1","urn":"U1"}})");
+std::vector<QString> mistakes;
+
+class FixedFacts : public CoreFunctions
+{
+public:
+    using CoreFunctions::CoreFunctions;
+    QString versionString() const override { return u"210;100"_s; }
+    QString localUserDate() const override { return u"2026-11-23 03:04:05"_s; }
+    std::optional<QString> ipAddress() const override { return address; }
+    QString bundleID() const override { return u"org.example.host"_s; }
+    QString deviceData() const override { return u"APPL|m|s|n|l"_s; }
+    QString vulnerabilities() const override { return u"root"_s; }
+
+    std::optional<QString> address = u"192.0.2.7"_s;
+};
+
+/// A payment service in memory: what was asked of it, and how it answers.
+class ExchangeTest : public testing::Test
+{
+protected:
+    using Block = CoreNetworking::ResponseBlock;
+    using Send = void (CoreNetworking::*)(const QString &, Block);
+    struct Called
+    {
+        bool ok;
+        QString message;
+        QString code;
+        bool operator==(const Called &) const = default;
+    };
+
+    ExchangeTest()
+    {
+        keychain.clearAll();
+        keychain.setString(u"1001"_s, u"mid"_s);
+        facts->returnThings();
+        mistakes.clear();
+        setProgrammingErrorHandler([](const QString &message) { mistakes.push_back(message); });
+    }
+    ~ExchangeTest() override { setProgrammingErrorHandler(nullptr); }
+
+    /// Sends one exchange, answers it, and gives what the block got.
+    std::optional<Called> run(Send send, const QString &input, const UrlResult &result, const Block &inside = {})
+    {
+        std::optional<Called> called;
+        const auto block = [&](bool ok, const QString &message, const QString &code) {
+            EXPECT_FALSE(called);
+            called = {ok, message, code};
+            if (inside)
+                inside(ok, message, code);
+        };
+        ((*CoreNetworking::create({post(), &defaults, keychain, facts})).*send)(input, block);
+        if (auto done = std::exchange(completion, {}))
+            done(result);
+        return called;
+    }
+    std::optional<Called> answer(Send send, const QString &json, const Block &inside = {})
+    {
+        std::optional<Called> called;
+        ((*CoreNetworking::create({post(), &defaults, keychain, facts})).*
+         send)(u"0912||x||7"_s, [&](bool ok, const QString &message, const QString &code) {
+            EXPECT_FALSE(called);
+            called = {ok, message, code};
+            if (inside)
+                inside(ok, message, code);
+        });
+        std::exchange(completion, {})(UrlResponse{200, sealed(json)});
+        return called;
+    }
+    Surroundings::Post post()
+    {
+        return [this](const QUrl &url, const QByteArray &type, const QByteArray &body,
+                      const UrlSession::Completion &then) {
+            EXPECT_EQ(url.path(), u"/8/request"_s);
+            EXPECT_EQ(url.port(), 1443);
+            EXPECT_EQ(type, "application/json");
+            posts.push_back(body);
+            completion = then;
+        };
+    }
+    std::optional<Bytes> key() const
+    {
+        return base64DecodedDataWithString(defaults.string(u"latest_key"_s).value_or(QString()));
+    }
+    /// An answer as the service sends it: with the quotes and escapes of a JSON string.
+    QByteArray sealed(const QString &json) const
+    {
+        const auto cipher = doBlockCipherWithAlgorithm(Bytes(json.toUtf8().toStdString()), CipherAES, key(),
+                                                       std::nullopt, CipherEncrypt, true, true);
+        return '"' + base64EncodedString(*cipher).replace(u'/', u"\\/"_s).toLatin1() + '"';
+    }
+    QJsonObject lastRequest() const
+    {
+        const QByteArray text = posts.back().mid(posts.back().indexOf('#') + 1).chopped(2);
+        const auto plain = doBlockCipherWithAlgorithm(*base64DecodedData(Bytes(text.toStdString())), CipherAES, key(),
+                                                      std::nullopt, CipherDecrypt, true);
+        return plain ? QJsonDocument::fromJson(plain->toByteArray().mid(16)).object() : QJsonObject();
+    }
+
+    UserDefaults defaults{QString()};
+    CoreKeychain keychain{u"exchange-test"_s};
+    std::shared_ptr<FixedFacts> facts = std::make_shared<FixedFacts>(defaults, keychain);
+    std::vector<QByteArray> posts;
+    UrlSession::Completion completion;
+};
+
+constexpr auto token = &CoreNetworking::sendTokenRequest;
+constexpr auto payment = &CoreNetworking::sendPaymentRequest;
+
+TEST_F(ExchangeTest, AsksWithFifteenValues)
+{
+    const qint64 trace = *defaults.integer(u"trace"_s);
+    const QString uuid = *keychain.string(u"uuid"_s);
+    defaults.setInteger(u"ard"_s, 77);
+    QJsonObject expected{{u"vi"_s, u"210;100"_s},
+                         {u"ar"_s, u"0912;192.0.2.7;"_s},
+                         {u"m"_s, 100},
+                         {u"ct"_s, u"2026-11-23 03:04:05"_s},
+                         {u"ti"_s, trace + 1},
+                         {u"cs"_s, u"org.example.host"_s},
+                         {u"dd"_s, u"APPL|m|s|n|l"_s},
+                         {u"ai"_s, u"77"_s},
+                         {u"di"_s, uuid},
+                         {u"ap"_s, QJsonObject{{u"v"_s, u"root"_s}, {u"r"_s, u"A|B|C"_s}}},
+                         {u"pc"_s, 100003},
+                         {u"ad"_s, QJsonObject{{u"r"_s, u"extra"_s}}},
+                         {u"pn"_s, u"org.example.host"_s},
+                         {u"mi"_s, u"1001"_s},
+                         {u"fp"_s, uuid}};
+    run(token, u"0912||extra||A|B|C"_s, TransportError{});
+    EXPECT_EQ(lastRequest(), expected);
+    EXPECT_EQ(defaults.string(u"rsn"_s), u"extra"_s);
+    EXPECT_EQ(defaults.string(u"pcc"_s), u"A"_s);
+    EXPECT_EQ(keychain.string(u"msisdn"_s), u"0912"_s);
+
+    facts->address = std::nullopt;
+    expected[u"ar"_s] = u"0912;(null);"_s;
+    expected[u"m"_s] = 200;
+    expected[u"pc"_s] = 200000;
+    expected[u"ap"_s] = QJsonObject{{u"v"_s, u"root"_s}, {u"r"_s, u"A||the|nine||fields"_s}};
+    expected[u"ad"_s] = QJsonObject{{u"r"_s, u"NA"_s}};
+    run(payment, u"A||the|nine||fields"_s, TransportError{});
+    EXPECT_EQ(lastRequest(), expected) << "a payment leaves the trace as it is";
+    EXPECT_EQ(posts.size(), 2U);
+}
+
+TEST_F(ExchangeTest, ListedMerchantsHaveTheServicesIdentifier)
+{
+    for (const auto &[merchant, identifier] : {std::pair("319", "ir.kel.tobrel"),
+                                               {"336", "ir.kel.tobrel"},
+                                               {"3088", "ir.kel.tobrel"},
+                                               {"3089", "org.example.host"},
+                                               {"31", "org.example.host"}}) {
+        keychain.setString(QString::fromLatin1(merchant), u"mid"_s);
+        run(token, u"0912||x||7"_s, TransportError{});
+        EXPECT_EQ(lastRequest()[u"cs"_s].toString().toStdString(), identifier) << merchant;
+        EXPECT_EQ(lastRequest()[u"pn"_s].toString().toStdString(), identifier) << merchant;
+    }
+}
+
+TEST_F(ExchangeTest, TellsWhatTheServiceAnswered)
+{
+    const Called isDone{true, u""_s, u"0"_s};
+    for (const auto &[json, expected] :
+         {std::pair(success, isDone),
+          {uR"({"rc":12,"ds":"x"})"_s, Called{false, u"x"_s, u"12"_s}},
+          {uR"({"rc":"51","ds":"سلام \\ \"y\""})"_s, Called{false, u"سلام \\ \"y\""_s, u"51"_s}},
+          {uR"({"rc":-3,"ds":7})"_s, Called{false, u"7"_s, u"-3"_s}},
+          {uR"({"rc":4294967301})"_s, Called{false, u""_s, u"5"_s}},
+          {uR"({"rc":1e300,"ds":null})"_s, Called{false, u""_s, u"-1"_s}},
+          {uR"({"ds":"x"})"_s, isDone},
+          {uR"({"rc":{"x":1}})"_s, isDone},
+          {u"[]"_s, isDone},
+          {u"no JSON"_s, isDone},
+          {u""_s, isDone}}) {
+        for (const Send send : {Send(token), Send(payment)})
+            EXPECT_EQ(answer(send, json), expected) << qUtf8Printable(json);
+    }
+}
+
+TEST_F(ExchangeTest, AnAnswerThatCannotBeOpenedCountsAsCode0)
+{
+    run(token, u"0912||x||7"_s, TransportError{});
+    const QByteArray good = sealed(success);
+    for (const QByteArray &body :
+         {QByteArray(), QByteArray("\""), QByteArray("\"\""), QByteArray("\"?\""), good.chopped(5) + '"',
+          good.left(9) + "\r\n" + good.mid(9), QByteArray("\xff\xfe\xfd"), good})
+        for (const Send send : {Send(token), Send(payment)}) {
+            defaults.setString(u"tkn"_s, u"former"_s);
+            EXPECT_EQ(run(send, u"0912||x||7"_s, UrlResponse{200, body}), (Called{true, u""_s, u"0"_s})) << body.size();
+            const auto record = CoreFunctions(defaults, keychain).storedTokenAnswer();
+            EXPECT_TRUE(send != Send(token) || (record && record->rd.t.isUndefined())) << "an empty record is kept";
+        }
+}
+
+TEST_F(ExchangeTest, TellsAStatusToTheTokensSlotAlone)
+{
+    run(token, u"0912||x||7"_s, TransportError{});
+    const QByteArray body = sealed(success);
+    const Called refused{false, Outcomes::serverError.description.toString(), u"2525345"_s};
+    for (const int status : {201, 204, 301, 307, 400, 404, 500, 502, 503}) {
+        EXPECT_EQ(run(token, u"0912||x||7"_s, UrlResponse{status, body}), refused) << status;
+        EXPECT_EQ(run(payment, u"x"_s, UrlResponse{status, body}), std::nullopt) << status;
+        EXPECT_FALSE(defaults.data(u"tkn"_s) || defaults.data(u"pym"_s));
+    }
+    EXPECT_EQ(run(token, u"0912||x||7"_s, TransportError{u"no"_s}), std::nullopt);
+    EXPECT_EQ(run(payment, u"x"_s, TransportError{u"no"_s}), std::nullopt);
+
+    // A payment whose object was given a slot for tokens tells that one.
+    std::optional<QString> code;
+    const auto object = CoreNetworking::create({post(), &defaults, keychain, facts});
+    object->setTokenResponseBlock([&](bool, const QString &, const QString &told) { code = told; });
+    object->sendPaymentRequest(u"x"_s, {});
+    std::exchange(completion, {})(UrlResponse{502, {}});
+    EXPECT_EQ(code, u"2525345"_s);
+}
+
+TEST_F(ExchangeTest, StoresBeforeItTells)
+{
+    EXPECT_TRUE(answer(token, success, [this](bool, const QString &, const QString &) {
+        EXPECT_EQ(facts->storedTokenAnswer()->rd.t, QJsonValue(u"T1"_s));
+    }));
+    EXPECT_TRUE(answer(payment, uR"({"rc":5,"rd":{"urn":"U2"}})"_s, [this](bool, const QString &, const QString &) {
+        EXPECT_EQ(facts->storedPaymentAnswer()->rd.urn, QJsonValue(u"U2"_s));
+    }));
+}
+
+TEST_F(ExchangeTest, SendsNothingThatIsIncomplete)
+{
+    for (const auto &input : {u""_s, u"0912"_s, u"0912||x"_s})
+        EXPECT_EQ(run(token, input, TransportError{}), std::nullopt);
+    EXPECT_EQ(mistakes.size(), 3U);
+    keychain.deleteEntry(u"mid"_s);
+    run(payment, u"x"_s, TransportError{});
+    ASSERT_EQ(mistakes.size(), 4U);
+    EXPECT_TRUE(mistakes[3].contains(u"initWithMerchantID"_s));
+
+    // An entry that is there and can't be read is no mistake of the host's.
+    keychain.setString(u"1001"_s, u"mid"_s);
+    QFile key(*stateFolder() + u"/keychain.key"_s);
+    ASSERT_TRUE(key.open(QIODevice::ReadWrite));
+    const QByteArray content = key.readAll();
+    key.seek(0);
+    key.write(QByteArray(content.size(), 'x'));
+    key.close();
+    EXPECT_EQ(run(payment, u"x"_s, TransportError{}), std::nullopt);
+    EXPECT_EQ(mistakes.size(), 4U);
+    EXPECT_TRUE(posts.empty());
+    ASSERT_TRUE(key.open(QIODevice::ReadWrite));
+    key.write(content);
+}
+
+} // namespace
+} // namespace kelpay
