@@ -7,9 +7,7 @@
 #include <functional>
 #include <memory>
 
-#if defined(KELPAY_STATIC)
-#define KELPAY_EXPORT
-#elif defined(KELPAY_BUILD)
+#if defined(KELPAY_BUILD)
 #define KELPAY_EXPORT Q_DECL_EXPORT
 #else
 #define KELPAY_EXPORT Q_DECL_IMPORT

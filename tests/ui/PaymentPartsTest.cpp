@@ -1,5 +1,6 @@
 #include "ui/payment/Countdown.h"
 #include "ui/payment/PaymentDetail.h"
+#include "ui/payment/PaymentPhase.h"
 #include "ui/payment/PickerViewDelegate.h"
 #include "ui/payment/SavedCard.h"
 #include "ui/payment/ViewUtils.h"
@@ -41,6 +42,25 @@ TEST(CountdownTest, runsTenMinutesAndTwoSeconds)
     }
     EXPECT_EQ(countdown.fire(), Countdown::Tick::Silent);
     EXPECT_EQ(countdown.fire(), Countdown::Tick::Over);
+}
+
+TEST(PaymentPhaseTest, followsTheTable)
+{
+    using Phase = PaymentPhase;
+    const std::optional<Phase> none;
+    // Columns: Pay, Answer, CloseReceipt, FindNoLink, ReportCancel, ReportTime, ReportNoLink.
+    const std::optional<Phase> table[][7] = {
+        {Phase::Paying, none, none, Phase::Leaving, Phase::Reported, Phase::Reported, none},
+        {none, Phase::ReceiptOpen, none, none, Phase::Reported, Phase::Reported, none},
+        {none, none, none, none, Phase::Reported, Phase::Reported, Phase::Reported},
+        {none, none, Phase::Kept, none, none, none, none},
+        {Phase::Paying, none, none, Phase::Leaving, Phase::Reported, none, none},
+        {none, none, none, none, none, none, none},
+    };
+    for (int phase = 0; phase < 6; ++phase) {
+        for (int event = 0; event < 7; ++event)
+            EXPECT_EQ(phaseAfter(Phase(phase), PaymentEvent(event)), table[phase][event]) << phase << ' ' << event;
+    }
 }
 
 TEST(SavedCardTest, readsAllPartsButTheLast)

@@ -2,6 +2,7 @@
 
 #include "platform/UserDefaults.h"
 #include "ui/components/ProgressOverlay.h"
+#include "ui/receipt/ReceiptViewController.h"
 
 namespace kelpay {
 namespace {
@@ -97,13 +98,14 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
 
     storePaymentAnswer({{QStringLiteral("rc"), 51}, {QStringLiteral("ds"), QStringLiteral("موجودی کافی نیست")}});
     answer(false, QStringLiteral("پیام"), QStringLiteral("51"));
-    ViewController *receipt = navigation()->topViewController();
-    EXPECT_NE(receipt, screen);
-    EXPECT_EQ(receipt->property("dsc"), QStringLiteral("موجودی کافی نیست"));
-    EXPECT_EQ(receipt->property("callbackCode"), QStringLiteral("51"));
-    EXPECT_EQ(receipt->property("callbackDescription"), QStringLiteral("پیام"));
-    EXPECT_EQ(receipt->property("amn"), screen->amountText());
-    EXPECT_EQ(receipt->property("mrc"), screen->merchantText());
+    const auto *receipt = qobject_cast<ReceiptViewController *>(navigation()->topViewController());
+    ASSERT_TRUE(receipt);
+    EXPECT_EQ(receipt->input().dsc, QStringLiteral("موجودی کافی نیست"));
+    EXPECT_EQ(receipt->input().callbackCode, QStringLiteral("51"));
+    EXPECT_EQ(receipt->input().callbackDescription, QStringLiteral("پیام"));
+    EXPECT_EQ(receipt->input().amn, screen->amountText());
+    EXPECT_EQ(receipt->input().mrc, screen->merchantText());
+    EXPECT_FALSE(screen->isButtonedOrNeah());
     EXPECT_TRUE(outcomes().empty());
 }
 

@@ -138,7 +138,7 @@ void ScreenTest::type(const QString &text)
         QTest::sendKeyEvent(QTest::Click, m_window.get(), Qt::Key_unknown, QString(character), Qt::NoModifier);
 }
 
-std::vector<Outcome> ScreenTest::outcomes() const
+std::vector<Told> ScreenTest::outcomes() const
 {
     const std::lock_guard lock(m_mutex);
     return m_outcomes;

@@ -15,7 +15,7 @@
 namespace kelpay {
 
 /// One call of the host's status block.
-struct Outcome
+struct Told
 {
     bool success = false;
     QString code;
@@ -51,7 +51,7 @@ protected:
     void type(const QString &text);
     void loseWindow() { m_window.reset(); }
 
-    std::vector<Outcome> outcomes() const;
+    std::vector<Told> outcomes() const;
     static bool waitFor(const std::function<bool()> &condition, int milliseconds = 3000);
     /// Lets what is queued and animated come to an end.
     static void settle(int milliseconds = 350);
@@ -62,7 +62,7 @@ private:
     std::unique_ptr<QQuickWindow> m_window;
     CoreNetworking::ResponseBlock m_block;
     mutable std::mutex m_mutex;
-    std::vector<Outcome> m_outcomes;
+    std::vector<Told> m_outcomes;
 };
 
 } // namespace kelpay

@@ -1,6 +1,5 @@
 #include "Storyboard.h"
 
-#include "NavigationController.h"
 #include "platform/Log.h"
 
 #include <QHash>
@@ -29,19 +28,14 @@ const Storyboard &Storyboard::main()
 }
 
 std::unique_ptr<ViewController> Storyboard::instantiateViewController(const QString &identifier,
-                                                                      const QVariantMap &properties) const
+                                                                      const QVariant &input) const
 {
     const Factory factory = scenes().value(identifier);
     if (!factory) {
         qCWarning(logScreen, "the storyboard has no scene %ls", qUtf16Printable(identifier));
         return nullptr;
     }
-    std::unique_ptr<ViewController> controller = factory();
-    auto *navigation = qobject_cast<NavigationController *>(controller.get());
-    QObject *target = navigation ? navigation->topViewController() : controller.get();
-    for (auto property = properties.begin(); property != properties.end(); ++property)
-        target->setProperty(property.key().toLatin1().constData(), property.value());
-    return controller;
+    return factory(input);
 }
 
 } // namespace kelpay

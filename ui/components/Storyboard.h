@@ -2,7 +2,7 @@
 
 #include "ViewController.h"
 
-#include <QVariantMap>
+#include <QVariant>
 
 namespace kelpay {
 
@@ -10,7 +10,7 @@ namespace kelpay {
 class Storyboard
 {
 public:
-    using Factory = std::function<std::unique_ptr<ViewController>()>;
+    using Factory = std::function<std::unique_ptr<ViewController>(const QVariant &input)>;
 
     struct Scene
     {
@@ -19,10 +19,10 @@ public:
 
     static const Storyboard &main();
 
-    /// A new controller with `properties` set on it, on what it navigates to where it is a navigation controller; null,
-    /// with a log line, for an unknown identifier.
+    /// A new controller, made from `input`, whose type is the scene's own; null, with a log line, for an unknown
+    /// identifier.
     std::unique_ptr<ViewController> instantiateViewController(const QString &identifier,
-                                                              const QVariantMap &properties = {}) const;
+                                                              const QVariant &input = {}) const;
 
 private:
     Storyboard() = default;

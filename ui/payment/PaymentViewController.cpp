@@ -12,6 +12,7 @@
 #include "platform/UserDefaults.h"
 #include "ui/components/NavigationController.h"
 #include "ui/components/ProgressOverlay.h"
+#include "ui/components/ReceiptInput.h"
 #include "ui/components/Storyboard.h"
 
 #include <QCoreApplication>
@@ -22,7 +23,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const Storyboard::Scene scene(QStringLiteral("PaymentView"), [] {
+const Storyboard::Scene scene(QStringLiteral("PaymentView"), [](const QVariant &) {
     return std::make_unique<NavigationController>(std::make_unique<PaymentViewController>());
 });
 
@@ -136,40 +137,44 @@ void PaymentViewController::offerWallet(const QString &balance)
         QStringLiteral("موجودی کیف پول شما: %1\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟").arg(rials(balance)));
 }
 
+bool PaymentViewController::enter(PaymentEvent event)
+{
+    const auto next = phaseAfter(m_phase, event);
+    m_phase = next.value_or(m_phase);
+    return next.has_value();
+}
+
 void PaymentViewController::payFromWallet()
 {
-    if (m_isButtonedOrNeah || m_isReported)
+    if (!canPay())
         return;
-    m_isButtonedOrNeah = true;
-    showHud(QStringLiteral("در حال بررسی پرداخت"));
     UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
-    send(m_detail.wallet());
     m_isWallety = true;
+    pay(m_detail.wallet());
 }
 
 void PaymentViewController::verifyPayment()
 {
-    if (m_isButtonedOrNeah || m_isReported)
+    if (!canPay())
         return;
-    m_isButtonedOrNeah = true;
-    showHud(QStringLiteral("در حال بررسی پرداخت"));
     m_detail.pcc = UserDefaults::standard().string(QStringLiteral("pcc"));
     UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
     if (!m_form.isComplete()) {
         showNotificationError(QStringLiteral("ورودی ها را بررسی کنید."));
-        m_isButtonedOrNeah = false;
-        ProgressOverlay::dismiss();
         return;
     }
     const QString detail = m_form.isSimple()
                                ? m_detail.simple(m_form.card(), m_form.pin())
                                : m_detail.full(m_form.card(), m_form.pin(), m_form.cvv2(), m_form.expiration());
     m_form.clearSecrets();
-    send(detail);
+    pay(detail);
 }
 
-void PaymentViewController::send(const QString &detail)
+void PaymentViewController::pay(const QString &detail)
 {
+    if (!enter(PaymentEvent::Pay))
+        return;
+    showHud(QStringLiteral("در حال بررسی پرداخت"));
     m_sender(detail, [screen = QPointer(this)](bool ok, const QString &message, const QString &code) {
         Dispatch::main([screen, ok, message, code] {
             if (screen)
@@ -180,21 +185,19 @@ void PaymentViewController::send(const QString &detail)
 
 void PaymentViewController::receive(bool ok, const QString &message, const QString &code)
 {
-    if (m_isReported || m_isHandedOver || !navigationController())
+    if (!navigationController() || !enter(PaymentEvent::Answer))
         return;
-    m_isHandedOver = true;
-    QVariantMap properties{{QStringLiteral("amn"), m_amountText},
-                           {QStringLiteral("mrc"), m_merchantText},
-                           {QStringLiteral("callbackCode"), code},
-                           {QStringLiteral("callbackDescription"), message}};
-    if (!ok) {
-        const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());
-        properties.insert(QStringLiteral("dsc"), textValue(answer.ds).value_or(QString()));
-    }
+    ReceiptInput input{.amn = m_amountText,
+                       .mrc = m_merchantText,
+                       .dsc = {},
+                       .callbackCode = code,
+                       .callbackDescription = message};
+    if (!ok)
+        input.dsc = textValue(CoreFunctions().storedPaymentAnswer().value_or(BaseClassp()).ds).value_or(QString());
     m_timer.invalidate();
     m_leaveAlert.dismiss();
-    if (auto receipt =
-            ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("ReceiptView"), properties))
+    if (auto receipt = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("ReceiptView"),
+                                                                               QVariant::fromValue(input)))
         navigationController()->push(std::move(receipt), true);
     ProgressOverlay::dismiss();
 }
@@ -211,22 +214,20 @@ void PaymentViewController::timerFired()
     case Countdown::Tick::Over:
         m_isTimeOver = true;
         Q_EMIT ticked();
-        report(QStringLiteral("2525343"), QStringLiteral("مدت زمان تراکنش به پایان رسید"));
+        report(PaymentEvent::ReportTime, Outcomes::timeOver);
         break;
     }
 }
 
 void PaymentViewController::cancelPayment()
 {
-    if (m_isHandedOver)
-        return;
-    report(QStringLiteral("2525342"), QStringLiteral("کاربر از انجام تراکنش منصرف شد"));
+    report(PaymentEvent::ReportCancel, Outcomes::cancelled);
 }
 
 void PaymentViewController::escapePressed()
 {
     // Not over a payment on its way: the cancel button is there, but nothing should lead to it.
-    if (!m_isButtonedOrNeah && !m_isHandedOver && !m_isReported)
+    if (canPay())
         m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
                           QStringLiteral("از این پرداخت منصرف می‌شوید؟"));
 }
@@ -234,7 +235,7 @@ void PaymentViewController::escapePressed()
 QString PaymentViewController::timeNotice() const
 {
     if (m_isTimeOver)
-        return QStringLiteral("مدت زمان تراکنش به پایان رسید");
+        return Outcomes::timeOver.description.toString();
     return isLastMinute() ? QStringLiteral("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است") : QString();
 }
 
@@ -245,28 +246,27 @@ void PaymentViewController::openVerifyURL()
             navigationController()->push(std::make_unique<VerificationViewController>(QUrl(*m_vu)), true);
         return;
     }
-    if (m_isButtonedOrNeah)
+    if (!enter(PaymentEvent::FindNoLink))
         return;
-    m_isButtonedOrNeah = true; // The outcome is settled: no payment starts any more.
     showNotificationError(QStringLiteral("پذیرنده نامعتبر میباشد"));
     Dispatch::mainAfter(2s, [screen = QPointer(this)] {
         if (screen)
-            screen->report(QStringLiteral("2525344"), QStringLiteral("پذیرنده نامعتبر"));
+            screen->report(PaymentEvent::ReportNoLink, Outcomes::invalidMerchant);
     });
 }
 
-void PaymentViewController::report(const QString &code, const QString &message)
+// The screen goes first: a host that starts its next payment inside the callback finds the way free.
+void PaymentViewController::report(PaymentEvent event, const Outcome &outcome)
 {
-    if (m_isReported)
+    if (!enter(event))
         return;
-    m_isReported = true;
     m_timer.invalidate();
     m_walletAlert.dismiss();
     m_leaveAlert.dismiss();
-    HostProfile::shared().reportStatus(false, code, message);
+    m_form.clearSecrets();
     ProgressOverlay::dismiss();
     dismiss(true);
-    m_form.clearSecrets();
+    HostProfile::shared().reportStatus(outcome);
 }
 
 void PaymentViewController::showPanList()

@@ -3,7 +3,9 @@
 #include "CardForm.h"
 #include "Countdown.h"
 #include "PaymentDetail.h"
+#include "PaymentPhase.h"
 #include "PickerViewDelegate.h"
+#include "device/Outcomes.h"
 #include "platform/Ticker.h"
 #include "protocol/CoreNetworking.h"
 #include "ui/components/AlertView.h"
@@ -50,7 +52,7 @@ public:
     void barButtonPressed() override { cancelPayment(); }
     /// Asks before it cancels; the cancel button does not.
     void escapePressed() override;
-    void resume() override { m_isHandedOver = false; }
+    void resume() override { enter(PaymentEvent::CloseReceipt); }
 
     /// The pay button.
     Q_INVOKABLE void verifyPayment();
@@ -74,7 +76,7 @@ public:
     QString timeNotice() const;
     bool isPanListShown() const { return m_isPanListShown; }
     /// A payment is on its way.
-    bool isButtonedOrNeah() const { return m_isButtonedOrNeah; }
+    bool isButtonedOrNeah() const { return m_phase == PaymentPhase::Paying; }
     bool isWallety() const { return m_isWallety; }
     bool isOverhauled() { return banner()->isAnimating(); }
 
@@ -87,9 +89,11 @@ private:
     void loadTokenData();
     void offerWallet(const QString &balance);
     void payFromWallet();
-    void send(const QString &detail);
+    bool enter(PaymentEvent event);
+    bool canPay() const { return phaseAfter(m_phase, PaymentEvent::Pay).has_value(); }
+    void pay(const QString &detail);
     void receive(bool ok, const QString &message, const QString &code);
-    void report(const QString &code, const QString &message);
+    void report(PaymentEvent event, const Outcome &outcome);
     void showNotificationError(const QString &message);
     void showHud(const QString &status);
     void setPanListShown(bool shown);
@@ -107,12 +111,10 @@ private:
     QString m_merchantText;
     QString m_detailText;
     QString m_timeText;
-    bool m_isButtonedOrNeah = false;
+    PaymentPhase m_phase = PaymentPhase::Entering;
     bool m_isWallety = false;
     bool m_isPanListShown = false;
     bool m_isTimeOver = false;
-    bool m_isReported = false;
-    bool m_isHandedOver = false; ///< The receipt has the outcome; nothing else is reported until it has told it.
 };
 
 } // namespace kelpay

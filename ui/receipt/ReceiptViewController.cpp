@@ -2,6 +2,7 @@
 
 #include "device/CoreFunctions.h"
 #include "device/HostProfile.h"
+#include "device/Outcomes.h"
 #include "platform/Dispatch.h"
 #include "platform/Formats.h"
 #include "platform/UserDefaults.h"
@@ -11,23 +12,34 @@
 #include "ui/components/Storyboard.h"
 #include "ui/payment/ViewUtils.h"
 
-#include <array>
-
 namespace kelpay {
 
 namespace {
 
-const Storyboard::Scene scene(QStringLiteral("ReceiptView"), [] { return std::make_unique<ReceiptViewController>(); });
+const Storyboard::Scene scene(QStringLiteral("ReceiptView"), [](const QVariant &input) {
+    return std::make_unique<ReceiptViewController>(input.value<ReceiptInput>());
+});
 
-const QString separator = QStringLiteral(" : ");
-
-/// Merchants whose payment screen stays after the receipt.
-bool keepsPaymentScreen(const std::optional<QString> &merchantID)
+/// Tells the host, and closes the payment screen unless the merchant keeps it. Reads the keychain: off the main queue.
+void finish(const ReceiptInput &input, const QPointer<NavigationController> &navigation)
 {
-    constexpr std::array<QLatin1String, 8> merchants{
-        QLatin1String("3014"), QLatin1String("3037"), QLatin1String("3038"), QLatin1String("3039"),
-        QLatin1String("3040"), QLatin1String("3078"), QLatin1String("3087"), QLatin1String("3086")};
-    return merchantID && std::find(merchants.begin(), merchants.end(), *merchantID) != merchants.end();
+    const auto data = ReceiptViewController::PaymentData::gather();
+    const bool staysOpen = Merchants::keepPaymentScreen(data.mpin.value_or(QString()));
+    // The screen goes first: a host that starts its next payment inside the callback finds the way free.
+    if (!staysOpen)
+        Dispatch::main([] { ViewUtils::topMostViewController()->dismiss(true); });
+    if (data.isSuccess())
+        HostProfile::shared().reportStatus(true, Outcomes::successful.code.toString(),
+                                           Outcomes::successful.description.toString(), data.urn.value_or(QString()),
+                                           data.mrn.value_or(QString()));
+    else
+        HostProfile::shared().reportStatus(false, input.callbackCode, input.callbackDescription);
+    // Only now may the payment screen speak again: no other outcome overtakes this one.
+    if (staysOpen)
+        Dispatch::main([navigation] {
+            if (navigation)
+                navigation->topViewController()->resume();
+        });
 }
 
 } // namespace
@@ -48,16 +60,18 @@ ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
     return data;
 }
 
-QString ReceiptViewController::PaymentData::receiptText() const
+std::vector<ReceiptViewController::Line> ReceiptViewController::linesOf(const PaymentData &data)
 {
-    return QStringLiteral("کد پذیرنده : %1\nشماره کارت : %2\nبانک صادرکننده : %3\nشماره مرجع : %4\nشماره پیگیری : %5\n"
-                          "زمان تراکنش : %6")
-        .arg(mpin.value_or(QString()), crn.value_or(QString()), bn, mrn.value_or(QString()), urn.value_or(QString()),
-             trt);
+    return {{QStringLiteral("کد پذیرنده"), data.mpin.value_or(QString())},
+            {QStringLiteral("شماره کارت"), data.crn.value_or(QString())},
+            {QStringLiteral("بانک صادرکننده"), data.bn},
+            {QStringLiteral("شماره مرجع"), data.mrn.value_or(QString())},
+            {QStringLiteral("شماره پیگیری"), data.urn.value_or(QString())},
+            {QStringLiteral("زمان تراکنش"), data.trt}};
 }
 
-ReceiptViewController::ReceiptViewController(QObject *parent)
-    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Receipt/ReceiptView.qml")), parent)
+ReceiptViewController::ReceiptViewController(const ReceiptInput &input, QObject *parent)
+    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Receipt/ReceiptView.qml")), parent), m_input(input)
 {}
 
 void ReceiptViewController::viewDidLoad()
@@ -69,49 +83,45 @@ void ReceiptViewController::loadPaymentData()
 {
     ProgressOverlay::show();
     Dispatch::global(Dispatch::Priority::High, [screen = QPointer(this)] {
-        const PaymentData data = PaymentData::gather();
-        Dispatch::main([screen, data] {
-            if (!screen)
-                return;
-            screen->m_isSuccess = data.isSuccess();
-            screen->m_statusText = data.isSuccess() ? QStringLiteral("پرداخت موفق") : QStringLiteral("پرداخت ناموفق");
-            if (data.isSuccess())
-                screen->m_dsc = data.receiptText();
-            Q_EMIT screen->changed();
-        });
-        Dispatch::main([screen] {
-            if (screen) {
-                screen->m_merchantText = QStringLiteral("پذیرنده : %1").arg(screen->m_mrc);
-                screen->m_amountText = QStringLiteral("مبلغ\u200c : %1").arg(screen->m_amn);
-                screen->m_descriptionText = screen->m_dsc;
-                Q_EMIT screen->changed();
-            }
+        Dispatch::main([screen, data = PaymentData::gather()] {
+            if (screen)
+                screen->show(data);
             ProgressOverlay::dismiss();
         });
     });
 }
 
+void ReceiptViewController::show(const PaymentData &data)
+{
+    m_isSuccess = data.isSuccess();
+    m_statusText = m_isSuccess ? QStringLiteral("پرداخت موفق") : QStringLiteral("پرداخت ناموفق");
+    m_merchantText = QStringLiteral("پذیرنده : %1").arg(m_input.mrc);
+    m_amountText = QStringLiteral("مبلغ\u200c : %1").arg(m_input.amn);
+    m_descriptionText = m_input.dsc;
+    if (m_isSuccess) {
+        m_lines = linesOf(data);
+        QStringList texts;
+        for (const Line &line : m_lines)
+            texts.append(line.name + QStringLiteral(" : ") + line.value);
+        m_descriptionText = texts.join(QLatin1Char('\n'));
+    }
+    Q_EMIT changed();
+}
+
 QStringList ReceiptViewController::lineNames() const
 {
     QStringList names;
-    for (const QString &line : receiptLines())
-        names.append(line.section(separator, 0, 0));
+    for (const Line &line : m_lines)
+        names.append(line.name);
     return names;
 }
 
 QStringList ReceiptViewController::lineValues() const
 {
     QStringList values;
-    for (const QString &line : receiptLines())
-        values.append(line.section(separator, 1));
+    for (const Line &line : m_lines)
+        values.append(line.value);
     return values;
-}
-
-QStringList ReceiptViewController::receiptLines() const
-{
-    if (!m_isSuccess || m_descriptionText.isEmpty())
-        return {};
-    return m_descriptionText.split(QLatin1Char('\n'));
 }
 
 QString ReceiptViewController::simpleDateConversion(const QString &isoDate)
@@ -121,28 +131,10 @@ QString ReceiptViewController::simpleDateConversion(const QString &isoDate)
 
 void ReceiptViewController::donePayment()
 {
-    if (m_isDone)
+    if (std::exchange(m_isDone, true))
         return;
-    m_isDone = true;
-    dismiss(true, [code = m_callbackCode, description = m_callbackDescription,
-                   navigation = QPointer(navigationController())] {
-        const bool staysOpen = keepsPaymentScreen(CoreKeychain().string(QStringLiteral("mid")));
-        Dispatch::global(Dispatch::Priority::High, [code, description, navigation, staysOpen] {
-            const PaymentData data = PaymentData::gather();
-            if (data.isSuccess())
-                HostProfile::shared().reportStatus(true, QStringLiteral("1"), QStringLiteral("Successful"),
-                                                   data.urn.value_or(QString()), data.mrn.value_or(QString()));
-            else
-                HostProfile::shared().reportStatus(false, code, description);
-            // Only now may the payment screen speak again: no other outcome overtakes this one.
-            if (staysOpen)
-                Dispatch::main([navigation] {
-                    if (navigation)
-                        navigation->topViewController()->resume();
-                });
-        });
-        if (!staysOpen)
-            Dispatch::main([] { ViewUtils::topMostViewController()->dismiss(true); });
+    dismiss(true, [input = m_input, navigation = QPointer(navigationController())] {
+        Dispatch::global(Dispatch::Priority::High, [input, navigation] { finish(input, navigation); });
     });
 }
 

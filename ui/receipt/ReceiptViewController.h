@@ -1,9 +1,11 @@
 #pragma once
 
 #include "records/BaseClassp.h"
+#include "ui/components/ReceiptInput.h"
 #include "ui/components/ViewController.h"
 
 #include <optional>
+#include <vector>
 
 namespace kelpay {
 
@@ -13,11 +15,6 @@ class ReceiptViewController : public ViewController
     Q_OBJECT
     QML_ELEMENT
     QML_UNCREATABLE("Made by the storyboard")
-    Q_PROPERTY(QString mrc MEMBER m_mrc FINAL)
-    Q_PROPERTY(QString amn MEMBER m_amn FINAL)
-    Q_PROPERTY(QString dsc MEMBER m_dsc FINAL)
-    Q_PROPERTY(QString callbackCode MEMBER m_callbackCode FINAL)
-    Q_PROPERTY(QString callbackDescription MEMBER m_callbackDescription FINAL)
     Q_PROPERTY(QString statusText READ statusText NOTIFY changed)
     Q_PROPERTY(QString merchantText READ merchantText NOTIFY changed)
     Q_PROPERTY(QString amountText READ amountText NOTIFY changed)
@@ -38,15 +35,18 @@ public:
         std::optional<QString> urn;  ///< Tracking number.
         std::optional<QString> ds;   ///< The service's description.
         double rc = 0;
-        double ti = 0;
+        double ti = 0; ///< Trace number.
 
         static PaymentData gather();
         bool isSuccess() const { return rc == 0 && ti != 0; }
-        /// The six lines of the receipt.
-        QString receiptText() const;
+    };
+    struct Line
+    {
+        QString name;
+        QString value;
     };
 
-    explicit ReceiptViewController(QObject *parent = nullptr);
+    explicit ReceiptViewController(const ReceiptInput &input, QObject *parent = nullptr);
 
     void viewDidLoad() override;
     QString title() const override { return QStringLiteral("رسید پرداخت"); }
@@ -59,10 +59,12 @@ public:
     QString statusText() const { return m_statusText; }
     QString merchantText() const { return m_merchantText; }
     QString amountText() const { return m_amountText; }
+    /// What happened: the six lines "name : value" of a success, the service's word on a failure.
     QString descriptionText() const { return m_descriptionText; }
-    /// The description's "name : value" lines taken apart; none for a failure's text.
+    /// The same lines, each in two; none for a failure.
     QStringList lineNames() const;
     QStringList lineValues() const;
+    const ReceiptInput &input() const { return m_input; }
     bool isSuccess() const { return m_isSuccess; }
 
 Q_SIGNALS:
@@ -70,13 +72,11 @@ Q_SIGNALS:
 
 private:
     void loadPaymentData();
-    QStringList receiptLines() const;
+    void show(const PaymentData &data);
+    static std::vector<Line> linesOf(const PaymentData &data);
 
-    QString m_mrc;
-    QString m_amn;
-    QString m_dsc;
-    QString m_callbackCode;
-    QString m_callbackDescription;
+    const ReceiptInput m_input;
+    std::vector<Line> m_lines;
     QString m_statusText;
     QString m_merchantText;
     QString m_amountText;
