@@ -4,6 +4,7 @@
 
 #include <unicode/datefmt.h>
 #include <unicode/smpdtfmt.h>
+#include <unicode/timezone.h>
 #include <unicode/unistr.h>
 
 #include <limits>
@@ -46,15 +47,19 @@ QString Formats::localDate(const QDateTime &moment, const QString &pattern)
 
 QString Formats::solarHijriDate(const QString &isoDate)
 {
-    // Read and printed in the same zone, so the day stays what it was.
+    // Read and printed in UTC, so the day stays what it was; a local one may lack its midnight.
+    const icu::TimeZone &utc = *icu::TimeZone::getGMT();
     UErrorCode status = U_ZERO_ERROR;
     icu::SimpleDateFormat parser(u"yyyy-MM-dd", icu::Locale("en", "US", "POSIX"), status);
     parser.setLenient(false);
+    parser.setTimeZone(utc);
     const UDate date = parser.parse(toIcu(isoDate), status);
     if (U_FAILURE(status))
         return {};
     const std::unique_ptr<icu::DateFormat> formatter(
         icu::DateFormat::createDateInstance(icu::DateFormat::kMedium, icu::Locale("fa", "IR")));
+    if (formatter)
+        formatter->setTimeZone(utc);
     return format(formatter.get(), status, date);
 }
 
