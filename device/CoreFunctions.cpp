@@ -4,6 +4,9 @@
 #include "IntegrityCheck.h"
 #include "LocationManager.h"
 #include "Reachability.h"
+#include "device/cards/Bank.h"
+#include "device/cards/CardNumber.h"
+#include "device/cards/CardRules.h"
 #include "platform/Deployment.h"
 #include "platform/Formats.h"
 #include "platform/Log.h"
@@ -54,7 +57,7 @@ void CoreFunctions::returnThings() const
         m_defaults.increment(QStringLiteral("trace"));
         return;
     }
-    const int first = intInRange(100, 800);
+    const int first = intInRangeMinimum(100, 800);
     m_keychain.setString(SystemFacts::vendorIdentifier(), QStringLiteral("uuid"));
     m_defaults.setInteger(QStringLiteral("trace"), first);
     m_defaults.remove(QStringLiteral("ard"));
@@ -90,7 +93,7 @@ std::optional<QString> CoreFunctions::merchantID() const
     return m_keychain.string(QStringLiteral("mid"));
 }
 
-int CoreFunctions::intInRange(int minimum, int maximum) const
+int CoreFunctions::intInRangeMinimum(int minimum, int maximum) const
 {
     if (minimum > maximum)
         return -1;
@@ -115,10 +118,20 @@ bool CoreFunctions::internetConnection() const
     return m_internetReachability && m_internetReachability->currentReachabilityStatus() != Reachability::NotReachable;
 }
 
-void CoreFunctions::returnUserLocation(std::function<void(const QString &)> locationCallback)
+void CoreFunctions::returnUserLocation(LocationCallback locationCallback)
 {
     m_manager = std::make_shared<LocationManager>(std::move(locationCallback));
     m_manager->startUpdatingLocation();
+}
+
+CoreFunctions::LocationCallback CoreFunctions::locationCallback() const
+{
+    return m_manager ? m_manager->callback() : nullptr;
+}
+
+std::shared_ptr<LocationManager> CoreFunctions::manager() const
+{
+    return m_manager;
 }
 
 void CoreFunctions::showPaymentView() const
@@ -146,6 +159,50 @@ std::optional<BaseClassp> CoreFunctions::storedPaymentAnswer() const
 {
     const auto archive = m_defaults.data(QStringLiteral("pym"));
     return archive ? BaseClassp::unarchived(*archive) : std::nullopt;
+}
+
+QString CoreFunctions::bankNameForCardNumber(const QString &cardNumber) const
+{
+    return Bank::issuerOf(cardNumber).name;
+}
+
+bool CoreFunctions::isValidCardNumber(const QString &cardNumber) const
+{
+    return CardNumber::isValid(cardNumber);
+}
+
+bool CoreFunctions::isValidPhoneNumber(const QString &number) const
+{
+    return number.startsWith(QLatin1StringView("09")) && number.size() == 11;
+}
+
+QString CoreFunctions::blackListReturnerFor(const QString &cardNumber, const QString &rules) const
+{
+    return CardRules(rules).codes(cardNumber);
+}
+
+QString CoreFunctions::policyForCode5On(const QString &cardNumber, const QString &rules) const
+{
+    return CardRules(rules).policy(u"5", cardNumber);
+}
+
+QString CoreFunctions::policyForCode59On(const QString &cardNumber, const QString &rules) const
+{
+    return CardRules(rules).policy(u"59", cardNumber);
+}
+
+QString CoreFunctions::isSimple(const QString &rules, const QString &userValues) const
+{
+    const QStringList values = userValues.split(QLatin1Char(';'));
+    switch (CardRules(rules).verdict(values[0], values.value(1))) {
+    case Verdict::Simple:
+        return QStringLiteral("JA");
+    case Verdict::Full:
+        return QStringLiteral("NO");
+    case Verdict::Refused:
+        break;
+    }
+    return QStringLiteral("NA");
 }
 
 } // namespace kelpay

@@ -23,6 +23,8 @@ class Reachability;
 class CoreFunctions
 {
 public:
+    using LocationCallback = std::function<void(const QString &)>;
+
     /// Keeps its values in the host's defaults and keychain, or in those that are given.
     explicit CoreFunctions(UserDefaults &defaults = UserDefaults::standard(), CoreKeychain keychain = {});
     virtual ~CoreFunctions() = default;
@@ -48,7 +50,7 @@ public:
     /// Keychain "mid".
     std::optional<QString> merchantID() const;
     /// Uniform in minimum..maximum, both included; -1 when minimum > maximum.
-    int intInRange(int minimum, int maximum) const;
+    int intInRangeMinimum(int minimum, int maximum) const;
 
     /// Store the answer's record under user defaults "tkn" and "pym". A body that is no object gives an empty record.
     void parseTokenBody(const QJsonValue &body) const;
@@ -66,26 +68,27 @@ public:
     bool internetConnection() const;
     /// Calls back from the event loop with "latitude,longitude" on every update, "0.0,0.0" on failure. A second call
     /// replaces the first.
-    void returnUserLocation(std::function<void(const QString &)> locationCallback);
+    void returnUserLocation(LocationCallback locationCallback);
+    /// What `returnUserLocation` was given and what it started; null before.
+    LocationCallback locationCallback() const;
+    std::shared_ptr<LocationManager> manager() const;
     /// Presents the payment screen over the top-most one.
     void showPaymentView() const;
 
+    // The rules about cards, which device/cards/ holds; its range errors come from here too.
     /// The issuing bank's Persian name by the first six digits; "" for an unknown one.
-    QString bankName(const QString &cardNumber) const;
+    QString bankNameForCardNumber(const QString &cardNumber) const;
     /// The check digit rule over the first 16 digits. Throws std::out_of_range for fewer than 16 characters.
     bool isValidCardNumber(const QString &cardNumber) const;
     /// Begins with "09" and has 11 characters.
     bool isValidPhoneNumber(const QString &number) const;
-
-    // The three look-ups in a rule string: entries "prefix;code;lower;upper" separated by "|", the last element not
-    // examined. They throw std::out_of_range for a string without "|" and for a matching entry with too few fields.
-    /// The codes of all matching entries, each followed by "|".
-    QString blackListReturner(const QString &cardNumber, const QString &rules) const;
-    /// "lower;upper" of each matching entry of code "5", with nothing between two entries.
-    QString policyForCode5(const QString &cardNumber, const QString &rules) const;
-    /// The same for code "59".
-    QString policyForCode59(const QString &cardNumber, const QString &rules) const;
-    /// "JA" (PIN only), "NO" (full form) or "NA" (not allowed) for `userValues`, "card number;amount". Throws as above.
+    /// The codes of all matching entries, each followed by "|". This and the next three throw std::out_of_range for a
+    /// rule string without "|" and for a matching entry with too few fields.
+    QString blackListReturnerFor(const QString &cardNumber, const QString &rules) const;
+    /// "lower;upper" of each matching entry of code "5", with nothing between two entries; then the same for code "59".
+    QString policyForCode5On(const QString &cardNumber, const QString &rules) const;
+    QString policyForCode59On(const QString &cardNumber, const QString &rules) const;
+    /// "JA" (PIN only), "NO" (full form) or "NA" (not allowed) for `userValues`, "card number;amount".
     QString isSimple(const QString &rules, const QString &userValues) const;
 
 private:

@@ -29,6 +29,7 @@ public:
     /// Begins to follow, and asks for one position at once. Ends with this object. The callback runs from the event
     /// loop, on every update; "0.0,0.0" tells a failure, permission refused or no source among them.
     void startUpdatingLocation();
+    Callback callback() const { return m_callback; }
 
     /// The last of `locations` is told.
     void didUpdateLocations(const QList<QGeoPositionInfo> &locations);

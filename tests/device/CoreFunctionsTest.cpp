@@ -51,11 +51,11 @@ TEST(CoreFunctions, RandomIntegersStayInTheirRange)
 {
     std::set<int> seen;
     for (int round = 0; round < 400; ++round)
-        seen.insert(CoreFunctions().intInRange(-1, 2));
+        seen.insert(CoreFunctions().intInRangeMinimum(-1, 2));
     EXPECT_EQ(seen, (std::set<int>{-1, 0, 1, 2}));
-    EXPECT_EQ(CoreFunctions().intInRange(5, 5), 5);
-    EXPECT_EQ(CoreFunctions().intInRange(6, 5), -1);
-    CoreFunctions().intInRange(INT_MIN, INT_MAX);
+    EXPECT_EQ(CoreFunctions().intInRangeMinimum(5, 5), 5);
+    EXPECT_EQ(CoreFunctions().intInRangeMinimum(6, 5), -1);
+    CoreFunctions().intInRangeMinimum(INT_MIN, INT_MAX);
 }
 
 TEST(CoreFunctions, ApplicationIdentifier)

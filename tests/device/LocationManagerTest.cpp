@@ -109,6 +109,7 @@ TEST_F(LocationTest, TheBlockMayReleaseTheManager)
         functions.reset();
         told << location;
     });
+    EXPECT_TRUE(functions->manager() && functions->locationCallback());
     QElapsedTimer clock;
     clock.start();
     while (told.isEmpty() && clock.elapsed() < 10'000)

@@ -2,7 +2,6 @@
 #include "ui/payment/PaymentDetail.h"
 #include "ui/payment/PaymentPhase.h"
 #include "ui/payment/PickerViewDelegate.h"
-#include "ui/payment/SavedCard.h"
 #include "ui/payment/ViewUtils.h"
 
 #include <QColor>
@@ -61,22 +60,6 @@ TEST(PaymentPhaseTest, followsTheTable)
         for (int event = 0; event < 7; ++event)
             EXPECT_EQ(phaseAfter(Phase(phase), PaymentEvent(event)), table[phase][event]) << phase << ' ' << event;
     }
-}
-
-TEST(SavedCardTest, readsAllPartsButTheLast)
-{
-    const auto cards = SavedCard::fromList(QStringLiteral("11.d.603799***1234.0512;12.n.621986***1.;tail.d.x.y"));
-    ASSERT_EQ(cards.size(), 2U);
-    EXPECT_EQ(cards[0].panID, QStringLiteral("11"));
-    EXPECT_TRUE(cards[0].isDefault);
-    EXPECT_EQ(SavedCard::slashed(cards[0].expiry), QStringLiteral("05/12"));
-    EXPECT_EQ(cards[1].pan, QStringLiteral("621986***1"));
-    EXPECT_FALSE(cards[1].isDefault);
-    EXPECT_EQ(SavedCard::slashed(cards[1].expiry), QString());
-
-    for (const auto *malformed : {"", "one", "a.b.c;", ";", "a.b.c;;"})
-        EXPECT_TRUE(SavedCard::fromList(QString::fromLatin1(malformed)).empty()) << malformed;
-    EXPECT_EQ(SavedCard::fromList(QStringLiteral("broken;7.n.603799***1.0101;")).size(), 1U);
 }
 
 TEST(PickerViewDelegateTest, postsAChosenCardButNotTheFirstRow)

@@ -72,6 +72,10 @@ TEST_F(PaymentScreenTest, putsTheLastDefaultCardInPlace)
         EXPECT_EQ(screen.form()->expiration(), QString());
         EXPECT_EQ(screen.delegational()->panArray().size(), 4);
     }
+    storeToken();
+    PaymentViewController screen;
+    screen.viewDidLoad();
+    EXPECT_EQ(screen.delegational()->panArray().size(), 1) << "another payer's cards stay";
 }
 
 TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)

@@ -1,6 +1,6 @@
 #include "Exhibits.h"
 
-#include "ui/payment/SavedCard.h"
+#include "device/cards/SavedCard.h"
 
 namespace kelpay {
 

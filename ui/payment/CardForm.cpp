@@ -1,7 +1,9 @@
 #include "CardForm.h"
 
-#include "SavedCard.h"
-#include "device/CoreFunctions.h"
+#include "device/cards/Bank.h"
+#include "device/cards/CardNumber.h"
+#include "device/cards/CardRules.h"
+#include "device/cards/SavedCard.h"
 #include "platform/Bundle.h"
 #include "platform/Log.h"
 
@@ -16,16 +18,6 @@ bool isDigits(const QString &text)
 {
     return std::all_of(text.begin(), text.end(),
                        [](QChar character) { return character >= u'0' && character <= u'9'; });
-}
-
-bool isMasked(const QString &cardNumber)
-{
-    return cardNumber.contains(QLatin1String("***"));
-}
-
-QString logoFile(const QString &cardNumber)
-{
-    return cardNumber.left(6) + QStringLiteral(".png");
 }
 
 } // namespace
@@ -45,13 +37,12 @@ void CardForm::setDefaultCard(const SavedCard *card, bool isFixed)
         const QString pan = card ? card->pan : QString();
         setCardNumber(pan);
         // This one logo is the host's to give.
-        m_bankIcon = QUrl(Bundle::main().urlForImage(logoFile(QString(pan).remove(QLatin1Char('-')))));
-        m_bankName = CoreFunctions().bankName(QString(pan).remove(QLatin1Char('-')));
+        showBank(QString(pan).remove(QLatin1Char('-')), Bundle::main());
     }
     Q_EMIT cardChanged();
 }
 
-bool CardForm::shouldChangeCharacters(Field field, qsizetype, qsizetype length, const QString &replacement)
+bool CardForm::textField(Field field, qsizetype, qsizetype length, const QString &replacement)
 {
     return accepts(field, {text(field), length, replacement});
 }
@@ -61,14 +52,14 @@ bool CardForm::acceptsText(Field field, const QString &text)
     const QString before = this->text(field);
     if (text == before)
         return true;
-    if (field == CardNumber && isMasked(before) && !text.isEmpty() && isDigits(text))
+    if (field == CardNumber && CardNumber::isMasked(before) && !text.isEmpty() && isDigits(text))
         return accepts(field, {before, before.size(), {}}) && accepts(field, {{}, 0, text});
 
     const qsizetype shorter = std::min(before.size(), text.size());
     const qsizetype head = std::mismatch(before.begin(), before.begin() + shorter, text.begin()).first - before.begin();
     const qsizetype tail =
         std::mismatch(before.rbegin(), before.rbegin() + (shorter - head), text.rbegin()).first - before.rbegin();
-    return accepts(field, {before, before.size() - head - tail, text.mid(head, text.size() - head - tail)});
+    return textField(field, head, before.size() - head - tail, text.mid(head, text.size() - head - tail));
 }
 
 bool CardForm::accepts(Field field, const Edit &edit)
@@ -83,9 +74,9 @@ bool CardForm::accepts(Field field, const Edit &edit)
         m_bankName.clear();
     } else {
         applyCardRules(edit.before);
-        showBank(edit.before);
+        showBank(edit.before, Bundle::sdk());
     }
-    m_isSettledDown = isMasked(edit.before);
+    m_isSettledDown = CardNumber::isMasked(edit.before);
     m_cardNumberFault.clear();
     Q_EMIT cardChanged();
     return isAccepted;
@@ -115,43 +106,41 @@ void CardForm::applyCardRules(const QString &cardNumber)
     if (m_terms.ta == QLatin1String("NA") || !m_terms.bl || !m_terms.bl->contains(QLatin1Char('|')))
         return;
     try {
-        const QString userValues = cardNumber + QLatin1Char(';') + m_terms.amn.value_or(QStringLiteral("(null)"));
-        const QString verdict = CoreFunctions().isSimple(*m_terms.bl, userValues);
-        if (verdict == QLatin1String("NA"))
+        const Verdict verdict = CardRules(*m_terms.bl).verdict(cardNumber, m_terms.amn.value_or(QString()));
+        if (verdict == Verdict::Refused)
             Q_EMIT notified(QStringLiteral("شما مجاز به پرداخت نمیباشید"));
-        else if (verdict == QLatin1String("NO"))
-            setSimple(false);
-        else if (verdict == QLatin1String("JA"))
-            setSimple(true);
+        else
+            setSimple(verdict == Verdict::Simple);
     } catch (const std::out_of_range &) {
         qCWarning(logScreen, "the card rules are malformed; the form stays as it is");
     }
 }
 
-void CardForm::showBank(const QString &cardNumber)
+void CardForm::showBank(const QString &cardNumber, const Bundle &bundle)
 {
-    m_bankIcon = QUrl(Bundle::sdk().urlForImage(logoFile(cardNumber)));
-    m_bankName = CoreFunctions().bankName(cardNumber);
+    const Bank bank = Bank::issuerOf(cardNumber);
+    m_bankIcon = QUrl(bundle.urlForImage(bank.logo));
+    m_bankName = bank.name;
 }
 
-void CardForm::cardNumberDidEndEditing()
+void CardForm::textFieldDidEndEditing(Field field)
 {
-    if (m_cardNumber.size() != 16)
+    if (field != CardNumber || m_cardNumber.size() != 16)
         return;
-    m_isBeefStroganoff = m_isSettledDown || CoreFunctions().isValidCardNumber(m_cardNumber);
+    m_isBeefStroganoff = m_isSettledDown || CardNumber::isValid(m_cardNumber);
     m_cardNumberFault = m_isBeefStroganoff ? QString() : QStringLiteral("شماره کارت وارد شده صحیح نمیباشد");
     Q_EMIT cardChanged();
     if (!m_isBeefStroganoff)
         Q_EMIT notified(m_cardNumberFault);
 }
 
-void CardForm::applySavedCard(const QString &panID, const QString &pan, const QString &exp)
+void CardForm::notifierFired(const QString &panID, const QString &pan, const QString &exp)
 {
     m_panID = panID;
     setCardNumber(pan);
     applyCardRules(pan);
     setText(m_expiration, exp, &CardForm::expirationChanged);
-    showBank(pan);
+    showBank(pan, Bundle::sdk());
     m_isSettledDown = true;
     m_cardNumberFault.clear();
     Q_EMIT cardChanged();
@@ -173,7 +162,7 @@ bool CardForm::isComplete() const
 
 std::optional<QString> CardForm::card() const
 {
-    return m_isSettledDown ? m_panID : m_cardNumber;
+    return m_isSettledDown ? panID() : cardNumber();
 }
 
 void CardForm::clearSecrets()
@@ -226,14 +215,12 @@ QString CardForm::text(Field field) const
     return m_cvv2;
 }
 
-QStringList CardForm::years() const
+const std::array<QStringList, 2> &CardForm::dateArray()
 {
-    return QStringLiteral("96 97 98 99 00 01 02 03 04 05").split(QLatin1Char(' '));
-}
-
-QStringList CardForm::months() const
-{
-    return QStringLiteral("01 02 03 04 05 06 07 08 09 10 11 12").split(QLatin1Char(' '));
+    static const std::array<QStringList, 2> lists{
+        QStringLiteral("96 97 98 99 00 01 02 03 04 05").split(QLatin1Char(' ')),
+        QStringLiteral("01 02 03 04 05 06 07 08 09 10 11 12").split(QLatin1Char(' '))};
+    return lists;
 }
 
 } // namespace kelpay

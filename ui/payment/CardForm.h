@@ -5,10 +5,12 @@
 #include <QUrl>
 #include <QtQml/qqmlregistration.h>
 
+#include <array>
 #include <optional>
 
 namespace kelpay {
 
+class Bundle;
 struct SavedCard;
 
 /// The card data of the payment screen: what each field takes, which form applies, the bank of the number, the saved
@@ -52,14 +54,15 @@ public:
 
     /// Whether the field takes `replacement` for `length` characters from `location` on. For the card number this also
     /// asks the card rules and names the bank, both by the text before the change.
-    bool shouldChangeCharacters(Field field, qsizetype location, qsizetype length, const QString &replacement);
+    bool textField(Field field, qsizetype location, qsizetype length, const QString &replacement);
     /// The same for an edit known by its result. A saved card's number whose mask is gone is a new number: two edits.
     bool acceptsText(Field field, const QString &text);
     /// Why the field does not take `text`, in words for the payer.
     QString refusal(Field field, const QString &text) const;
-    /// The person leaves the card number: a complete one is checked.
-    Q_INVOKABLE void cardNumberDidEndEditing();
-    void applySavedCard(const QString &panID, const QString &pan, const QString &exp);
+    /// The person leaves the field: a complete card number is checked.
+    Q_INVOKABLE void textFieldDidEndEditing(kelpay::CardForm::Field field);
+    /// Puts a chosen saved card in place of a number.
+    void notifierFired(const QString &panID, const QString &pan, const QString &exp);
     Q_INVOKABLE void selectExpiry(int yearRow, int monthRow);
 
     /// Whether the fields are long enough to be sent.
@@ -69,6 +72,8 @@ public:
     /// Empties PIN and CVV2.
     void clearSecrets();
 
+    /// The identifier of the saved card that was put in place last; std::nullopt before.
+    std::optional<QString> panID() const { return m_panID; }
     QString cardNumber() const { return m_cardNumber; }
     void setCardNumber(const QString &cardNumber);
     QString pin() const { return m_pin; }
@@ -87,8 +92,10 @@ public:
     QUrl bankIcon() const { return m_bankIcon; }
     QString bankName() const { return m_bankName; }
     QString cardNumberFault() const { return m_cardNumberFault; }
-    QStringList years() const;
-    QStringList months() const;
+    /// The wheels of the expiry: years and months.
+    static const std::array<QStringList, 2> &dateArray();
+    QStringList years() const { return dateArray()[0]; }
+    QStringList months() const { return dateArray()[1]; }
 
 Q_SIGNALS:
     void cardNumberChanged();
@@ -112,7 +119,7 @@ private:
     QString text(Field field) const;
     void setText(QString &member, const QString &text, void (CardForm::*changed)());
     void applyCardRules(const QString &cardNumber);
-    void showBank(const QString &cardNumber);
+    void showBank(const QString &cardNumber, const Bundle &bundle);
 
     Terms m_terms;
     std::optional<QString> m_panID;

@@ -41,7 +41,7 @@ Card {
         input.KeyNavigation.tab: section.afterCard
         input.onActiveFocusChanged: {
             if (!input.activeFocus) {
-                section.form.cardNumberDidEndEditing();
+                section.form.textFieldDidEndEditing(CardForm.CardNumber);
                 return;
             }
             section.edited(card);

@@ -1,10 +1,10 @@
 #include "PaymentViewController.h"
 
-#include "SavedCard.h"
 #include "VerificationViewController.h"
 #include "ViewUtils.h"
 #include "device/CoreFunctions.h"
 #include "device/HostProfile.h"
+#include "device/cards/SavedCard.h"
 #include "platform/Bundle.h"
 #include "platform/Dispatch.h"
 #include "platform/Formats.h"
@@ -86,9 +86,7 @@ PaymentViewController::~PaymentViewController()
 void PaymentViewController::viewDidLoad()
 {
     loadTokenData();
-    connect(delegational(), &PickerViewDelegate::cardSet, &m_form, &CardForm::applySavedCard);
-    if (hasSavedCards())
-        delegational()->setCards(SavedCard::fromList(m_pl));
+    connect(delegational(), &PickerViewDelegate::cardSet, &m_form, &CardForm::notifierFired);
     m_timer.start();
 }
 
@@ -112,11 +110,11 @@ void PaymentViewController::loadTokenData()
     m_form.setTerms({ta, textValue(rd.bl), amn});
 
     const bool isCardFixed = textValue(rd.ldc) == QStringLiteral("true");
-    const std::vector<SavedCard> cards = hasSavedCards() ? SavedCard::fromList(m_pl) : std::vector<SavedCard>();
-    const auto chosen =
-        std::find_if(cards.rbegin(), cards.rend(), [](const SavedCard &card) { return card.isDefault; });
-    if (isCardFixed || chosen != cards.rend())
-        m_form.setDefaultCard(chosen == cards.rend() ? nullptr : &*chosen, isCardFixed);
+    const std::vector<SavedCard> cards = SavedCard::fromList(m_pl);
+    delegational()->setCards(cards);
+    const SavedCard *chosen = SavedCard::defaultOf(cards);
+    if (isCardFixed || chosen)
+        m_form.setDefaultCard(chosen, isCardFixed);
 
     if (const auto wb = textValue(rd.wb); wb && *wb != QLatin1String("NA"))
         offerWallet(*wb);
@@ -271,7 +269,7 @@ void PaymentViewController::report(PaymentEvent event, const Outcome &outcome)
 
 void PaymentViewController::showPanList()
 {
-    m_form.cardNumberDidEndEditing();
+    m_form.textFieldDidEndEditing(CardForm::CardNumber);
     setPanListShown(true);
 }
 

@@ -1,6 +1,7 @@
 #include "PickerViewDelegate.h"
 
-#include "device/CoreFunctions.h"
+#include "device/cards/Bank.h"
+#include "device/cards/CardNumber.h"
 #include "platform/Bundle.h"
 
 namespace kelpay {
@@ -31,17 +32,17 @@ void PickerViewDelegate::setCards(const std::vector<SavedCard> &cards)
 
 QString PickerViewDelegate::bankName(const QString &pan) const
 {
-    return CoreFunctions().bankName(pan);
+    return Bank::issuerOf(pan).name;
 }
 
 QString PickerViewDelegate::shownPan(const QString &pan) const
 {
-    return SavedCard::masked(pan);
+    return CardNumber::masked(pan);
 }
 
 QUrl PickerViewDelegate::bankLogo(const QString &pan) const
 {
-    return QUrl(Bundle::sdk().urlForImage(pan.left(6) + QStringLiteral(".png")));
+    return QUrl(Bundle::sdk().urlForImage(Bank::issuerOf(pan).logo));
 }
 
 void PickerViewDelegate::didSelectRow(int row)

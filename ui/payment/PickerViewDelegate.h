@@ -1,6 +1,6 @@
 #pragma once
 
-#include "SavedCard.h"
+#include "device/cards/SavedCard.h"
 
 #include <QObject>
 #include <QStringList>

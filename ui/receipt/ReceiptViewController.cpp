@@ -49,7 +49,7 @@ ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
     PaymentData data;
     data.mpin = CoreKeychain().string(QStringLiteral("mid"));
     data.crn = UserDefaults::standard().string(QStringLiteral("crn"));
-    data.bn = CoreFunctions().bankName(data.crn.value_or(QString()));
+    data.bn = CoreFunctions().bankNameForCardNumber(data.crn.value_or(QString()));
     const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());
     data.trt = simpleDateConversion(textValue(answer.st).value_or(QString()).left(10)).remove(QStringLiteral("ه.ش. "));
     data.urn = textValue(answer.rd.urn);

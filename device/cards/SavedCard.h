@@ -17,8 +17,8 @@ struct SavedCard
     /// The cards of a list "id.flag.masked number.expiry;…;" whose last part is never read. A malformed entry is
     /// skipped with a log line.
     static std::vector<SavedCard> fromList(const QString &pl);
-    /// A number with all its digits but the first six and the last four starred; one with ten or fewer stays.
-    static QString masked(const QString &pan);
+    /// The last one marked as default; null when none is. Lives in `cards`.
+    static const SavedCard *defaultOf(const std::vector<SavedCard> &cards);
     /// "YYMM" as "YY/MM"; "" stays.
     static QString slashed(const QString &expiry);
 };

@@ -16,24 +16,17 @@ std::vector<SavedCard> SavedCard::fromList(const QString &pl)
     for (const QString &entry : std::as_const(entries)) {
         const QStringList fields = entry.split(QLatin1Char('.'));
         if (fields.size() < 4)
-            qCWarning(logScreen, "a saved card has %lld fields instead of four and is left out", qint64(fields.size()));
+            qCWarning(logDevice, "a saved card has %lld fields instead of four and is left out", qint64(fields.size()));
         else
             cards.push_back({fields[0], fields[1] == QLatin1String("d"), fields[2], fields[3]});
     }
     return cards;
 }
 
-QString SavedCard::masked(const QString &pan)
+const SavedCard *SavedCard::defaultOf(const std::vector<SavedCard> &cards)
 {
-    constexpr qsizetype shown = 6 + 4;
-    const qsizetype digits = std::count_if(pan.begin(), pan.end(), [](QChar character) { return character.isDigit(); });
-    QString masked = pan;
-    qsizetype digit = 0;
-    for (QChar &character : masked) {
-        if (character.isDigit() && ++digit > 6 && digit <= digits - 4 && digits > shown)
-            character = u'*';
-    }
-    return masked;
+    const auto last = std::find_if(cards.rbegin(), cards.rend(), [](const SavedCard &card) { return card.isDefault; });
+    return last == cards.rend() ? nullptr : &*last;
 }
 
 QString SavedCard::slashed(const QString &expiry)
