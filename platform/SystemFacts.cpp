@@ -111,8 +111,11 @@ const Chassis &chassis()
 QString SystemFacts::hostIdentifier()
 {
     if (qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
-        if (const QString name = QGuiApplication::desktopFileName(); !name.isEmpty())
-            return QFileInfo(name).fileName().remove(QLatin1StringView(".desktop"));
+        QString name = QFileInfo(QGuiApplication::desktopFileName()).fileName();
+        if (constexpr QLatin1StringView ending(".desktop"); name.endsWith(ending))
+            name.chop(ending.size());
+        if (!name.isEmpty())
+            return name;
     }
     const QString domain = reversedDomain(QCoreApplication::organizationDomain());
     const QString application = QCoreApplication::applicationName();

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QRegularExpression>
 
 #include <climits>
@@ -61,17 +61,28 @@ TEST(CoreFunctions, RandomIntegersStayInTheirRange)
 TEST(CoreFunctions, ApplicationIdentifier)
 {
     HostProfile &profile = HostProfile::shared();
-    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("kelpay-device-test"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("pay.example.org"));
-    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("org.example.pay.kelpay-device-test"));
-    QCoreApplication::setOrganizationDomain(QString());
-    profile.setZiaprod(true);
-    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral("com.dorinepay.724"));
-    profile.setBid(QStringLiteral("x"));
-    EXPECT_EQ(CoreFunctions().bundleID(), QStringLiteral(""));
-    EXPECT_FALSE(CoreFunctions().bundleID().isNull());
-    profile.setBid(QString());
-    profile.setZiaprod(false);
+    const struct
+    {
+        const char *desktopFile, *domain, *bid;
+        bool ziaprod;
+        const char *identifier;
+    } cases[] = {
+        {"", "pay.example.org", "", false, "org.example.pay.device_test"},
+        {"org.example.shop", "", "", false, "org.example.shop"},
+        {"/usr/share/applications/org.example.shop.desktop", "x", "", false, "org.example.shop"},
+        {"org.desktop.shop.desktopper", "", "", false, "org.desktop.shop.desktopper"},
+        {"org.example.shop", "", "", true, "com.dorinepay.724"},
+        {"org.example.shop", "", "x", true, ""},
+        {"", "", "", false, "device_test"},
+    };
+    for (const auto &[desktopFile, domain, bid, ziaprod, identifier] : cases) {
+        QGuiApplication::setDesktopFileName(QLatin1StringView(desktopFile));
+        QCoreApplication::setOrganizationDomain(QLatin1StringView(domain));
+        profile.setBid(QLatin1StringView(bid));
+        profile.setZiaprod(ziaprod);
+        EXPECT_EQ(CoreFunctions().bundleID().toStdString(), identifier);
+        EXPECT_FALSE(CoreFunctions().bundleID().isNull());
+    }
 }
 
 TEST(CoreFunctions, DeviceData)
