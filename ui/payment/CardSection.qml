@@ -8,8 +8,8 @@ Card {
 
     required property CardForm form
     property bool expiryOpen: false
-    readonly property alias cardInput: card.input
-    readonly property alias pinInput: pin.input
+    readonly property alias cardInput: cardNumberTextField.input
+    readonly property alias pinInput: passwordTextField.input
     /// What Tab leads to from the card number, before the PIN.
     property Item afterCard: null
     readonly property alias expiryInput: expirationDateView.input
@@ -25,7 +25,7 @@ Card {
         source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
     }
     EntryField {
-        id: card
+        id: cardNumberTextField
         family: cardDigits.font.family
         width: parent.width
         name: "cardNumberTextField"
@@ -44,13 +44,14 @@ Card {
                 section.form.textFieldDidEndEditing(CardForm.CardNumber);
                 return;
             }
-            section.edited(card);
+            section.edited(cardNumberTextField);
             if (section.form.isSettledDown)
                 input.selectAll();
         }
         noteName: "bankNameLabel"
         note: section.form.bankName
         end: Logo {
+            id: bankIcon
             objectName: "bankIcon"
             source: section.form.bankIcon
             Accessible.ignored: false
@@ -59,7 +60,7 @@ Card {
         }
     }
     EntryField {
-        id: pin
+        id: passwordTextField
         width: parent.width
         name: "passwordTextField"
         form: section.form
@@ -70,33 +71,41 @@ Card {
         entered: section.form.pin
         onEnteredChanged: section.form.pin = entered
         onAccepted: section.accepted()
-        input.onActiveFocusChanged: if (input.activeFocus) section.edited(pin)
+        input.onActiveFocusChanged: if (input.activeFocus) section.edited(passwordTextField)
         icon: BundleIcon {
+            id: lockIcon
             objectName: "lockIcon"
             file: "ic_lock_white_3x.png"
             color: Theme.brandBlue
         }
     }
-    EntryField {
+    Item {
         id: cvvTwoView
         objectName: "cvvTwoView"
         width: parent.width
-        name: "cvvTwoTextField"
-        form: section.form
-        field: CardForm.Cvv2
-        label: "CVV2"
-        hint: "کد ۳ یا ۴ رقمی"
-        secret: true
+        implicitHeight: cvvTwoTextField.implicitHeight
         opacity: section.form.isSimple ? 0 : 1
         visible: opacity > 0
-        entered: section.form.cvv2
-        onEnteredChanged: section.form.cvv2 = entered
-        onAccepted: section.accepted()
-        input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
-        icon: BundleIcon {
-            objectName: "cvvTwoIcon"
-            file: "ic_lock_white_3x.png"
-            color: Theme.brandBlue
+
+        EntryField {
+            id: cvvTwoTextField
+            width: parent.width
+            name: "cvvTwoTextField"
+            form: section.form
+            field: CardForm.Cvv2
+            label: "CVV2"
+            hint: "کد ۳ یا ۴ رقمی"
+            secret: true
+            entered: section.form.cvv2
+            onEnteredChanged: section.form.cvv2 = entered
+            onAccepted: section.accepted()
+            input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
+            icon: BundleIcon {
+                id: cvvTwoIcon
+                objectName: "cvvTwoIcon"
+                file: "ic_lock_white_3x.png"
+                color: Theme.brandBlue
+            }
         }
     }
     ExpiryField {
@@ -114,6 +123,7 @@ Card {
             section.expiryOpened();
         }
         icon: BundleIcon {
+            id: expirationDate
             objectName: "expirationDate"
             file: "ic_event_white_3x.png"
             color: Theme.brandBlue

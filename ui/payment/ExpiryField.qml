@@ -9,7 +9,7 @@ Item {
     required property string text
     property bool open: false
     property alias icon: iconPlace.data
-    property alias input: box
+    property alias input: expirationDateTextField
 
     signal opened
 
@@ -29,7 +29,7 @@ Item {
             Accessible.ignored: true
         }
         Rectangle {
-            id: box
+            id: expirationDateTextField
             objectName: "expirationDateTextField"
             width: parent.width
             height: Theme.controlHeight

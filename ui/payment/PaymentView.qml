@@ -71,10 +71,12 @@ FocusScope {
             spacing: 2 * Theme.margin
 
             Logo {
+                id: shaparakIcon
                 objectName: "shaparakIcon"
                 source: "image://kelpay/shaparak.png"
             }
             Logo {
+                id: kelIcon
                 objectName: "kelIcon"
                 source: "image://kelpay/kel.png"
             }

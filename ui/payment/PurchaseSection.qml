@@ -22,10 +22,10 @@ Card {
 
         Item {
             width: header.stacked ? header.width : header.width - verify.width + Theme.margin
-            height: Math.max(merchant.implicitHeight, verified.height)
+            height: Math.max(merchantLabel.implicitHeight, verifiedIcon.height)
 
             BundleIcon {
-                id: verified
+                id: verifiedIcon
                 objectName: "verifiedIcon"
                 anchors.left: parent.left
                 anchors.verticalCenter: parent.verticalCenter
@@ -33,10 +33,10 @@ Card {
                 color: Theme.brandMagenta
             }
             Label {
-                id: merchant
+                id: merchantLabel
                 objectName: "merchantLabel"
                 anchors {
-                    left: verified.right
+                    left: verifiedIcon.right
                     right: parent.right
                     leftMargin: Theme.spacing / 2
                     verticalCenter: parent.verticalCenter
@@ -57,6 +57,7 @@ Card {
         }
     }
     Label {
+        id: amountLabel
         objectName: "amountLabel"
         width: parent.width
         text: purchase.controller.amountText
@@ -70,6 +71,7 @@ Card {
         wrapMode: Text.NoWrap
     }
     Label {
+        id: detailLabel
         objectName: "detailLabel"
         width: parent.width
         text: purchase.controller.detailText
@@ -79,14 +81,14 @@ Card {
     }
     Rectangle {
         anchors.horizontalCenter: parent.horizontalCenter
-        width: time.implicitWidth + 2 * Theme.margin
-        height: time.implicitHeight + Theme.spacing
+        width: timeLabel.implicitWidth + 2 * Theme.margin
+        height: timeLabel.implicitHeight + Theme.spacing
         radius: height / 2
         color: Theme.page
-        opacity: time.text === "" ? 0 : 1
+        opacity: timeLabel.text === "" ? 0 : 1
 
         Label {
-            id: time
+            id: timeLabel
             objectName: "timeLabel"
             anchors.centerIn: parent
             text: purchase.controller.timeText

@@ -40,6 +40,7 @@ FocusScope {
                 }
             }
             Label {
+                id: statusLabel
                 objectName: "statusLabel"
                 width: parent.width
                 text: view.controller.statusText
@@ -53,6 +54,7 @@ FocusScope {
                 text: view.controller.statusText
             }
             Label {
+                id: amountLabel
                 objectName: "amountLabel"
                 width: parent.width
                 text: view.controller.amountText
@@ -62,6 +64,7 @@ FocusScope {
                 horizontalAlignment: Text.AlignHCenter
             }
             Label {
+                id: merchantLabel
                 objectName: "merchantLabel"
                 width: parent.width
                 text: view.controller.merchantText
@@ -72,10 +75,10 @@ FocusScope {
                 width: parent.width
                 height: 1
                 color: Theme.line
-                visible: description.visible
+                visible: descriptionLabel.visible
             }
             Column {
-                id: description
+                id: descriptionLabel
 
                 readonly property string text: view.controller.descriptionText
 
@@ -88,7 +91,7 @@ FocusScope {
 
                 Label {
                     width: parent.width
-                    text: description.text
+                    text: descriptionLabel.text
                     visible: lines.count === 0
                     horizontalAlignment: Text.AlignHCenter
                     Accessible.ignored: true
@@ -108,7 +111,7 @@ FocusScope {
                         readonly property bool stacked:
                             name.implicitWidth + whole.advanceWidth + Theme.margin > width
 
-                        width: description.width
+                        width: descriptionLabel.width
                         height: stacked ? name.height + value.height : Math.max(name.height, value.height)
 
                         TextMetrics {
