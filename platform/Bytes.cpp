@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringDecoder>
 #include <QStringEncoder>
 
 #include <algorithm>
@@ -61,7 +62,10 @@ QByteArray Bytes::toByteArray() const
 
 QString Bytes::toText() const
 {
-    return QString::fromUtf8(reinterpret_cast<const char *>(data()), static_cast<qsizetype>(m_size));
+    // QString::fromUtf8 would drop a byte order mark at the start.
+    QStringDecoder utf8(QStringDecoder::Utf8,
+                        QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    return utf8(QByteArrayView(data(), static_cast<qsizetype>(m_size)));
 }
 
 BytesBuilder::BytesBuilder(std::size_t capacity)

@@ -38,6 +38,7 @@ public:
 
     /// Copies that leave the wiped storage; only for bytes that are no secret.
     QByteArray toByteArray() const;
+    /// The inverse of fromText, a U+FEFF at the start included. Never a null QString.
     QString toText() const;
 
     friend bool operator==(const Bytes &a, const Bytes &b) noexcept { return a.view() == b.view(); }

@@ -10,9 +10,16 @@ namespace {
 
 constexpr int whenPasscodeSet = 3;
 
+// A null QString is no text, as nothing at all is.
 std::optional<Bytes> utf8(const std::optional<QString> &text)
 {
-    return text ? std::optional(Bytes::fromText(*text)) : std::nullopt;
+    return text && !text->isNull() ? std::optional(Bytes::fromText(*text)) : std::nullopt;
+}
+
+// What a query found; nothing for an item without data.
+std::optional<Bytes> bytesOf(const QVariant &value)
+{
+    return value.isValid() ? std::optional(value.value<Bytes>()) : std::nullopt;
 }
 
 } // namespace
@@ -39,7 +46,7 @@ std::optional<Bytes> CoreKeychain::data(const QString &key, const std::optional<
     QVariant value;
     const int status = secItemCopyMatching(queryFetchOneByKey(key, promptMessage), &value);
     if (status == SecStatus::Success)
-        return value.value<Bytes>();
+        return bytesOf(value);
     if (error)
         *error = {ErrorDomain, status, stringForSecStatus(status)};
     return std::nullopt;
@@ -103,7 +110,7 @@ std::optional<Bytes> CoreKeychain::dataForRSAKeyWithTag(const QString &tag) cons
     query.insert(SecAttribute::ReturnData, true);
     QVariant value;
     const int status = secItemCopyMatching(query, &value);
-    return status == SecStatus::Success ? std::optional(value.value<Bytes>()) : std::nullopt;
+    return status == SecStatus::Success ? bytesOf(value) : std::nullopt;
 }
 
 bool CoreKeychain::hasRSAKeyWithTag(const QString &tag) const

@@ -44,13 +44,13 @@ public:
     /// std::nullopt for a missing key, and for bytes that are no UTF-8.
     std::optional<QString> string(const QString &key, const std::optional<QString> &promptMessage = {}) const;
     /// std::nullopt for a missing key; `error`, where given, then says why: -25300 for no such item, -26275 for a
-    /// damaged value, -25291 for a store that can't be reached. An item without data reads as empty.
+    /// damaged value, -25291 for a store that can't be reached. std::nullopt without an error for an item without data.
     std::optional<Bytes> data(const QString &key, const std::optional<QString> &promptMessage = {},
                               Error *error = nullptr) const;
     bool hasValue(const QString &key) const;
 
-    /// Adds the item, or replaces its value in place. A null value deletes an existing item, and adds one without data
-    /// where there is none. True when that succeeded.
+    /// Adds the item, or replaces its value in place. A null value (for a text std::nullopt or a null QString) deletes
+    /// an existing item, and adds one without data where there is none. True when that succeeded.
     bool setString(const std::optional<QString> &string, const QString &key,
                    const std::optional<QString> &promptMessage = {}) const;
     bool setData(const std::optional<Bytes> &data, const QString &key,

@@ -12,7 +12,7 @@ Bytes contextOf(const KeychainItem &item)
         const auto size = static_cast<std::uint32_t>(text.size());
         for (const int shift : {24, 16, 8, 0})
             context.append(static_cast<char>(size >> shift & 0xff));
-        context.append(std::string_view(text));
+        context.append(text.constData(), size); // a part may hold zero bytes
     }
     return context.take();
 }

@@ -114,7 +114,7 @@ int secItemCopyMatching(const QVariantMap &query, QVariant *result)
         return status;
     const KeychainItem &item = items.front();
     if (!returnsRef) {
-        *result = QVariant::fromValue(item.value.value_or(Bytes()));
+        *result = item.value ? QVariant::fromValue(*item.value) : QVariant();
         return SecStatus::Success;
     }
     const auto key = keyOf(item);

@@ -46,9 +46,9 @@ int secItemAdd(const QVariantMap &attributes);
 int secItemUpdate(const QVariantMap &query, const QVariantMap &attributesToUpdate);
 /// Deletes every item that the query finds.
 int secItemDelete(const QVariantMap &query);
-/// `result`, where wanted, becomes the item's Bytes (kSecReturnData), its KeyRef (kSecReturnRef), or a list of
-/// attribute maps (kSecReturnAttributes with kSecMatchLimitAll); with none of these the call only says whether an item
-/// is there.
+/// `result`, where wanted, becomes the item's Bytes (kSecReturnData; invalid for an item without), its KeyRef
+/// (kSecReturnRef), or a list of attribute maps (kSecReturnAttributes with kSecMatchLimitAll); with none of these the
+/// call only says whether an item is there.
 int secItemCopyMatching(const QVariantMap &query, QVariant *result = nullptr);
 /// Makes a pair of RSA keys and stores each half that kSecAttrIsPermanent asks for, under its tag.
 int secKeyGeneratePair(const QVariantMap &parameters);

@@ -133,7 +133,8 @@ private:
 
 QString text(GHashTable *attributes, const char *name)
 {
-    return QString::fromUtf8(static_cast<const char *>(g_hash_table_lookup(attributes, name)));
+    const auto *found = static_cast<const char *>(g_hash_table_lookup(attributes, name));
+    return found ? Bytes(std::string_view(found)).toText() : QString();
 }
 
 KeychainItem itemOf(SecretItem *stored)

@@ -28,9 +28,10 @@ TEST_F(CoreKeychainTest, KeepsUpdatesAndDeletes)
 {
     EXPECT_FALSE(store.string(key));
     EXPECT_FALSE(store.hasValue(key));
-    for (const QString &text : {u"09121234567"_s, u"۰۹۱۲ متن"_s, QString(u""_s), QString(5000, u'x')}) {
+    for (const QString &text : {u"09121234567"_s, u"۰۹۱۲ متن"_s, u"\uFEFFmark"_s, u""_s, QString(5000, u'x')}) {
         EXPECT_TRUE(store.setString(text, key));
         EXPECT_EQ(CoreKeychain(u"test service"_s).string(key), text);
+        EXPECT_FALSE(store.string(key)->isNull());
         EXPECT_TRUE(store.hasValue(key));
     }
     const Bytes binary(std::string_view("\0\xff\x80", 3));
@@ -55,12 +56,14 @@ TEST_F(CoreKeychainTest, SaysWhyNothingWasFound)
 
 TEST_F(CoreKeychainTest, NullStringDeletesOrAddsAnItemWithoutData)
 {
-    EXPECT_TRUE(store.setString(std::nullopt, key));
-    EXPECT_TRUE(store.hasValue(key));
-    EXPECT_EQ(store.data(key), Bytes());
-    EXPECT_TRUE(store.setString(std::nullopt, key));
-    EXPECT_FALSE(store.hasValue(key));
     const QString none;
+    for (const std::optional<QString> &nothing : {std::optional<QString>(), std::optional(none)}) {
+        EXPECT_TRUE(store.setString(nothing, key));
+        EXPECT_TRUE(store.hasValue(key));
+        EXPECT_FALSE(store.data(key)) << "no value, other than an empty one";
+        EXPECT_TRUE(store.setString(nothing, key));
+        EXPECT_FALSE(store.hasValue(key));
+    }
     EXPECT_FALSE(store.setString(u"x"_s, none));
     EXPECT_FALSE(store.deleteEntry(none));
     EXPECT_FALSE(store.hasValue(none));
