@@ -1,16 +1,13 @@
 #include "Bundle.h"
 
 #include "Deployment.h"
+#include "Files.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QStringList>
 #include <QUrl>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace kelpay {
 
@@ -96,21 +93,7 @@ std::optional<Bytes> readFile(const QString &path)
     if (path.startsWith(QLatin1Char(':')))
         return readResource(path);
     // The client certificate is read for each request; QFile takes twice as long for it.
-    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    if (file < 0)
-        return std::nullopt;
-    std::optional<Bytes> content;
-    struct stat info
-    {
-    };
-    if (::fstat(file, &info) == 0 && S_ISREG(info.st_mode)) {
-        const auto size = static_cast<std::size_t>(info.st_size);
-        BytesBuilder builder(size);
-        if (::read(file, builder.extend(size), size) == info.st_size)
-            content = builder.take();
-    }
-    ::close(file);
-    return content;
+    return Files::read(path);
 }
 
 } // namespace kelpay

@@ -1,63 +1,93 @@
 #include "Sqlite.h"
 
+#include "Files.h"
 #include "Log.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
 #include <sqlite3.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/file.h>
-#include <thread>
-#include <unistd.h>
 
 namespace kelpay {
 
 namespace {
 
-// One process at a time repairs in a folder; the lock ends with the process.
-class FolderLock
-{
-public:
-    FolderLock(const QString &path, bool isPatient)
-        : m_folder(::open(QFile::encodeName(QFileInfo(path).path()).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
-    {
-        const int longestWait = isPatient ? 400 : 0; // milliseconds
-        for (int waited = 0; m_folder >= 0 && !m_isHeld; waited += 10) {
-            m_isHeld = ::flock(m_folder, LOCK_EX | LOCK_NB) == 0;
-            if (m_isHeld || waited >= longestWait)
-                break;
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-    }
-    FolderLock(const FolderLock &) = delete;
-    FolderLock &operator=(const FolderLock &) = delete;
-    ~FolderLock()
-    {
-        if (m_folder >= 0)
-            ::close(m_folder);
-    }
-    bool isHeld() const { return m_isHeld; }
+constexpr int folderPatience = 400; // milliseconds
+constexpr int copiesKept = 2;
 
-private:
-    int m_folder;
-    bool m_isHeld = false;
-};
-
-// Nothing is without a name at any moment, and the new database never meets the old log of changes.
-bool replace(const QByteArray &path, const QByteArray &fresh, const QByteArray &aside)
+QString folderOf(const QString &path)
 {
-    if (::link((path + "-wal").constData(), (aside + "-wal").constData()) != 0 && errno != ENOENT)
+    return QFileInfo(path).path();
+}
+
+// The main file last: what is left half done is still found by its name.
+void removeDatabase(const QString &path)
+{
+    for (const char *suffix : {"-wal", "-shm", "-journal", ""})
+        QFile::remove(path + QLatin1String(suffix));
+}
+
+// The damaged files that stand beside `path`, oldest first.
+QStringList damagedCopies(const QString &path)
+{
+    QStringList copies;
+    const QDir folder(folderOf(path));
+    for (const QString &name :
+         folder.entryList({QFileInfo(path).fileName() + QStringLiteral(".damaged-*")}, QDir::Files, QDir::Name)) {
+        if (name.back().isDigit())
+            copies.append(folder.filePath(name));
+    }
+    return copies;
+}
+
+void removeOldCopies(const QString &path)
+{
+    QStringList copies = damagedCopies(path);
+    while (copies.size() > copiesKept)
+        removeDatabase(copies.takeFirst());
+}
+
+// True where there is nothing of that name.
+bool linkIfThere(const QString &from, const QString &to)
+{
+    return Files::entryAt(from) == Files::Entry::Missing || Files::link(from, to);
+}
+
+// What is damaged is still at its path, moved aside in part: all names go back. Who has it open meets the same files.
+bool putBack(const QString &path, const QString &aside)
+{
+    for (const char *suffix : {"-wal", "-shm"}) {
+        const QString name = path + QLatin1String(suffix);
+        if (Files::entryAt(name) == Files::Entry::Missing && !linkIfThere(aside + QLatin1String(suffix), name))
+            return false;
+    }
+    removeDatabase(aside);
+    return true;
+}
+
+// Nothing is without a name at any moment, and the new database never meets the old log of changes. Killed before the
+// last step, this is undone by the next process that opens the file: see undoInterruptedRepair().
+bool replace(const QString &path, const QString &fresh, const QString &aside)
+{
+    const QString log = QStringLiteral("-wal");
+    const QString index = QStringLiteral("-shm");
+    const bool isAside = Files::link(path, aside) && linkIfThere(path + log, aside + log) &&
+                         linkIfThere(path + index, aside + index) && Files::syncFolder(folderOf(path));
+    if (isAside) {
+        QFile::remove(path + log);
+        QFile::remove(path + index);
+    }
+    if (!isAside || !Files::replace(fresh, path)) {
+        if (Files::isSame(path, aside))
+            putBack(path, aside);
         return false;
-    if (::link(path.constData(), aside.constData()) != 0)
-        return false;
-    ::unlink((path + "-wal").constData());
-    ::unlink((path + "-shm").constData());
-    return ::rename(fresh.constData(), path.constData()) == 0;
+    }
+    QFile::remove(aside + index);
+    return true;
 }
 
 // Says nothing about the file: a later try may read it.
@@ -77,34 +107,51 @@ bool isPassing(int code)
     }
 }
 
-void removeDatabase(const QByteArray &path)
-{
-    for (const char *suffix : {"", "-wal", "-shm", "-journal"})
-        ::unlink((path + suffix).constData());
-}
-
 } // namespace
 
-std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDatabase> damaged)
+bool SqliteDatabase::undoInterruptedRepair(const QString &path, bool isPatient)
+{
+    // A copy that was never replaced by a new database at the path.
+    const auto isInterrupted = [&path](const QString &aside) { return Files::isSame(path, aside); };
+    const auto any = [&] {
+        const QStringList copies = damagedCopies(path);
+        return std::any_of(copies.begin(), copies.end(), isInterrupted);
+    };
+    if (!any())
+        return true;
+    const Files::FolderLock lock(folderOf(path), isPatient ? folderPatience : 0);
+    // The process that repairs may have come to its end meanwhile.
+    for (const QString &aside : lock.isHeld() ? damagedCopies(path) : QStringList()) {
+        if (isInterrupted(aside))
+            putBack(path, aside);
+    }
+    if (!any())
+        return true;
+    qCWarning(logStore,
+              "%s is being repaired by another process, or that was interrupted and can't be undone: end that process "
+              "if it hangs, and check that this user may write there",
+              QFile::encodeName(path).constData());
+    return false;
+}
+
+std::unique_ptr<SqliteDatabase> SqliteDatabase::repair(std::unique_ptr<SqliteDatabase> damaged, bool isPatient)
 {
     const QString path = damaged->m_path;
-    const QByteArray name = QFile::encodeName(path);
-    const FolderLock lock(path, damaged->m_isPatient);
+    const Files::FolderLock lock(folderOf(path), isPatient ? folderPatience : 0);
     if (!lock.isHeld())
         qCWarning(logStore, "%s is damaged and another process holds its folder: end that process if it hangs",
-                  name.constData());
+                  QFile::encodeName(path).constData());
+    damaged->setPatient(isPatient);
     // Another process may have repaired it meanwhile.
     if (!lock.isHeld() || (!damaged->isMoved() && !damaged->replaceByReadableRows()))
         return damaged->keepForReading() ? std::move(damaged) : nullptr;
     std::unique_ptr<SqliteDatabase> fresh(new SqliteDatabase(path, damaged->m_durability, damaged->m_schema));
     damaged.reset();
-    return fresh->connect() ? std::move(fresh) : nullptr;
+    return fresh->connect(isPatient) ? std::move(fresh) : nullptr;
 }
 
 bool SqliteDatabase::keepForReading()
 {
-    m_isLeftDamaged = true;
-    setPatient(false);
     execute("ROLLBACK");
     return execute("PRAGMA writable_schema=ON; PRAGMA query_only=ON; SELECT 1 FROM sqlite_schema");
 }
@@ -122,27 +169,28 @@ bool SqliteDatabase::replaceByReadableRows()
                   name.constData());
         return false;
     }
-    removeDatabase(QFile::encodeName(fresh));
+    removeDatabase(fresh);
     std::optional<int> rows;
     {
         SqliteDatabase database(fresh, m_durability, m_schema);
-        if (database.connect())
+        if (database.connect(true))
             rows = database.takeRowsFrom(m_path);
         // All in one file.
         if (rows && !database.execute("PRAGMA journal_mode=DELETE"))
             rows = std::nullopt;
     }
     // Closing left them there.
-    ::unlink(QFile::encodeName(fresh + QStringLiteral("-wal")).constData());
-    ::unlink(QFile::encodeName(fresh + QStringLiteral("-shm")).constData());
-    if (!rows || !replace(name, QFile::encodeName(fresh), QFile::encodeName(aside))) {
+    QFile::remove(fresh + QStringLiteral("-wal"));
+    QFile::remove(fresh + QStringLiteral("-shm"));
+    if (!rows || !replace(m_path, fresh, aside)) {
         qCWarning(logStore,
                   "%s is damaged and can't be replaced: check that the disk has room and that this user may write "
                   "there",
                   name.constData());
-        removeDatabase(QFile::encodeName(fresh));
+        removeDatabase(fresh);
         return false;
     }
+    removeOldCopies(m_path);
     qCWarning(logStore,
               "%s was damaged and is made anew with the %d values that could still be read: the damaged file is %s, "
               "delete it when nothing is missed",
@@ -180,7 +228,7 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
                 if (!insert.run())
                     return std::nullopt;
                 taken += changes();
-                insert.reset();
+                sqlite3_reset(insert.m_statement.get());
             }
             if (step == SqliteStatement::Step::Done)
                 break;
@@ -188,7 +236,7 @@ std::optional<int> SqliteDatabase::takeRowsFrom(const QString &damagedPath)
                 return std::nullopt;
         }
     }
-    tables.reset();
+    sqlite3_reset(tables.m_statement.get());
     return execute("COMMIT") ? std::optional(taken) : std::nullopt;
 }
 

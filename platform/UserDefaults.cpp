@@ -2,7 +2,7 @@
 
 #include "Formats.h"
 #include "Log.h"
-#include "Sqlite.h"
+#include "SqliteStore.h"
 #include "StateFolder.h"
 
 #include <QFile>
@@ -16,6 +16,11 @@ namespace {
 
 constexpr const char *schema = "CREATE TABLE IF NOT EXISTS defaults("
                                "key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) WITHOUT ROWID";
+
+constexpr const char *selectSql = "SELECT type, value FROM defaults WHERE key = ?1";
+constexpr const char *writeSql = "INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
+                                 "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3";
+constexpr const char *removeSql = "DELETE FROM defaults WHERE key = ?1";
 
 // A text counts as the integer it begins with, as everywhere else; SQLite's CAST reads it the same way.
 #define STORED_NUMBER "CASE type WHEN 2 THEN value WHEN 1 THEN CAST(CAST(value AS TEXT) AS INTEGER) ELSE 0 END"
@@ -38,23 +43,18 @@ struct UserDefaults::Impl
         /// Counted up from the file's number: other processes may have counted further, so it never lowers that.
         bool isCounted = false;
     };
-    struct File
+
+    explicit Impl(const QString &path)
     {
-        std::unique_ptr<SqliteDatabase> database;
-        SqliteStatement selectStatement;
-        SqliteStatement writeStatement;
-        SqliteStatement raiseStatement;
-        SqliteStatement removeStatement;
-        SqliteStatement incrementStatement;
-    };
+        if (!path.isEmpty())
+            store.emplace(path, SqliteStore::Durability::SurvivesKill, schema);
+    }
 
-    explicit Impl(QString where) : path(std::move(where)) {}
-
-    const QString path;
     std::mutex mutex;
-    std::optional<File> file;
-    /// The file could not be opened: no call waits for it until one opens it.
-    bool isGivenUp = false;
+    /// None for defaults in memory only.
+    std::optional<SqliteStore> store;
+    /// The last call got what it asked of the file.
+    bool isReached = true;
     /// What could not be written to the file; std::nullopt stands for a removed key.
     std::map<QString, std::optional<Value>> memory;
 
@@ -64,92 +64,46 @@ struct UserDefaults::Impl
     std::optional<qint64> incrementInFile(const QString &key);
     void writeKept();
     void keep(const QString &key, const std::optional<Value> &value);
-    void adopt(std::unique_ptr<SqliteDatabase> database);
-    bool open();
-    template <typename Action> bool attempt(const char *what, Action action);
+    template <class Action> auto run(Action action);
 };
 
-void UserDefaults::Impl::adopt(std::unique_ptr<SqliteDatabase> database)
+// Waits for a process that hangs once, not again at each call.
+template <class Action> auto UserDefaults::Impl::run(Action action)
 {
-    if (!database)
-        return;
-    File opened;
-    opened.selectStatement = database->prepare("SELECT type, value FROM defaults WHERE key = ?1");
-    opened.writeStatement = database->prepare("INSERT INTO defaults(key, type, value) VALUES(?1, ?2, ?3) "
-                                              "ON CONFLICT(key) DO UPDATE SET type = ?2, value = ?3");
-    opened.removeStatement = database->prepare("DELETE FROM defaults WHERE key = ?1");
-    opened.incrementStatement = database->prepare(incrementSql);
-    opened.raiseStatement = database->prepare(raiseSql);
-    opened.database = std::move(database);
-    file = std::move(opened);
-}
-
-// The file that is at the path now, repaired if need be.
-bool UserDefaults::Impl::open()
-{
-    if (file && file->database->isDamaged()) {
-        auto damaged = std::move(file->database);
-        file.reset();
-        adopt(SqliteDatabase::repair(std::move(damaged)));
-    } else if (!file || !file->database->isCurrent()) {
-        file.reset();
-        // One wait for a process that hangs is enough, here and below.
-        const bool isPatient = !isGivenUp && memory.empty();
-        adopt(SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema, isPatient));
-        isGivenUp = !file;
-    }
-    return file.has_value();
-}
-
-// Runs `action` on the file that is at the path now, once more if that was repaired meanwhile, by this process or
-// another one; false when that failed. So an action may be done twice.
-template <typename Action> bool UserDefaults::Impl::attempt(const char *what, Action action)
-{
-    if (path.isEmpty())
-        return false;
-    for (int run = 0; run < 2 && open(); ++run) {
-        SqliteDatabase &database = *file->database;
-        database.setPatient(memory.empty() && !database.isLeftDamaged());
-        const bool isDone = action(*file);
-        if (!isDone)
-            database.noteFailure(what);
-        if (database.isLeftDamaged() || (!database.isDamaged() && !database.isMoved()))
-            return isDone;
-    }
-    return false;
+    decltype(store->run(action)) result;
+    if (!store)
+        return result;
+    result = store->run(action, memory.empty() && isReached ? SqliteStore::Wait::Patiently : SqliteStore::Wait::Never);
+    isReached = result.has_value();
+    return result;
 }
 
 std::optional<UserDefaults::Impl::Value> UserDefaults::Impl::read(const QString &key)
 {
     if (const auto kept = memory.find(key); kept != memory.end())
         return kept->second;
-    const QByteArray name = key.toUtf8();
-    std::optional<Value> value;
-    attempt("read", [&](File &in) {
-        auto &statement = in.selectStatement;
-        statement.bind(1, std::string_view(name));
-        const auto step = statement.step();
-        if (step == SqliteStatement::Step::Row) {
-            const auto type = static_cast<Type>(statement.integer(0));
-            if (type == Type::Number)
-                value = Value{.type = type, .bytes = {}, .number = statement.integer(1)};
-            else if (type == Type::Text || type == Type::Data)
-                value = Value{.type = type, .bytes = statement.bytes(1)};
-        }
-        statement.reset();
-        return step != SqliteStatement::Step::Failed;
+    const auto found = run([&key](SqliteDatabase &database) -> std::optional<Value> {
+        auto select = database.prepare(selectSql);
+        if (select.bind(1, key).step() != SqliteStatement::Step::Row || select.isNull(1))
+            return std::nullopt;
+        const auto type = static_cast<Type>(select.integer(0));
+        if (type == Type::Number)
+            return Value{.type = type, .bytes = {}, .number = select.integer(1)};
+        if (type == Type::Text || type == Type::Data)
+            return Value{.type = type, .bytes = select.bytes(1)};
+        return std::nullopt;
     });
-    return value;
+    return found.value_or(std::nullopt);
 }
 
 bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Value> &value)
 {
-    const QByteArray name = key.toUtf8();
-    return attempt("written", [&](File &in) {
-        SqliteStatement &statement = !value             ? in.removeStatement
-                                     : value->isCounted ? in.raiseStatement
-                                                        : in.writeStatement;
-        statement.bind(1, std::string_view(name));
+    const auto write = [&](SqliteDatabase &database) {
+        SqliteTransaction transaction(database);
+        if (!transaction.isOpen())
+            return false;
+        auto statement = database.prepare(!value ? removeSql : value->isCounted ? raiseSql : writeSql);
+        statement.bind(1, key);
         if (value) {
             statement.bind(2, static_cast<std::int64_t>(value->type));
             if (value->type == Type::Number)
@@ -157,25 +111,23 @@ bool UserDefaults::Impl::writeToFile(const QString &key, const std::optional<Val
             else
                 statement.bind(3, value->bytes);
         }
-        const bool written = statement.run();
-        statement.reset();
-        return written;
-    });
+        return statement.run() && transaction.commit();
+    };
+    return run(write).value_or(false);
 }
 
 std::optional<qint64> UserDefaults::Impl::incrementInFile(const QString &key)
 {
-    const QByteArray name = key.toUtf8();
-    qint64 number = 0;
-    const bool isDone = attempt("written", [&](File &in) {
-        auto &statement = in.incrementStatement;
-        const bool stepped = statement.bind(1, std::string_view(name)).step() == SqliteStatement::Step::Row;
-        number = stepped ? statement.integer(0) : 0;
-        const bool written = stepped && statement.run();
-        statement.reset();
-        return written;
+    return run([&key](SqliteDatabase &database) -> qint64 {
+        SqliteTransaction transaction(database);
+        if (!transaction.isOpen())
+            return 0;
+        auto statement = database.prepare(incrementSql);
+        if (statement.bind(1, key).step() != SqliteStatement::Step::Row)
+            return 0;
+        const qint64 number = statement.integer(0);
+        return statement.run() && transaction.commit() ? number : 0;
     });
-    return isDone ? std::optional(number) : std::nullopt;
 }
 
 // The file took a value: it may take now what it could not take before.
@@ -188,9 +140,9 @@ void UserDefaults::Impl::writeKept()
 void UserDefaults::Impl::keep(const QString &key, const std::optional<Value> &value)
 {
     memory[key] = value;
-    if (!path.isEmpty())
+    if (store)
         qCWarning(logStore, "a user default lives in memory until %s takes values again or this process ends",
-                  QFile::encodeName(path).constData());
+                  QFile::encodeName(store->path()).constData());
 }
 
 void UserDefaults::Impl::write(const QString &key, const std::optional<Value> &value)

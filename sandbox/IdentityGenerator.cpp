@@ -1,15 +1,12 @@
 #include "IdentityGenerator.h"
 
-#include "platform/StateFolder.h"
+#include "platform/Files.h"
 
-#include <QDir>
 #include <QFile>
 
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
-
-#include <sys/stat.h>
 
 #include <cerrno>
 #include <cstring>
@@ -134,7 +131,7 @@ bool writeFile(const QString &path, BIO *content)
     const char *bytes = nullptr;
     const long size = BIO_get_mem_data(content, &bytes);
     QFile file(path);
-    return makePrivateFile(path) && file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
+    return Files::makePrivateFile(path) && file.open(QIODevice::WriteOnly | QIODevice::Truncate) &&
            file.write(bytes, size) == size && file.flush();
 }
 
@@ -189,7 +186,7 @@ std::optional<QString> makeIdentity(const QString &folder, PfxFormat format)
     QString problem;
     if (const auto existing = Identity::load(folder, problem); existing && existing->pfxFormat() == format)
         return std::nullopt;
-    if (!QDir().mkpath(folder) || ::chmod(QFile::encodeName(folder).constData(), S_IRWXU) != 0)
+    if (!Files::makePrivateFolder(folder))
         return u"the folder %1 can't be made private (%2): choose one that this user may write to"_s.arg(
             folder, QString::fromLocal8Bit(std::strerror(errno)));
     ERR_clear_error();

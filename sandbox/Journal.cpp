@@ -1,6 +1,6 @@
 #include "Journal.h"
 
-#include "platform/StateFolder.h"
+#include "platform/Files.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -14,7 +14,7 @@ bool Journal::open(const QString &path)
     if (path.isEmpty())
         return true;
     m_file.setFileName(path);
-    return makePrivateFile(path) && m_file.open(QIODevice::WriteOnly | QIODevice::Append);
+    return Files::makePrivateFile(path) && m_file.open(QIODevice::WriteOnly | QIODevice::Append);
 }
 
 void Journal::add(QJsonObject entry)

@@ -2,11 +2,6 @@
 
 #include "Masking.h"
 
-#include "platform/Sqlite.h"
-
-#include <array>
-#include <string>
-
 namespace kelpay::sandbox {
 
 using namespace Qt::StringLiterals;
@@ -26,98 +21,8 @@ CREATE TABLE IF NOT EXISTS payments (
     received TEXT NOT NULL DEFAULT CURRENT_TIMESTAMP);
 )";
 
-} // namespace
-
-Ledger::Ledger(std::unique_ptr<SqliteDatabase> database) : m_database(std::move(database)) {}
-
-Ledger::~Ledger() = default;
-
-std::unique_ptr<Ledger> Ledger::open(const QString &path)
+Purchase purchaseOf(const SqliteStatement &statement)
 {
-    auto database = SqliteDatabase::open(path, SqliteDatabase::Durability::SurvivesKill, schema);
-    return database ? std::unique_ptr<Ledger>(new Ledger(std::move(database))) : nullptr;
-}
-
-bool Ledger::addToken(const QString &token, const Purchase &purchase)
-{
-    const std::lock_guard guard(m_mutex);
-    auto statement = m_database->prepare(
-        "INSERT INTO tokens (digest, page, msisdn, merchant, device, code, title, merchant_name, reference, "
-        "terminal_full, wallet, saved_cards, trace, amount, payment_scenario, terminal_pin) "
-        "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16)");
-    // Bound texts have to outlive the step.
-    const std::array texts = {
-        tokenName(token).toStdString(),      purchase.page.toStdString(),          purchase.msisdn.toStdString(),
-        purchase.merchantId.toStdString(),   purchase.device.toStdString(),        purchase.code.toStdString(),
-        purchase.title.toStdString(),        purchase.merchantName.toStdString(),  purchase.reference.toStdString(),
-        purchase.terminalFull.toStdString(), purchase.walletBalance.toStdString(), purchase.savedCards.toStdString(),
-    };
-    int index = 0;
-    for (const std::string &text : texts)
-        statement.bind(++index, text);
-    statement.bind(13, purchase.trace).bind(14, purchase.amount);
-    statement.bind(15, static_cast<std::int64_t>(purchase.paymentScenario));
-    const std::string terminalPin = purchase.terminalPin.value_or(QString()).toStdString();
-    if (purchase.terminalPin)
-        statement.bind(16, terminalPin);
-    const bool written = statement.run();
-    if (!written)
-        m_database->noteFailure("written");
-    return written;
-}
-
-std::optional<Purchase> Ledger::purchaseForPayment(const QString &token)
-{
-    const std::lock_guard guard(m_mutex);
-    const QString digest = tokenName(token);
-    const std::string text = digest.toStdString();
-    m_database->prepare("UPDATE tokens SET posts = posts + 1 WHERE digest = ?1").bind(1, text).run();
-    return find("digest", digest);
-}
-
-std::optional<Purchase> Ledger::purchaseForPage(const QString &page)
-{
-    const std::lock_guard guard(m_mutex);
-    return find("page", page);
-}
-
-bool Ledger::pay(std::int64_t purchase)
-{
-    const std::lock_guard guard(m_mutex);
-    return m_database->prepare("UPDATE tokens SET paid = 1 WHERE id = ?1 AND paid = 0").bind(1, purchase).run() &&
-           m_database->changes() == 1;
-}
-
-bool Ledger::addPayment(const Payment &payment)
-{
-    const std::lock_guard guard(m_mutex);
-    const std::string form = payment.form.toStdString();
-    const std::string card = payment.maskedCard.toStdString();
-    const std::string tracking = payment.trackingNumber.toStdString();
-    const std::string reference = payment.referenceNumber.toStdString();
-    return m_database
-        ->prepare(
-            "INSERT INTO payments (token, form, card, result, tracking, reference) VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
-        .bind(1, payment.purchase)
-        .bind(2, form)
-        .bind(3, card)
-        .bind(4, static_cast<std::int64_t>(payment.resultCode))
-        .bind(5, tracking)
-        .bind(6, reference)
-        .run();
-}
-
-std::optional<Purchase> Ledger::find(const char *column, const QString &value)
-{
-    const std::string sql =
-        "SELECT id, page, msisdn, merchant, device, trace, code, amount, title, merchant_name, reference, "
-        "terminal_pin, terminal_full, wallet, saved_cards, payment_scenario, paid, posts "
-        "FROM tokens WHERE " +
-        std::string(column) + " = ?1";
-    auto statement = m_database->prepare(sql.c_str());
-    const std::string text = value.toStdString();
-    if (statement.bind(1, text).step() != SqliteStatement::Step::Row)
-        return std::nullopt;
     Purchase purchase;
     purchase.id = statement.integer(0);
     purchase.page = statement.text(1);
@@ -139,6 +44,94 @@ std::optional<Purchase> Ledger::find(const char *column, const QString &value)
     purchase.paid = statement.integer(16) != 0;
     purchase.posts = static_cast<int>(statement.integer(17));
     return purchase;
+}
+
+} // namespace
+
+Ledger::Ledger(const QString &path) : m_store(path, SqliteStore::Durability::SurvivesKill, schema) {}
+
+std::unique_ptr<Ledger> Ledger::open(const QString &path)
+{
+    std::unique_ptr<Ledger> ledger(new Ledger(path));
+    return ledger->m_store.run([](SqliteDatabase &) { return true; }) ? std::move(ledger) : nullptr;
+}
+
+bool Ledger::addToken(const QString &token, const Purchase &purchase)
+{
+    const auto add = [&](SqliteDatabase &database) {
+        auto statement = database.prepare(
+            "INSERT INTO tokens (digest, page, msisdn, merchant, device, code, title, merchant_name, reference, "
+            "terminal_full, wallet, saved_cards, trace, amount, payment_scenario, terminal_pin) "
+            "VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, ?10, ?11, ?12, ?13, ?14, ?15, ?16)");
+        int index = 0;
+        for (const QString &text :
+             {tokenName(token), purchase.page, purchase.msisdn, purchase.merchantId, purchase.device, purchase.code,
+              purchase.title, purchase.merchantName, purchase.reference, purchase.terminalFull, purchase.walletBalance,
+              purchase.savedCards})
+            statement.bind(++index, text);
+        statement.bind(13, purchase.trace).bind(14, purchase.amount);
+        statement.bind(15, static_cast<std::int64_t>(purchase.paymentScenario));
+        if (purchase.terminalPin)
+            statement.bind(16, *purchase.terminalPin);
+        return statement.run();
+    };
+    return m_store.run(add).value_or(false);
+}
+
+std::optional<Purchase> Ledger::purchaseForPayment(const QString &token)
+{
+    const QString digest = tokenName(token);
+    m_store.run([&](SqliteDatabase &database) {
+        return database.prepare("UPDATE tokens SET posts = posts + 1 WHERE digest = ?1").bind(1, digest).run();
+    });
+    return find(u"digest"_s, digest);
+}
+
+std::optional<Purchase> Ledger::purchaseForPage(const QString &page)
+{
+    return find(u"page"_s, page);
+}
+
+bool Ledger::pay(std::int64_t purchase)
+{
+    const auto mark = [purchase](SqliteDatabase &database) {
+        return database.prepare("UPDATE tokens SET paid = 1 WHERE id = ?1 AND paid = 0").bind(1, purchase).run() &&
+               database.changes() == 1;
+    };
+    return m_store.run(mark).value_or(false);
+}
+
+bool Ledger::addPayment(const Payment &payment)
+{
+    const auto add = [&](SqliteDatabase &database) {
+        return database
+            .prepare("INSERT INTO payments (token, form, card, result, tracking, reference) "
+                     "VALUES (?1, ?2, ?3, ?4, ?5, ?6)")
+            .bind(1, payment.purchase)
+            .bind(2, payment.form)
+            .bind(3, payment.maskedCard)
+            .bind(4, static_cast<std::int64_t>(payment.resultCode))
+            .bind(5, payment.trackingNumber)
+            .bind(6, payment.referenceNumber)
+            .run();
+    };
+    return m_store.run(add).value_or(false);
+}
+
+std::optional<Purchase> Ledger::find(const QString &column, const QString &value)
+{
+    const QByteArray sql =
+        "SELECT id, page, msisdn, merchant, device, trace, code, amount, title, merchant_name, reference, "
+        "terminal_pin, terminal_full, wallet, saved_cards, payment_scenario, paid, posts "
+        "FROM tokens WHERE " +
+        column.toLatin1() + " = ?1";
+    const auto find = [&](SqliteDatabase &database) -> std::optional<Purchase> {
+        auto statement = database.prepare(sql.constData());
+        if (statement.bind(1, value).step() != SqliteStatement::Step::Row)
+            return std::nullopt;
+        return purchaseOf(statement);
+    };
+    return m_store.run(find).value_or(std::nullopt);
 }
 
 } // namespace kelpay::sandbox

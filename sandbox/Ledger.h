@@ -1,15 +1,12 @@
 #pragma once
 
+#include "platform/SqliteStore.h"
+
 #include <QString>
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
-
-namespace kelpay {
-class SqliteDatabase;
-}
 
 namespace kelpay::sandbox {
 
@@ -54,7 +51,6 @@ class Ledger
 public:
     /// Null, with a log line, where the file can't be used.
     static std::unique_ptr<Ledger> open(const QString &path);
-    ~Ledger();
 
     /// False when it could not be written.
     bool addToken(const QString &token, const Purchase &purchase);
@@ -66,11 +62,10 @@ public:
     bool addPayment(const Payment &payment);
 
 private:
-    explicit Ledger(std::unique_ptr<SqliteDatabase> database);
-    std::optional<Purchase> find(const char *column, const QString &value);
+    explicit Ledger(const QString &path);
+    std::optional<Purchase> find(const QString &column, const QString &value);
 
-    std::mutex m_mutex;
-    std::unique_ptr<SqliteDatabase> m_database;
+    SqliteStore m_store;
 };
 
 } // namespace kelpay::sandbox

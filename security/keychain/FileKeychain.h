@@ -1,12 +1,12 @@
 #pragma once
 
-#include "platform/Sqlite.h"
+#include "platform/SqliteStore.h"
 #include "security/keychain/KeychainStore.h"
 
 #include <QString>
 
-#include <memory>
 #include <mutex>
+#include <optional>
 
 namespace kelpay {
 
@@ -25,20 +25,15 @@ public:
     KeychainFound findAll(const KeychainMatch &match) override;
 
 private:
-    struct Row;
-    bool open();
-    template <typename Operation> auto attempt(Operation operation);
+    SqliteStore *store();
+    template <class Operation> int write(Operation operation);
     QString keyPath() const;
-    std::optional<std::vector<Row>> rows(const char *sql, const KeychainMatch &match);
-    int insert(const KeychainItem &item);
-    int addAll(const std::vector<KeychainItem> &items);
-    int updateAll(const KeychainMatch &match, const Bytes &value);
-    int removeAll(const KeychainMatch &match);
-    int readValue(Row &row) const;
+    int insert(SqliteDatabase &database, const KeychainItem &item) const;
+    int readValue(KeychainItem &item, const Bytes &sealed) const;
 
     QString m_folder;
     std::mutex m_mutex;
-    std::unique_ptr<SqliteDatabase> m_database;
+    std::optional<SqliteStore> m_store;
 };
 
 } // namespace kelpay

@@ -1,16 +1,13 @@
 #include "security/keychain/MasterKey.h"
 
+#include "platform/Files.h"
 #include "platform/Log.h"
 #include "security/Random.h"
 
 #include <QFile>
-#include <QFileInfo>
 
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace kelpay {
 
@@ -18,55 +15,17 @@ namespace {
 
 constexpr std::size_t keySize = 32;
 
-class Descriptor
-{
-public:
-    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-    ~Descriptor()
-    {
-        if (m_descriptor >= 0)
-            ::close(m_descriptor);
-    }
-    bool isOpen() const { return m_descriptor >= 0; }
-    int get() const { return m_descriptor; }
-
-private:
-    int m_descriptor;
-};
-
-bool writeDurably(const QByteArray &path, const Bytes &content)
-{
-    ::unlink(path.constData());
-    const Descriptor file(::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR));
-    return file.isOpen() && ::fchmod(file.get(), S_IRUSR | S_IWUSR) == 0 &&
-           ::write(file.get(), content.data(), content.size()) == static_cast<ssize_t>(content.size()) &&
-           ::fsync(file.get()) == 0;
-}
-
-bool syncFolder(const QString &path)
-{
-    const QByteArray folder = QFile::encodeName(QFileInfo(path).path());
-    const Descriptor descriptor(::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return descriptor.isOpen() && ::fsync(descriptor.get()) == 0;
-}
-
 } // namespace
 
 MasterKey::Reading MasterKey::read() const
 {
-    const Descriptor file(::open(QFile::encodeName(m_path).constData(), O_RDONLY | O_CLOEXEC));
-    if (!file.isOpen())
-        return {errno == ENOENT ? State::Missing : State::Unreadable, std::nullopt};
-    BytesBuilder builder(keySize + 1);
-    const ssize_t size = ::read(file.get(), builder.extend(keySize + 1), keySize + 1);
-    if (size < 0)
+    if (Files::entryAt(m_path) == Files::Entry::Missing)
+        return {State::Missing, std::nullopt};
+    // What others could read or write is no key of ours to seal under.
+    auto key = Files::isPrivateFile(m_path) ? Files::read(m_path) : std::nullopt;
+    if (!key)
         return {State::Unreadable, std::nullopt};
-    if (size != static_cast<ssize_t>(keySize))
-        return {State::Damaged, std::nullopt};
-    builder.truncate(keySize);
-    return {State::Present, builder.take()};
+    return key->size() == keySize ? Reading{State::Present, std::move(key)} : Reading{State::Damaged, std::nullopt};
 }
 
 std::optional<Bytes> MasterKey::readOrMake() const
@@ -76,8 +35,8 @@ std::optional<Bytes> MasterKey::readOrMake() const
     case State::Present:
         return key;
     case State::Unreadable:
-        qCWarning(logStore, "the keychain's key %s can't be read (%s): give this user its file back, mode 0600",
-                  QFile::encodeName(m_path).constData(), std::strerror(errno));
+        qCWarning(logStore, "the keychain's key %s can't be read: give this user its file back, mode 0600",
+                  QFile::encodeName(m_path).constData());
         return std::nullopt;
     case State::Damaged:
         qCWarning(logStore, "the keychain's key %s is damaged and is made anew: values stored before can't be read",
@@ -94,13 +53,11 @@ std::optional<Bytes> MasterKey::make() const
     auto key = generateSecureRandomData(keySize);
     if (!key)
         return std::nullopt;
-    const QByteArray path = QFile::encodeName(m_path);
-    const QByteArray fresh = path + ".new";
-    if (!writeDurably(fresh, *key) || ::rename(fresh.constData(), path.constData()) != 0 || !syncFolder(m_path)) {
+    if (!Files::write(m_path, *key)) {
         qCWarning(logStore,
                   "the keychain's key %s can't be written (%s): check that the disk has room and that this "
                   "user may write there",
-                  path.constData(), std::strerror(errno));
+                  QFile::encodeName(m_path).constData(), std::strerror(errno));
         return std::nullopt;
     }
     return key;

@@ -15,6 +15,7 @@ class MasterKey
 public:
     explicit MasterKey(const QString &path) : m_path(path) {}
 
+    /// Unreadable: also what is not this user's own file, and what others may read or write.
     enum class State { Present, Missing, Damaged, Unreadable };
     struct Reading
     {

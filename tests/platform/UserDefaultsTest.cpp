@@ -1,14 +1,17 @@
 #include "platform/UserDefaults.h"
 
-#include "platform/Sqlite.h"
+#include "platform/SqliteStore.h"
 #include "platform/StateFolder.h"
 
 #include <gtest/gtest.h>
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 
+#include <algorithm>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,6 +25,27 @@ class UserDefaultsTest : public ::testing::Test
 {
 protected:
     QString path() const { return m_folder.filePath(QStringLiteral("defaults.sqlite")); }
+
+    // As another process would.
+    static bool execute(SqliteStore &store, std::initializer_list<const char *> statements)
+    {
+        const auto all = [&](SqliteDatabase &database) {
+            return std::all_of(statements.begin(), statements.end(),
+                               [&](const char *sql) { return database.prepare(sql).run(); });
+        };
+        return store.run(all).value_or(false);
+    }
+    bool execute(std::initializer_list<const char *> statements) const
+    {
+        SqliteStore other(path(), SqliteStore::Durability::SurvivesKill, "");
+        return execute(other, statements);
+    }
+    void fillWith(char byte) const
+    {
+        QFile file(path());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(QByteArray(8192, byte));
+    }
 
     QTemporaryDir m_folder;
 };
@@ -104,14 +128,14 @@ TEST_F(UserDefaultsTest, ANumberCountedInMemoryNeverLowersTheFiles)
     for (const bool isSet : {false, true}) {
         other.setInteger(key, 10);
         EXPECT_EQ(here.integer(key), 10);
-        const auto holder = SqliteDatabase::open(path(), SqliteDatabase::Durability::SurvivesKill, "");
-        ASSERT_TRUE(holder->execute("BEGIN IMMEDIATE"));
+        SqliteStore holder(path(), SqliteStore::Durability::SurvivesKill, "");
+        ASSERT_TRUE(execute(holder, {"BEGIN IMMEDIATE"}));
         if (isSet)
             here.setInteger(key, 3);
         const qint64 inMemory = isSet ? 4 : 11;
         EXPECT_EQ(here.increment(key), inMemory);
         EXPECT_EQ(here.increment(key), inMemory + 1);
-        ASSERT_TRUE(holder->execute("ROLLBACK"));
+        ASSERT_TRUE(execute(holder, {"ROLLBACK"}));
         for (qint64 number = 11; number <= 15; ++number)
             EXPECT_EQ(other.increment(key), number);
         EXPECT_EQ(here.increment(key), isSet ? 6 : 16) << "what was set counts, other than what was counted";
@@ -140,23 +164,175 @@ TEST_F(UserDefaultsTest, TheStateFolderIsPrivateWhateverTheUmask)
 
 TEST_F(UserDefaultsTest, ADamagedFileIsReplaced)
 {
-    QFile file(path());
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray(8192, 'x'));
-    file.close();
+    fillWith('x');
     {
         UserDefaults defaults(path());
         EXPECT_FALSE(defaults.string(key));
         defaults.setString(key, QStringLiteral("v"));
     }
     EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("v"));
-    const auto other = SqliteDatabase::open(path(), SqliteDatabase::Durability::SurvivesKill, "");
-    ASSERT_TRUE(other->execute("DROP TABLE defaults; CREATE TABLE defaults(other)"));
+    ASSERT_TRUE(execute({"DROP TABLE defaults", "CREATE TABLE defaults(other)"}));
     testing::internal::CaptureStderr();
     UserDefaults(path()).setString(key, QStringLiteral("w"));
     const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
     EXPECT_EQ(log.count(QStringLiteral("can't be")), 1) << log.toStdString();
     EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("w")) << "a file with other tables";
+}
+
+TEST_F(UserDefaultsTest, KeysAndTextsStayAsTheyAre)
+{
+    const QStringList texts{QStringLiteral("a"), QString::fromUtf8("a\0b", 3), QString::fromUtf8("a\0c", 3),
+                            QStringLiteral(u"\uFEFFa"), QStringLiteral(u"\uFEFF")};
+    for (const QString &text : texts)
+        UserDefaults(path()).setString(text, text);
+    for (const QString &text : texts)
+        EXPECT_EQ(UserDefaults(path()).string(text), text) << text.toStdString();
+}
+
+TEST_F(UserDefaultsTest, NullInTheFileIsNoValue)
+{
+    ASSERT_TRUE(execute({"CREATE TABLE defaults(key TEXT PRIMARY KEY, type INTEGER, value) WITHOUT ROWID",
+                         "INSERT INTO defaults VALUES('text', 1, NULL), ('number', 2, NULL), ('data', 3, NULL)"}));
+    const UserDefaults defaults(path());
+    EXPECT_FALSE(defaults.string(QStringLiteral("text")));
+    EXPECT_FALSE(defaults.integer(QStringLiteral("number")));
+    EXPECT_FALSE(defaults.data(QStringLiteral("data")));
+}
+
+TEST_F(UserDefaultsTest, WhatIsNotTheUsersOwnIsLeftAlone)
+{
+    const QString elsewhere = m_folder.filePath(QStringLiteral("elsewhere"));
+    struct Case
+    {
+        const char *what;
+        const char *linked; // null for a file that is given away
+    };
+    for (const auto &[what, linked] :
+         {Case{"a link", ""}, Case{"a link for the log", "-wal"}, Case{"another user's", nullptr}}) {
+        QFile::remove(path());
+        QFile::remove(path() + QStringLiteral("-wal"));
+        UserDefaults(elsewhere).setString(key, QStringLiteral("theirs"));
+        if (linked) {
+            ASSERT_TRUE(QFile::link(elsewhere, path() + QLatin1String(linked)));
+        } else {
+            UserDefaults(path()).setString(key, QStringLiteral("theirs"));
+            if (::chown(QFile::encodeName(path()).constData(), 1, 1) != 0)
+                GTEST_SKIP() << "this process may not give files away";
+        }
+        testing::internal::CaptureStderr();
+        UserDefaults defaults(path());
+        EXPECT_FALSE(defaults.string(key)) << what;
+        defaults.setString(key, QStringLiteral("ours"));
+        EXPECT_EQ(defaults.string(key), QStringLiteral("ours")) << what;
+        EXPECT_NE(testing::internal::GetCapturedStderr().find("is not this user's own"), std::string::npos) << what;
+        EXPECT_EQ(UserDefaults(elsewhere).string(key), QStringLiteral("theirs")) << what;
+    }
+}
+
+TEST_F(UserDefaultsTest, AForeignStateFolderIsNotUsed)
+{
+    const QByteArray before = qgetenv("XDG_DATA_HOME");
+    qputenv("XDG_DATA_HOME", QFile::encodeName(m_folder.path()));
+    const auto folder = stateFolder();
+    ASSERT_TRUE(folder);
+    const QString moved = m_folder.filePath(QStringLiteral("moved"));
+    ASSERT_TRUE(QDir().rename(*folder, moved));
+    ASSERT_TRUE(QFile::link(moved, *folder));
+    EXPECT_FALSE(stateFolder()) << "a link";
+    ASSERT_TRUE(QFile::remove(*folder) && QDir().rename(moved, *folder));
+    if (::chown(QFile::encodeName(*folder).constData(), 1, 1) == 0) {
+        EXPECT_FALSE(stateFolder()) << "another user's";
+    }
+    qputenv("XDG_DATA_HOME", before);
+}
+
+TEST_F(UserDefaultsTest, TwoDamagedCopiesStay)
+{
+    for (const char byte : {'1', '2', '3', '4'}) {
+        fillWith(byte);
+        UserDefaults(path()).setString(key, QStringLiteral("v"));
+    }
+    QString kept;
+    for (const QString &name : QDir(m_folder.path()).entryList({QStringLiteral("*.damaged-*[0-9]")}, QDir::Files)) {
+        QFile copy(m_folder.filePath(name));
+        ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+        kept += QChar::fromLatin1(copy.read(1).at(0));
+    }
+    EXPECT_EQ(kept, QStringLiteral("34"));
+}
+
+// A repair was killed after it moved the log of changes aside and before it put the new file in place.
+TEST_F(UserDefaultsTest, AnInterruptedRepairLosesNothing)
+{
+    const QString log = path() + QStringLiteral("-wal");
+    const QString aside = path() + QStringLiteral(".damaged-1700000000000");
+    for (const bool isIndexAside : {false, true}) {
+        UserDefaults writer(path()); // while it is open, the log holds what it wrote
+        writer.setString(key, QStringLiteral("in the log"));
+        for (const char *suffix : {"", "-wal", "-shm"}) {
+            const QByteArray from = QFile::encodeName(path() + QLatin1String(suffix));
+            const QByteArray to = QFile::encodeName(aside + QLatin1String(suffix));
+            ASSERT_EQ(::link(from.constData(), to.constData()), 0);
+            ASSERT_TRUE(*suffix == '\0' || ::unlink(from.constData()) == 0);
+        }
+        if (!isIndexAside)
+            QFile::remove(aside + QStringLiteral("-shm"));
+        EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("in the log"));
+        EXPECT_FALSE(QFile::exists(aside));
+    }
+}
+
+TEST_F(UserDefaultsTest, AWrongBindingFailsTheStatement)
+{
+    SqliteStore store(path(), SqliteStore::Durability::SurvivesKill, "CREATE TABLE t(a)");
+    const auto insert = [](SqliteDatabase &database) {
+        return database.prepare("INSERT INTO t VALUES(?1)").bind(2, std::int64_t{1}).run();
+    };
+    EXPECT_FALSE(store.run(insert));
+    const auto count = store.run([](SqliteDatabase &database) {
+        auto select = database.prepare("SELECT count(*) FROM t");
+        select.step();
+        return select.integer(0);
+    });
+    EXPECT_EQ(count, 0);
+}
+
+// Newer versions of SQLite answer a read over the end of a cut file with an error; here a layer over the files does.
+TEST_F(UserDefaultsTest, AFileThatLostItsEndIsRepairedWhereReadingItFails)
+{
+    static bool isStrict = false;
+    static sqlite3_io_methods methods{};
+    static sqlite3_io_methods real{};
+    static sqlite3_vfs *const system = sqlite3_vfs_find(nullptr);
+    sqlite3_vfs layer = *system;
+    layer.zName = "layer";
+    layer.xOpen = [](sqlite3_vfs *, const char *name, sqlite3_file *file, int flags, int *outFlags) {
+        const int code = system->xOpen(system, name, file, flags, outFlags);
+        if (code == SQLITE_OK && (flags & SQLITE_OPEN_MAIN_DB) != 0) {
+            real = methods = *file->pMethods;
+            methods.xRead = [](sqlite3_file *from, void *to, int size, sqlite3_int64 at) {
+                const int read = real.xRead(from, to, size, at);
+                return isStrict && at >= 512 && read == SQLITE_IOERR_SHORT_READ ? SQLITE_IOERR_READ : read;
+            };
+            file->pMethods = &methods;
+        }
+        return code;
+    };
+    UserDefaults(path()).setString(key, QStringLiteral("kept"));
+    UserDefaults(path()).setData(QStringLiteral("long"), Bytes(std::string(30'000, 'v')));
+    ASSERT_TRUE(QFile::resize(path(), QFileInfo(path()).size() - 1));
+    sqlite3_vfs_register(&layer, 1);
+    {
+        const UserDefaults defaults(path());
+        EXPECT_EQ(defaults.string(key), QStringLiteral("kept"));
+        UserDefaults(path()).setInteger(QStringLiteral("other"), 1); // the first forgets what it has read
+        isStrict = true;
+        EXPECT_FALSE(defaults.data(QStringLiteral("long")));
+        isStrict = false;
+    }
+    sqlite3_vfs_unregister(&layer);
+    EXPECT_EQ(QDir(m_folder.path()).entryList({QStringLiteral("*.damaged-*[0-9]")}).size(), 1);
+    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("kept"));
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 #include "security/keychain/FileKeychain.h"
-#include "platform/Sqlite.h"
+#include "platform/SqliteStore.h"
 #include "security/Random.h"
 #include "security/SecStatus.h"
 #include "security/keychain/SealedValue.h"
@@ -45,25 +45,29 @@ protected:
         return FileKeychain(folder.path()).findOne(match(account), Content::Value);
     }
 
-    std::unique_ptr<SqliteDatabase> database() const
+    // Past the keychain, as another program would.
+    template <class Action> auto run(Action action) const
     {
-        return SqliteDatabase::open(folder.filePath(u"keychain.sqlite"_s),
-                                    SqliteDatabase::Durability::SurvivesPowerLoss, "");
+        return SqliteStore(folder.filePath(u"keychain.sqlite"_s), SqliteStore::Durability::SurvivesPowerLoss, "")
+            .run(action);
     }
 
-    Bytes sealed(const char *account) const
+    Bytes sealed(const QString &account) const
     {
-        const auto file = database();
-        auto statement = file->prepare("SELECT value FROM items WHERE account = ?1");
-        statement.bind(1, std::string_view(account)).step();
-        return statement.bytes(0);
+        const auto value = run([&](SqliteDatabase &database) {
+            auto statement = database.prepare("SELECT value FROM items WHERE account = ?1");
+            statement.bind(1, account).step();
+            return statement.bytes(0);
+        });
+        return value.value_or(Bytes());
     }
 
-    void setSealed(const char *account, const Bytes &value) const
+    void setSealed(const QString &account, const Bytes &value) const
     {
-        const auto file = database();
-        auto statement = file->prepare("UPDATE items SET value = ?2 WHERE account = ?1");
-        EXPECT_TRUE(statement.bind(1, std::string_view(account)).bind(2, value).run());
+        EXPECT_TRUE(run([&](SqliteDatabase &database) {
+            auto statement = database.prepare("UPDATE items SET value = ?2 WHERE account = ?1");
+            return statement.bind(1, account).bind(2, value).run();
+        }));
     }
 
     void expectDamagedThenRepaired(const char *what)
@@ -143,7 +147,10 @@ TEST_F(FileKeychainTest, AFailureIsLoggedOnce)
         [&] { return store.findAll(match(u"a"_s)).status; },
     };
     for (std::size_t call = 0; call < calls.size(); ++call) {
-        ASSERT_TRUE(database()->execute("DROP TABLE IF EXISTS items; CREATE TABLE items(id INTEGER PRIMARY KEY)"));
+        ASSERT_TRUE(run([](SqliteDatabase &database) {
+            return database.prepare("DROP TABLE IF EXISTS items").run() &&
+                   database.prepare("CREATE TABLE items(id INTEGER PRIMARY KEY)").run();
+        }));
         testing::internal::CaptureStderr();
         EXPECT_EQ(calls.at(call)(), call == 0 ? SecStatus::Success : SecStatus::ItemNotFound) << call;
         const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
@@ -154,14 +161,14 @@ TEST_F(FileKeychainTest, AFailureIsLoggedOnce)
 TEST_F(FileKeychainTest, DamagedValuesAreNoticedAndCanBeOverwritten)
 {
     ASSERT_EQ(store.add({item(u"a"_s, "value"), item(u"b"_s, "other")}), SecStatus::Success);
-    const std::size_t size = sealed("a").size();
+    const std::size_t size = sealed(u"a"_s).size();
     for (std::size_t at = 0; at < size; ++at) {
-        setSealed("a", flipped(sealed("a"), at));
+        setSealed(u"a"_s, flipped(sealed(u"a"_s), at));
         expectDamagedThenRepaired("flipped");
-        setSealed("a", Bytes(sealed("a").data(), at));
+        setSealed(u"a"_s, Bytes(sealed(u"a"_s).data(), at));
         expectDamagedThenRepaired("cut");
     }
-    setSealed("a", sealed("b"));
+    setSealed(u"a"_s, sealed(u"b"_s));
     expectDamagedThenRepaired("another item's value");
     EXPECT_EQ(read(u"b"_s).items.at(0).value, Bytes(std::string_view("other")));
 }
@@ -214,6 +221,38 @@ TEST_F(FileKeychainTest, PlaceThatCantBeHadIsNotAvailable)
     EXPECT_EQ(store.add({item(u"a"_s, "x")}), SecStatus::NotAvailable);
     QDir(folder.path()).rmdir(u"keychain.key"_s);
     EXPECT_EQ(store.add({item(u"a"_s, "x")}), SecStatus::Success);
+    // Nor is one used that others may read, or that lies elsewhere.
+    const QString key = folder.filePath(u"keychain.key"_s);
+    ASSERT_EQ(::chmod(QFile::encodeName(key).constData(), 0640), 0);
+    EXPECT_EQ(read(u"a"_s).status, SecStatus::NotAvailable);
+    ASSERT_EQ(::chmod(QFile::encodeName(key).constData(), 0600), 0);
+    ASSERT_TRUE(QFile::rename(key, folder.filePath(u"moved"_s)) && QFile::link(folder.filePath(u"moved"_s), key));
+    EXPECT_EQ(store.update(match(u"a"_s), Bytes()), SecStatus::NotAvailable);
+}
+
+TEST_F(FileKeychainTest, AFileThatIsNotTheUsersOwnIsNotAvailable)
+{
+    ASSERT_EQ(FileKeychain(folder.path()).add({item(u"a"_s, "x")}), SecStatus::Success);
+    const QString path = folder.filePath(u"keychain.sqlite"_s);
+    ASSERT_TRUE(QFile::rename(path, folder.filePath(u"moved"_s)) && QFile::link(folder.filePath(u"moved"_s), path));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(read(u"a"_s).status, SecStatus::NotAvailable);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("is not this user's own"), std::string::npos);
+}
+
+TEST_F(FileKeychainTest, NamesStayAsTheyAre)
+{
+    const QStringList names{u"a"_s, QString::fromUtf8("a\0b", 3), QString::fromUtf8("a\0c", 3), u"\uFEFFa"_s};
+    for (const QString &name : names)
+        EXPECT_EQ(store.add({item(name, name.toStdString())}), SecStatus::Success) << name.toStdString();
+    for (const QString &name : names) {
+        const auto found = read(name);
+        ASSERT_EQ(found.status, SecStatus::Success) << name.toStdString();
+        EXPECT_EQ(found.items.at(0).account, name);
+        EXPECT_EQ(found.items.at(0).value, Bytes(name.toStdString()));
+    }
+    setSealed(names[1], sealed(names[2]));
+    EXPECT_EQ(read(names[1]).status, SecStatus::Decode) << "a value of another item";
 }
 
 } // namespace kelpay
