@@ -5,7 +5,7 @@
 #include "security/Base64.h"
 #include "security/BlockCipher.h"
 #include "security/CoreSecurity.h"
-#include "security/Hex.h"
+#include "security/toolbox/Hex.h"
 #include "security/OpenSsl.h"
 #include "security/Random.h"
 #include "tests/security/TestIdentity.h"
@@ -67,9 +67,9 @@ void registerSealing(BareCalls &bare, CoreSecurity &inMemory, CoreSecurity &stor
 void registerOpening(BareCalls &bare, CoreSecurity &security, UserDefaults &defaults)
 {
     const auto key = generateSymmetricKeyForAlgorithm(CipherAES);
-    defaults.setUtf8(QStringLiteral("latest_key"), base64EncodedData(*key));
+    defaults.setUtf8(QStringLiteral("latest_key"), *base64EncodedData(*key));
     const Bytes answer(std::string(answerSize, 'x'));
-    const QString text = base64EncodedString(
+    const QString text = *base64EncodedString(
         *doBlockCipherWithAlgorithm(answer, CipherAES, key, std::nullopt, CipherEncrypt, true, true));
     if (security.decryptRequest(text) != answer)
         qFatal("the bench's own answer can't be opened");
@@ -78,7 +78,7 @@ void registerOpening(BareCalls &bare, CoreSecurity &security, UserDefaults &defa
             benchmark::DoNotOptimize(bare.open(latin, key->data()));
     });
     benchmark::RegisterBenchmark("open memory", [&security, &defaults, key, text](benchmark::State &state) {
-        defaults.setUtf8(QStringLiteral("latest_key"), base64EncodedData(*key));
+        defaults.setUtf8(QStringLiteral("latest_key"), *base64EncodedData(*key));
         for ([[maybe_unused]] auto pass : state)
             benchmark::DoNotOptimize(security.decryptRequest(text));
     });

@@ -53,7 +53,7 @@ std::optional<QString> CoreFunctions::ipAddress() const
 
 void CoreFunctions::returnThings() const
 {
-    if (m_keychain.string(QStringLiteral("uuid"))) {
+    if (m_keychain.stringForKey(QStringLiteral("uuid"))) {
         m_defaults.increment(QStringLiteral("trace"));
         return;
     }
@@ -90,7 +90,7 @@ QString CoreFunctions::vulnerabilities() const
 
 std::optional<QString> CoreFunctions::merchantID() const
 {
-    return m_keychain.string(QStringLiteral("mid"));
+    return m_keychain.stringForKey(QStringLiteral("mid"));
 }
 
 int CoreFunctions::intInRangeMinimum(int minimum, int maximum) const

@@ -138,11 +138,11 @@ std::optional<QJsonObject> CoreNetworking::build(const Exchange &exchange, const
 /// can't be read ends the exchange as if nothing could be reached.
 std::optional<QString> CoreNetworking::identity(const QString &key, const char *advice) const
 {
-    auto value = m_surroundings.keychain.string(key);
+    auto value = m_surroundings.keychain.stringForKey(key);
     if (value)
         return value;
     Error error;
-    m_surroundings.keychain.data(key, {}, &error);
+    m_surroundings.keychain.dataForKey(key, {}, &error);
     if (error.code == SecStatus::ItemNotFound)
         programmingError(QStringLiteral("the request can't be built: keychain entry \"%1\" is missing; %2")
                              .arg(key, QLatin1StringView(advice)));

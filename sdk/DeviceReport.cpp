@@ -49,7 +49,7 @@ void DeviceReport::addFacts()
     add("bundleID", m_functions.bundleID());
     add("hardwareString", m_functions.hardwareString());
     add("deviceData", m_functions.deviceData());
-    add("uuid", text(CoreKeychain().string(QStringLiteral("uuid"))));
+    add("uuid", text(CoreKeychain().stringForKey(QStringLiteral("uuid"))));
     add("trace", text(UserDefaults::standard().string(QStringLiteral("trace"))));
     add("merchantID", text(m_functions.merchantID()));
     add("vulnerabilities", onItsWay);

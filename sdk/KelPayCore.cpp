@@ -83,7 +83,7 @@ std::unique_ptr<KelPayCore> KelPayCore::initWithMerchantID(const QString &mercha
 void KelPayCore::clearKeys()
 {
     for (const auto *entry : {"username", "panid", "exp", "password", "cvv2"})
-        CoreKeychain(QStringLiteral("kehlpehy")).deleteEntry(QString::fromLatin1(entry));
+        CoreKeychain(QStringLiteral("kehlpehy")).deleteEntryForKey(QString::fromLatin1(entry));
 }
 
 void KelPayCore::setProgrammingErrorHandler(ProgrammingErrorHandler handler)

@@ -3,6 +3,8 @@
 #include "security/BlockCipher.h"
 #include "security/Random.h"
 
+#include <new>
+
 namespace kelpay {
 
 namespace {
@@ -44,11 +46,13 @@ std::optional<Bytes> AFAES::iv() const
 
 std::optional<Bytes> AFAES::doCipher(const std::optional<Bytes> &data, const std::optional<Bytes> &key,
                                      const std::optional<Bytes> &iv, unsigned operation)
-{
+try {
     static const std::uint8_t zeros[16] = {};
     m_key = shared(key);
     m_iv = shared(iv ? iv : Bytes(zeros));
     return doCipher(data, operation);
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> AFAES::doCipher(const std::optional<Bytes> &data, unsigned operation, bool isPKCS7Padding) const
@@ -94,13 +98,17 @@ std::optional<Bytes> AFAES::AES256Decrypt(const std::optional<Bytes> &data) cons
 }
 
 void AFAES::updateKeyWithKeySize(std::uint32_t keySize)
-{
+try {
     m_key = shared(generateSymmetricKeyForAlgorithm(CipherAES, keySize));
+} catch (const std::bad_alloc &) {
+    m_key.store(nullptr);
 }
 
 void AFAES::updateIV()
-{
+try {
     m_iv = shared(generateIVForAlgorithm(CipherAES));
+} catch (const std::bad_alloc &) {
+    m_iv.store(nullptr);
 }
 
 } // namespace kelpay

@@ -2,10 +2,10 @@
 
 #include "platform/Bundle.h"
 #include "security/BlockCipher.h"
-#include "security/Digests.h"
 #include "security/Pkcs12Item.h"
 
 #include <algorithm>
+#include <new>
 
 namespace kelpay {
 
@@ -24,32 +24,6 @@ struct AFRSA::Imported
 };
 
 namespace {
-
-struct SignedDigest
-{
-    const char *name = nullptr;
-    std::optional<Bytes> digest;
-};
-
-SignedDigest digestFor(std::uint32_t padding, const Bytes &data)
-{
-    switch (padding) {
-    case AFRSA::PaddingPKCS1:
-        return {nullptr, Bytes()};
-    case AFRSA::PaddingPKCS1SHA1:
-        return {"SHA1", SHA1(data)};
-    case AFRSA::PaddingPKCS1SHA224:
-        return {"SHA224", SHA224(data)};
-    case AFRSA::PaddingPKCS1SHA256:
-        return {"SHA256", SHA256(data)};
-    case AFRSA::PaddingPKCS1SHA384:
-        return {"SHA384", SHA384(data)};
-    case AFRSA::PaddingPKCS1SHA512:
-        return {"SHA512", SHA512(data)};
-    default:
-        return {};
-    }
-}
 
 std::optional<KeyRef> reference(std::shared_ptr<const KeyRef::Shared> key)
 {
@@ -106,25 +80,25 @@ bool AFRSA::generateKeys(unsigned bits)
 }
 
 bool AFRSA::keysFromPersonalInformationExchangeFile(const QString &path, const QString &password)
-{
+try {
     const auto file = path.isEmpty() ? std::nullopt : readFile(path);
     return keysFromData(file.value_or(Bytes()), password);
+} catch (const std::bad_alloc &) {
+    return keysFromData(Bytes(), password);
 }
 
 std::shared_ptr<const AFRSA::Imported> AFRSA::imported(const Bytes &pkcs12, const Bytes &password, const QString &text,
                                                        std::time_t now)
 {
     const auto item = Pkcs12Item::import(pkcs12, text).item;
-    if (!item || !item->privateKey() || !item->isTrusted(now))
+    if (!item || !item->isTrusted(now))
         return nullptr;
-    const auto publicKey = item->publicKey();
-    return std::make_shared<Imported>(Imported{pkcs12, password, item->unchangedAround(now),
-                                               publicKey ? publicKey->shared() : nullptr,
-                                               item->privateKey()->shared()});
+    return std::make_shared<Imported>(Imported{pkcs12, password, item->unchangedAround(now), item->publicKey().shared(),
+                                               item->privateKey().shared()});
 }
 
 bool AFRSA::keysFromData(const Bytes &pkcs12, const QString &password)
-{
+try {
     forgoFirstPair();
     const std::time_t now = std::time(nullptr);
     const Bytes passwordBytes = Bytes::fromText(password);
@@ -138,6 +112,9 @@ bool AFRSA::keysFromData(const Bytes &pkcs12, const QString &password)
         return false;
     setKeys(found->publicKey, found->privateKey);
     return true;
+} catch (const std::bad_alloc &) {
+    setKeys(nullptr, nullptr);
+    return false;
 }
 
 std::optional<KeyRef> AFRSA::publicKeyFromDERData(const Bytes &certificate) const
@@ -157,12 +134,11 @@ std::optional<Bytes> AFRSA::decryptDataWithPrivateKey(const Bytes &data) const
 
 std::optional<Bytes> AFRSA::doCipherWithData(const Bytes &data, const std::optional<KeyRef> &key,
                                              unsigned operation) const
-{
-    constexpr std::size_t paddingSize = 11;
+try {
     const std::size_t blockSize = key ? key->blockSize() : 0;
-    if (operation > CipherDecrypt || data.empty() || blockSize <= paddingSize)
+    if (operation > CipherDecrypt || data.empty() || blockSize <= KeyRef::paddingSize)
         return std::nullopt;
-    const std::size_t chunkSize = operation == CipherEncrypt ? blockSize - paddingSize : blockSize;
+    const std::size_t chunkSize = operation == CipherEncrypt ? blockSize - KeyRef::paddingSize : blockSize;
     BytesBuilder output((data.size() + chunkSize - 1) / chunkSize * blockSize);
     std::size_t capacity = blockSize;
     for (std::size_t done = 0; done < data.size(); done += chunkSize) {
@@ -174,20 +150,8 @@ std::optional<Bytes> AFRSA::doCipherWithData(const Bytes &data, const std::optio
         capacity = result->size();
     }
     return output.take();
-}
-
-std::optional<Bytes> AFRSA::signDataWithPrivateKey(const Bytes &data) const
-{
-    const auto key = privateKey();
-    const auto [name, digest] = digestFor(m_padding, data);
-    return key && digest ? key->sign(*digest, name) : std::nullopt;
-}
-
-bool AFRSA::verifyDataWithPublicKey(const Bytes &data, const Bytes &signature) const
-{
-    const auto key = publicKey();
-    const auto [name, digest] = digestFor(m_padding, data);
-    return key && digest && key->verify(*digest, name, signature);
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 } // namespace kelpay

@@ -36,7 +36,7 @@ public:
     std::uint32_t padding() const { return m_padding; }
     void setPadding(std::uint32_t padding) { m_padding = padding; }
 
-    /// Replaces both keys by a fresh pair; false leaves them as they are.
+    /// Replaces both keys by a fresh pair of 1024 to 4096 bits; false leaves them as they are.
     bool generateKeys(unsigned bits = 1024);
     /// Replaces both keys by those of a PKCS#12 file: the identity's private key and the public key of its certificate.
     /// False leaves both null: an unreadable file, a wrong password, no identity in it, or a certificate chain that is
@@ -53,8 +53,8 @@ public:
     std::optional<Bytes> doCipherWithData(const Bytes &data, const std::optional<KeyRef> &key,
                                           unsigned operation) const;
 
-    /// By the padding code: over a digest of the data, or with `PaddingPKCS1` over nothing at all. Any other code signs
-    /// and verifies nothing.
+    /// By the padding code: over a digest of the data, or, with `PaddingPKCS1` and any code that is none of the above,
+    /// over no bytes at all. Such a signature says nothing of the data.
     std::optional<Bytes> signDataWithPrivateKey(const Bytes &data) const;
     bool verifyDataWithPublicKey(const Bytes &data, const Bytes &signature) const;
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 #include <type_traits>
 
 namespace kelpay {
@@ -120,15 +121,17 @@ template <typename Char> std::optional<Bytes> decodeKnown(const Char *text, std:
 
 } // namespace
 
-QString base64EncodedString(const Bytes &data)
-{
+std::optional<QString> base64EncodedString(const Bytes &data)
+try {
     QString text(static_cast<qsizetype>(encodedSize(data.size())), Qt::Uninitialized);
     encode(data.data(), data.size(), reinterpret_cast<char16_t *>(text.data()));
     return text;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
-QString base64EncodedString(const Bytes &data, int lineLength)
-{
+std::optional<QString> base64EncodedString(const Bytes &data, int lineLength)
+try {
     const auto width = static_cast<std::size_t>(lineLength);
     const std::size_t bytesInLine = width / 4 * 3;
     const std::size_t characters = encodedSize(data.size());
@@ -143,25 +146,33 @@ QString base64EncodedString(const Bytes &data, int lineLength)
         out = encode(data.data() + done, std::min(bytesInLine, data.size() - done), out);
     }
     return text;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
-Bytes base64EncodedData(const Bytes &data)
-{
+std::optional<Bytes> base64EncodedData(const Bytes &data)
+try {
     BytesBuilder builder(encodedSize(data.size()));
     encode(data.data(), data.size(), reinterpret_cast<char *>(builder.extend(encodedSize(data.size()))));
     return builder.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> decodeBase64(QStringView text, UnknownCharacters unknown)
-{
+try {
     const auto size = static_cast<std::size_t>(text.size());
     return unknown == UnknownCharacters::Ignore ? decodeKnown(text.utf16(), size) : decode(text.utf16(), size);
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> decodeBase64(std::string_view text, UnknownCharacters unknown)
-{
+try {
     return unknown == UnknownCharacters::Ignore ? decodeKnown(text.data(), text.size())
                                                 : decode(text.data(), text.size());
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> base64DecodedDataWithString(const QString &text)

@@ -10,15 +10,15 @@
 
 namespace kelpay {
 
-// Base64 (RFC 4648): standard alphabet, "=" padding. Any thread. The text is ordinary memory; keep a secret's base64 in
-// Bytes.
+// Base64 (RFC 4648): standard alphabet, "=" padding; std::nullopt where memory runs out. Any thread. A text is ordinary
+// memory; keep a secret's base64 in Bytes.
 
-QString base64EncodedString(const Bytes &data);
+std::optional<QString> base64EncodedString(const Bytes &data);
 /// In lines of `lineLength` characters (a multiple of 4) with a carriage return and a line feed between them, none at
 /// the end.
-QString base64EncodedString(const Bytes &data, int lineLength);
+std::optional<QString> base64EncodedString(const Bytes &data, int lineLength);
 /// The same text, without line breaks, as wiped bytes.
-Bytes base64EncodedData(const Bytes &data);
+std::optional<Bytes> base64EncodedData(const Bytes &data);
 
 enum class UnknownCharacters { Refuse, Ignore };
 

@@ -11,6 +11,8 @@
 
 #include <QStringBuilder>
 
+#include <new>
+
 namespace kelpay {
 
 namespace {
@@ -19,20 +21,22 @@ constexpr int lineLength = 76;
 
 const QString latestKey = QStringLiteral("latest_key");
 
-Bytes plainText(const Bytes &iv, const QJsonObject &request)
-{
+std::optional<Bytes> plainText(const Bytes &iv, const QJsonObject &request)
+try {
     BytesBuilder plain(4096);
     plain.append(iv);
     appendJson(plain, request);
     return plain.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 // The symmetric key under the public key of the client certificate.
 std::optional<Bytes> wrapped(const Bytes &key)
 {
     auto &rsa = AFRSA::sharedAFRSA();
-    const auto file = Bundle::sdk().dataForResource(QStringLiteral("IOSNewCert"), QStringLiteral("pfx"));
-    if (!rsa.keysFromData(file.value_or(Bytes()), QStringLiteral("qwpLumaXYT@#781")))
+    const auto path = Bundle::sdk().pathForResource(QStringLiteral("IOSNewCert"), QStringLiteral("pfx"));
+    if (!rsa.keysFromPersonalInformationExchangeFile(path.value_or(QString()), QStringLiteral("qwpLumaXYT@#781")))
         qCWarning(logSecurity,
                   "IOSNewCert.pfx is missing or can't be used, so the service will refuse the request: put the "
                   "certificate that it issued among the SDK's resources");
@@ -45,16 +49,19 @@ QString CoreSecurity::encryptRequest(const QJsonObject &request) const
 {
     const auto key = generateSymmetricKeyForAlgorithm(CipherAES);
     const auto iv = generateIVForAlgorithm(CipherAES);
-    if (key)
-        m_defaults.setUtf8(latestKey, base64EncodedData(*key));
+    if (const auto keyText = key ? base64EncodedData(*key) : std::nullopt)
+        m_defaults.setUtf8(latestKey, *keyText);
     std::optional<Bytes> cipher;
     if (key && iv)
         cipher = AFAES::sharedAFAES().doCipher(plainText(*iv, request), key, iv, CipherEncrypt);
     const auto keyBlock = key ? wrapped(*key) : std::nullopt;
 
+    const auto rsaText = keyBlock ? base64EncodedString(*keyBlock) : std::nullopt;
+    const auto aesText = cipher ? base64EncodedString(*cipher, lineLength) : std::nullopt;
+
     const QString null = QStringLiteral("(null)");
-    return QLatin1Char('\'') % (keyBlock ? base64EncodedString(*keyBlock) : null) % QLatin1Char('#') %
-           (cipher ? base64EncodedString(*cipher, lineLength) : null) % QLatin1String("\n'");
+    return QLatin1Char('\'') % rsaText.value_or(null) % QLatin1Char('#') % aesText.value_or(null) %
+           QLatin1String("\n'");
 }
 
 std::optional<Bytes> CoreSecurity::decryptRequest(const QString &text) const

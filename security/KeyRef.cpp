@@ -1,9 +1,11 @@
 #include "security/KeyRef.h"
 
 #include "security/OpenSsl.h"
+#include "security/Random.h"
 
 #include <algorithm>
 #include <mutex>
+#include <new>
 
 namespace kelpay {
 
@@ -11,10 +13,9 @@ namespace {
 
 using openssl::libraryContext;
 
-bool usePkcs1(EVP_PKEY_CTX *context)
-{
-    return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PADDING) > 0;
-}
+// Below, a key protects nothing; above, making one takes minutes.
+constexpr unsigned fewestBits = 1024;
+constexpr unsigned mostBits = 4096;
 
 int selection(KeyRef::Half half)
 {
@@ -33,34 +34,35 @@ std::optional<Bytes> transform(EVP_PKEY_CTX *context, Operation operation, const
     return output.take();
 }
 
-bool useDigest(EVP_PKEY_CTX *context, const char *name)
+// The block that PKCS#1 v1.5 encrypts: 0, 2, random bytes other than 0, 0, the data. Made here, because OpenSSL would
+// ask a random method that the host installed first.
+std::optional<Bytes> padded(const Bytes &data, std::size_t blockSize)
 {
-    if (!name)
-        return true;
-    const OSSL_PARAM params[] = {
-        OSSL_PARAM_construct_utf8_string(OSSL_SIGNATURE_PARAM_DIGEST, const_cast<char *>(name), 0),
-        OSSL_PARAM_construct_end()};
-    return EVP_PKEY_CTX_set_params(context, params) > 0;
-}
-
-// Undone by hand, because OpenSSL takes the recovery of an empty text for a failure.
-bool signsNothing(EVP_PKEY_CTX *context, const Bytes &signature, std::size_t blockSize)
-{
-    if (EVP_PKEY_verify_recover_init(context) <= 0 || EVP_PKEY_CTX_set_rsa_padding(context, RSA_NO_PADDING) <= 0)
-        return false;
-    const auto block = transform(context, EVP_PKEY_verify_recover, signature, blockSize);
-    if (!block || block->size() != blockSize || blockSize < 11)
-        return false;
-    const auto bytes = block->span();
-    return bytes[0] == 0 && bytes[1] == 1 && bytes.back() == 0 &&
-           std::all_of(bytes.begin() + 2, bytes.end() - 1, [](std::uint8_t byte) { return byte == 0xff; });
+    if (blockSize < KeyRef::paddingSize || data.size() > blockSize - KeyRef::paddingSize)
+        return std::nullopt;
+    BytesBuilder block(blockSize);
+    block.append(std::string_view("\0\2", 2));
+    for (std::size_t missing = blockSize - data.size() - 3; missing > 0;) {
+        const auto random = generateSecureRandomData(missing);
+        if (!random)
+            return std::nullopt;
+        for (const auto byte : random->span()) {
+            if (byte != 0) {
+                block.append(static_cast<char>(byte));
+                --missing;
+            }
+        }
+    }
+    block.append('\0');
+    block.append(data);
+    return block.take();
 }
 
 } // namespace
 
 struct KeyRef::Shared
 {
-    explicit Shared(EVP_PKEY *owned) : key(owned) {}
+    explicit Shared(openssl::Pkey owned) : key(std::move(owned)) {}
 
     openssl::PkeyContext newContext() const
     {
@@ -72,7 +74,8 @@ struct KeyRef::Shared
     {
         std::call_once(m_once, [this] {
             auto context = newContext();
-            if (context && EVP_PKEY_encrypt_init(context.get()) > 0 && usePkcs1(context.get()))
+            if (context && EVP_PKEY_encrypt_init(context.get()) > 0 &&
+                EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_NO_PADDING) > 0)
                 m_encryption = std::move(context);
         });
         return openssl::PkeyContext(m_encryption ? EVP_PKEY_CTX_dup(m_encryption.get()) : nullptr);
@@ -85,10 +88,12 @@ private:
     mutable openssl::PkeyContext m_encryption;
 };
 
-KeyRef::KeyRef(evp_pkey_st *key) : m_shared(std::make_shared<const Shared>(key)) {}
+KeyRef::KeyRef(evp_pkey_st *key) : m_shared(std::make_shared<const Shared>(openssl::Pkey(key))) {}
 
 std::optional<KeyPair> KeyRef::generateRSA(unsigned bits)
-{
+try {
+    if (bits < fewestBits || bits > mostBits)
+        return std::nullopt;
     const openssl::ErrorScope errors;
     openssl::Pkey pair(EVP_PKEY_Q_keygen(libraryContext(), nullptr, "RSA", static_cast<std::size_t>(bits)));
     if (!pair)
@@ -97,20 +102,24 @@ std::optional<KeyPair> KeyRef::generateRSA(unsigned bits)
     const auto der = privateKey.toPKCS1(Half::Public);
     const auto publicKey = der ? fromPKCS1(*der, Half::Public) : std::nullopt;
     return publicKey ? std::optional(KeyPair{*publicKey, privateKey}) : std::nullopt;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 CertificateReading KeyRef::readCertificate(const Bytes &der)
-{
+try {
     const openssl::ErrorScope errors;
     const openssl::ThreadDefaultContext ours;
     const auto *in = der.data();
     const openssl::Certificate certificate(d2i_X509(nullptr, &in, static_cast<long>(der.size())));
     openssl::Pkey key(certificate ? X509_get_pubkey(certificate.get()) : nullptr);
     return {certificate != nullptr, key ? std::optional(KeyRef(key.release())) : std::nullopt};
+} catch (const std::bad_alloc &) {
+    return {};
 }
 
 std::optional<KeyRef> KeyRef::fromPKCS1(const Bytes &der, Half half)
-{
+try {
     const openssl::ErrorScope errors;
     EVP_PKEY *raw = nullptr;
     const openssl::Decoder decoder(
@@ -120,70 +129,56 @@ std::optional<KeyRef> KeyRef::fromPKCS1(const Bytes &der, Half half)
     const bool isDecoded = decoder && OSSL_DECODER_from_data(decoder.get(), &in, &length) > 0;
     openssl::Pkey key(raw);
     return isDecoded && key ? std::optional(KeyRef(key.release())) : std::nullopt;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> KeyRef::toPKCS1(Half half) const
-{
+try {
     const openssl::ErrorScope errors;
-    if (EVP_PKEY_is_a(m_shared->key.get(), "RSA") != 1)
+    if (EVP_PKEY_is_a(get(), "RSA") != 1)
         return std::nullopt;
     const auto encode = half == Half::Public ? i2d_PublicKey : i2d_PrivateKey;
-    unsigned char *der = nullptr;
-    const int length = encode(m_shared->key.get(), &der);
+    const int length = encode(get(), nullptr);
     if (length <= 0)
         return std::nullopt;
-    const Bytes bytes(der, static_cast<std::size_t>(length));
-    OPENSSL_clear_free(der, bytes.size());
-    return bytes;
+    BytesBuilder der(static_cast<std::size_t>(length));
+    auto *out = der.extend(static_cast<std::size_t>(length));
+    return encode(get(), &out) == length ? std::optional(der.take()) : std::nullopt;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
+}
+
+evp_pkey_st *KeyRef::get() const
+{
+    return m_shared->key.get();
 }
 
 std::size_t KeyRef::blockSize() const
 {
-    return static_cast<std::size_t>(std::max(EVP_PKEY_get_size(m_shared->key.get()), 0));
-}
-
-bool KeyRef::matches(const KeyRef &other) const
-{
-    const openssl::ErrorScope errors;
-    return EVP_PKEY_eq(m_shared->key.get(), other.m_shared->key.get()) == 1;
+    return static_cast<std::size_t>(std::max(EVP_PKEY_get_size(get()), 0));
 }
 
 std::optional<Bytes> KeyRef::encrypt(const Bytes &data) const
-{
+try {
     const openssl::ErrorScope errors;
     const auto context = m_shared->encryptionContext();
-    return context ? transform(context.get(), EVP_PKEY_encrypt, data, blockSize()) : std::nullopt;
+    const auto block = context ? padded(data, blockSize()) : std::nullopt;
+    return block ? transform(context.get(), EVP_PKEY_encrypt, *block, blockSize()) : std::nullopt;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> KeyRef::decrypt(const Bytes &block) const
-{
+try {
     const openssl::ErrorScope errors;
     const auto context = m_shared->newContext();
-    if (!context || EVP_PKEY_decrypt_init(context.get()) <= 0 || !usePkcs1(context.get()))
+    if (!context || EVP_PKEY_decrypt_init(context.get()) <= 0 ||
+        EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) <= 0)
         return std::nullopt;
     return transform(context.get(), EVP_PKEY_decrypt, block, blockSize());
-}
-
-std::optional<Bytes> KeyRef::sign(const Bytes &digest, const char *digestName) const
-{
-    const openssl::ErrorScope errors;
-    const auto context = m_shared->newContext();
-    if (!context || EVP_PKEY_sign_init(context.get()) <= 0 || !usePkcs1(context.get()) ||
-        !useDigest(context.get(), digestName))
-        return std::nullopt;
-    return transform(context.get(), EVP_PKEY_sign, digest, blockSize());
-}
-
-bool KeyRef::verify(const Bytes &digest, const char *digestName, const Bytes &signature) const
-{
-    const openssl::ErrorScope errors;
-    const auto context = m_shared->newContext();
-    if (!context || signature.size() != blockSize())
-        return false;
-    if (!digestName && digest.empty())
-        return signsNothing(context.get(), signature, blockSize());
-    return EVP_PKEY_verify_init(context.get()) > 0 && usePkcs1(context.get()) && useDigest(context.get(), digestName) &&
-           EVP_PKEY_verify(context.get(), signature.data(), signature.size(), digest.data(), digest.size()) > 0;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 } // namespace kelpay

@@ -2,7 +2,7 @@
 
 #include "platform/Bytes.h"
 
-#include <cstdint>
+#include <cstddef>
 #include <memory>
 #include <optional>
 
@@ -15,7 +15,7 @@ struct KeyPair;
 struct CertificateReading;
 
 /// A reference to a public or a private key. Copies share the key, which is wiped when the last one lets go. Operations
-/// that need the private half fail on a public key. Any thread.
+/// that need the private half fail on a public key, and all of them where memory runs out. Any thread.
 class KeyRef
 {
 public:
@@ -24,11 +24,14 @@ public:
     /// The key and what is prepared for its use; opaque.
     struct Shared;
 
+    /// What PKCS#1 v1.5 padding adds to a block at least.
+    static constexpr std::size_t paddingSize = 11;
+
     /// Takes over `key`, which is not null.
     explicit KeyRef(evp_pkey_st *key);
     explicit KeyRef(std::shared_ptr<const Shared> shared) : m_shared(std::move(shared)) {}
 
-    /// A fresh RSA pair of `bits` bits.
+    /// A fresh RSA pair of `bits` bits, from 1024 to 4096.
     static std::optional<KeyPair> generateRSA(unsigned bits);
     /// The public key of a certificate in DER form; a certificate may hold one that can't be used.
     static CertificateReading readCertificate(const Bytes &der);
@@ -38,19 +41,13 @@ public:
 
     /// The size in bytes of what one RSA operation takes and gives.
     std::size_t blockSize() const;
-    /// The same public half.
-    bool matches(const KeyRef &other) const;
-
     /// One RSA operation with PKCS#1 v1.5 padding. Decryption of a block with bad padding gives std::nullopt, or with
     /// newer OpenSSL random bytes of some length.
     std::optional<Bytes> encrypt(const Bytes &data) const;
     std::optional<Bytes> decrypt(const Bytes &block) const;
 
-    /// A PKCS#1 v1.5 signature of a digest made with the algorithm OpenSSL calls `digestName`; with a null name, of the
-    /// bare bytes.
-    std::optional<Bytes> sign(const Bytes &digest, const char *digestName) const;
-    bool verify(const Bytes &digest, const char *digestName, const Bytes &signature) const;
-
+    /// OpenSSL's key, which this reference keeps alive.
+    evp_pkey_st *get() const;
     const std::shared_ptr<const Shared> &shared() const { return m_shared; }
 
 private:

@@ -3,6 +3,7 @@
 // What this folder needs of OpenSSL, and the only header of the SDK that includes OpenSSL's. For sources alone: a
 // header that others include must not include this one.
 
+#include <openssl/bn.h>
 #include <openssl/core_names.h>
 #include <openssl/crypto.h>
 #include <openssl/decoder.h>
@@ -30,6 +31,8 @@ struct FreeCertificates
     void operator()(STACK_OF(X509) * certificates) const noexcept { sk_X509_pop_free(certificates, X509_free); }
 };
 
+using Number = std::unique_ptr<BIGNUM, Free<BN_clear_free>>;
+using NumberContext = std::unique_ptr<BN_CTX, Free<BN_CTX_free>>;
 using CipherContext = std::unique_ptr<EVP_CIPHER_CTX, Free<EVP_CIPHER_CTX_free>>;
 using Pkey = std::unique_ptr<EVP_PKEY, Free<EVP_PKEY_free>>;
 using PkeyContext = std::unique_ptr<EVP_PKEY_CTX, Free<EVP_PKEY_CTX_free>>;

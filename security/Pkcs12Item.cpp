@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 
 namespace kelpay {
 
@@ -52,6 +53,39 @@ std::optional<Bytes> terminated(const QString &password)
     return builder.take();
 }
 
+openssl::Number numberOf(const EVP_PKEY *key, const char *name)
+{
+    BIGNUM *number = nullptr;
+    EVP_PKEY_get_bn_param(key, name, &number);
+    return openssl::Number(number);
+}
+
+// Whether the numbers of a private RSA key belong together. OpenSSL hides most damage, because it computes again where
+// a result is wrong, and its own check takes long over whether the factors are primes.
+bool isWhole(const EVP_PKEY *key)
+{
+    const auto n = numberOf(key, OSSL_PKEY_PARAM_RSA_N);
+    const auto e = numberOf(key, OSSL_PKEY_PARAM_RSA_E);
+    const auto d = numberOf(key, OSSL_PKEY_PARAM_RSA_D);
+    const auto p = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR1);
+    const auto q = numberOf(key, OSSL_PKEY_PARAM_RSA_FACTOR2);
+    const auto inverse = numberOf(key, OSSL_PKEY_PARAM_RSA_COEFFICIENT1);
+    const openssl::NumberContext scratch(BN_CTX_secure_new());
+    const openssl::Number result(BN_new());
+    if (!n || !e || !d || !p || !q || !inverse || !scratch || !result)
+        return false;
+    const auto fits = [&](const BIGNUM *prime, const char *exponentName) {
+        const auto exponent = numberOf(key, exponentName);
+        const openssl::Number order(BN_dup(prime));
+        return exponent && order && BN_sub_word(order.get(), 1) &&
+               BN_mod(result.get(), d.get(), order.get(), scratch.get()) && BN_cmp(result.get(), exponent.get()) == 0 &&
+               BN_mod_mul(result.get(), d.get(), e.get(), order.get(), scratch.get()) && BN_is_one(result.get());
+    };
+    return BN_mul(result.get(), p.get(), q.get(), scratch.get()) && BN_cmp(result.get(), n.get()) == 0 &&
+           fits(p.get(), OSSL_PKEY_PARAM_RSA_EXPONENT1) && fits(q.get(), OSSL_PKEY_PARAM_RSA_EXPONENT2) &&
+           BN_mod_mul(result.get(), inverse.get(), q.get(), p.get(), scratch.get()) && BN_is_one(result.get());
+}
+
 std::time_t secondsOf(const ASN1_TIME *time)
 {
     std::tm parts{};
@@ -61,7 +95,7 @@ std::time_t secondsOf(const ASN1_TIME *time)
 } // namespace
 
 Pkcs12Import Pkcs12Item::import(const Bytes &file, const QString &password)
-{
+try {
     const openssl::ErrorScope errors;
     const openssl::ThreadDefaultContext ours;
     const auto secret = terminated(password);
@@ -86,28 +120,23 @@ Pkcs12Import Pkcs12Item::import(const Bytes &file, const QString &password)
     const openssl::Certificate leaf(rawLeaf);
     const openssl::Certificates others(rawOthers);
 
-    Pkcs12Item item;
-    if (leaf)
-        item.m_chain = chainOf(leaf.get(), others.get());
-    else if (!key && others && sk_X509_num(others.get()) > 0)
-        item.m_chain = chainOf(sk_X509_value(others.get(), 0), others.get());
-    if (key)
-        item.m_privateKey = KeyRef(key.release());
-    if (!item.m_privateKey && item.m_chain.empty())
+    openssl::Pkey leafKey(leaf ? X509_get_pubkey(leaf.get()) : nullptr);
+    if (!key || !leafKey)
         return {SecStatus::Success, std::nullopt};
-    return {SecStatus::Success, std::move(item)};
+    if (!isWhole(key.get()))
+        return {SecStatus::Decode, std::nullopt};
+    return {SecStatus::Success,
+            Pkcs12Item(KeyRef(key.release()), KeyRef(leafKey.release()), chainOf(leaf.get(), others.get()))};
+} catch (const std::bad_alloc &) {
+    return {SecStatus::Allocate, std::nullopt};
 }
 
-std::optional<KeyRef> Pkcs12Item::publicKey() const
-{
-    EVP_PKEY *key = m_chain.empty() ? nullptr : X509_get_pubkey(m_chain.front().get());
-    return key ? std::optional(KeyRef(key)) : std::nullopt;
-}
+Pkcs12Item::Pkcs12Item(KeyRef privateKey, KeyRef publicKey, Chain chain)
+    : m_privateKey(std::move(privateKey)), m_publicKey(std::move(publicKey)), m_chain(std::move(chain))
+{}
 
 bool Pkcs12Item::isTrusted(std::time_t moment) const
 {
-    if (m_chain.empty())
-        return false;
     const openssl::ErrorScope errors;
     const openssl::ThreadDefaultContext ours;
     X509 *leaf = m_chain.front().get();

@@ -17,19 +17,18 @@ namespace kelpay {
 
 struct Pkcs12Import;
 
-/// The first item of a PKCS#12 file: a private key and its certificate chain, leaf first. A file that holds only one of
-/// the two has an item without the other.
+/// The first item of a PKCS#12 file: a private RSA key and its certificate chain, leaf first.
 class Pkcs12Item
 {
 public:
-    /// Imports `file`. The status is -25293 for a wrong password and -26275 for bytes that can't be understood; a file
-    /// that holds nothing gives status 0 and no item. Files of desktop keychains (RC2-40, triple DES) are understood.
+    /// Imports `file`. The status is -25293 for a wrong password, -26275 for bytes that can't be understood and for a
+    /// damaged key, -108 where memory runs out; a file without a key and its certificate gives status 0 and no item.
+    /// Files of desktop keychains (RC2-40, triple DES) are understood.
     static Pkcs12Import import(const Bytes &file, const QString &password);
 
-    const std::optional<KeyRef> &privateKey() const { return m_privateKey; }
+    const KeyRef &privateKey() const { return m_privateKey; }
     /// Of the leaf.
-    std::optional<KeyRef> publicKey() const;
-    bool hasChain() const { return !m_chain.empty(); }
+    const KeyRef &publicKey() const { return m_publicKey; }
 
     /// Whether the chain is valid at `moment` with its own certificates as the anchors.
     bool isTrusted(std::time_t moment) const;
@@ -44,8 +43,12 @@ public:
     Period unchangedAround(std::time_t moment) const;
 
 private:
-    std::optional<KeyRef> m_privateKey;
-    std::vector<std::shared_ptr<x509_st>> m_chain;
+    using Chain = std::vector<std::shared_ptr<x509_st>>;
+    Pkcs12Item(KeyRef privateKey, KeyRef publicKey, Chain chain);
+
+    KeyRef m_privateKey;
+    KeyRef m_publicKey;
+    Chain m_chain;
 };
 
 struct Pkcs12Import

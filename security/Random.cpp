@@ -2,7 +2,6 @@
 
 #include "platform/Log.h"
 #include "security/BlockCipher.h"
-#include "security/Digests.h"
 #include "security/OpenSsl.h"
 
 #include <algorithm>
@@ -14,7 +13,10 @@ std::optional<Bytes> generateSecureRandomData(std::size_t length)
 try {
     BytesBuilder builder(length);
     const openssl::ErrorScope errors;
-    if (length > 0 && RAND_bytes_ex(openssl::libraryContext(), builder.extend(length), length, 0) <= 0) {
+    // RAND_bytes_ex would ask a method that the host installed first.
+    EVP_RAND_CTX *generator = RAND_get0_private(openssl::libraryContext());
+    if (length > 0 &&
+        (!generator || EVP_RAND_generate(generator, builder.extend(length), length, 0, 0, nullptr, 0) <= 0)) {
         qCWarning(logSecurity, "+[NSData(AFCryptoPRNG) generateSecureRandomData:]: %s",
                   openssl::ErrorScope::reason().constData());
         return std::nullopt;
@@ -41,11 +43,6 @@ std::optional<Bytes> generateSymmetricKeyForAlgorithm(unsigned algorithm, std::u
 std::optional<Bytes> generateIVForAlgorithm(unsigned algorithm)
 {
     return generateSecureRandomData(cipherTraits(algorithm).blockSize);
-}
-
-std::optional<Bytes> generateHmacKeyForAlgorithm(unsigned hmacAlgorithm)
-{
-    return generateSecureRandomData(hmacLength(hmacAlgorithm));
 }
 
 } // namespace kelpay

@@ -8,8 +8,8 @@
 
 namespace kelpay {
 
-// Random bytes and key material, from the operating system's cryptographic source. std::nullopt, with one log line,
-// when that source fails; never weak bytes. Any thread.
+// Random bytes and key material, from a generator of our own over the operating system's cryptographic source, whatever
+// random source the host gave OpenSSL. std::nullopt, with one log line, when it fails; never weak bytes. Any thread.
 
 std::optional<Bytes> generateSecureRandomData(std::size_t length);
 
@@ -19,7 +19,5 @@ std::optional<Bytes> generateSymmetricKeyForAlgorithm(unsigned algorithm);
 std::optional<Bytes> generateSymmetricKeyForAlgorithm(unsigned algorithm, std::uint32_t keySize);
 /// An initialisation vector of the algorithm's block size: 16 bytes for AES.
 std::optional<Bytes> generateIVForAlgorithm(unsigned algorithm);
-/// A key as long as the HMAC's output; empty for an unknown algorithm.
-std::optional<Bytes> generateHmacKeyForAlgorithm(unsigned hmacAlgorithm);
 
 } // namespace kelpay

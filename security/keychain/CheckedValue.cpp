@@ -3,6 +3,8 @@
 #include "security/Base64.h"
 #include "security/Digests.h"
 
+#include <new>
+
 namespace kelpay {
 
 namespace {
@@ -23,7 +25,7 @@ std::optional<Bytes> digestOf(const Bytes &context, const Bytes &content)
 } // namespace
 
 std::optional<Bytes> checkedText(const std::optional<Bytes> &value, const Bytes &context)
-{
+try {
     BytesBuilder content(value ? 1 + value->size() : 1);
     content.append(static_cast<char>(value ? someValue : noValue));
     if (value)
@@ -36,10 +38,12 @@ std::optional<Bytes> checkedText(const std::optional<Bytes> &value, const Bytes 
     checked.append(*digest);
     checked.append(plain);
     return base64EncodedData(checked.take());
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 CheckedValue openCheckedText(const Bytes &text, const Bytes &context)
-{
+try {
     const auto checked = decodeBase64(text.view(), UnknownCharacters::Refuse);
     if (!checked || checked->size() <= digestSize)
         return {};
@@ -54,6 +58,8 @@ CheckedValue openCheckedText(const Bytes &text, const Bytes &context)
     default:
         return {};
     }
+} catch (const std::bad_alloc &) {
+    return {};
 }
 
 } // namespace kelpay

@@ -32,14 +32,14 @@ CoreKeychain::CoreKeychain(const QString &service, const std::optional<QString> 
     : m_service(service), m_accessGroup(accessGroup)
 {}
 
-std::optional<QString> CoreKeychain::string(const QString &key, const std::optional<QString> &promptMessage) const
+std::optional<QString> CoreKeychain::stringForKey(const QString &key, const std::optional<QString> &promptMessage) const
 {
-    const auto bytes = data(key, promptMessage);
+    const auto bytes = dataForKey(key, promptMessage);
     return bytes ? strictUtf8(*bytes) : std::nullopt;
 }
 
-std::optional<Bytes> CoreKeychain::data(const QString &key, const std::optional<QString> &promptMessage,
-                                        Error *error) const
+std::optional<Bytes> CoreKeychain::dataForKey(const QString &key, const std::optional<QString> &promptMessage,
+                                              Error *error) const
 {
     if (key.isNull())
         return std::nullopt;
@@ -52,7 +52,7 @@ std::optional<Bytes> CoreKeychain::data(const QString &key, const std::optional<
     return std::nullopt;
 }
 
-bool CoreKeychain::hasValue(const QString &key) const
+bool CoreKeychain::hasValueForKey(const QString &key) const
 {
     return !key.isNull() && secItemCopyMatching(queryFindByKey(key, std::nullopt)) == SecStatus::Success;
 }
@@ -81,7 +81,7 @@ bool CoreKeychain::setData(const std::optional<Bytes> &data, const QString &key,
     return status == SecStatus::Success;
 }
 
-bool CoreKeychain::deleteEntry(const QString &key) const
+bool CoreKeychain::deleteEntryForKey(const QString &key) const
 {
     return !key.isNull() && secItemDelete(queryFindByKey(key, std::nullopt)) == SecStatus::Success;
 }
@@ -96,41 +96,6 @@ void CoreKeychain::clearAll() const
         if (secItemDelete(item) != SecStatus::Success)
             return;
     }
-}
-
-bool CoreKeychain::generateRSAKeyPairWithLength(unsigned bits, const QString &publicKeyTag,
-                                                const QString &privateKeyTag) const
-{
-    return secKeyGeneratePair(queryGenerateRSAKeyPair(bits, publicKeyTag, privateKeyTag)) == SecStatus::Success;
-}
-
-std::optional<Bytes> CoreKeychain::dataForRSAKeyWithTag(const QString &tag) const
-{
-    QVariantMap query = queryRSAKeyByTag(tag);
-    query.insert(SecAttribute::ReturnData, true);
-    QVariant value;
-    const int status = secItemCopyMatching(query, &value);
-    return status == SecStatus::Success ? bytesOf(value) : std::nullopt;
-}
-
-bool CoreKeychain::hasRSAKeyWithTag(const QString &tag) const
-{
-    QVariantMap query = queryRSAKeyByTag(tag);
-    query.insert(SecAttribute::ReturnData, false);
-    return secItemCopyMatching(query) == SecStatus::Success;
-}
-
-bool CoreKeychain::deleteRSAKeyWithTag(const QString &tag) const
-{
-    return secItemDelete(queryRSAKeyByTag(tag)) == SecStatus::Success;
-}
-
-std::optional<KeyRef> CoreKeychain::keyRefOfRSAKeyWithTag(const QString &tag) const
-{
-    QVariant value;
-    if (secItemCopyMatching(queryRSAKeyRefByTag(tag), &value) != SecStatus::Success)
-        return std::nullopt;
-    return *value.value<std::shared_ptr<KeyRef>>();
 }
 
 } // namespace kelpay

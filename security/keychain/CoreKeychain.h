@@ -42,12 +42,13 @@ public:
     void setUseAccessControl(bool use) { m_useAccessControl = use; }
 
     /// std::nullopt for a missing key, and for bytes that are no UTF-8.
-    std::optional<QString> string(const QString &key, const std::optional<QString> &promptMessage = {}) const;
+    std::optional<QString> stringForKey(const QString &key, const std::optional<QString> &promptMessage = {}) const;
     /// std::nullopt for a missing key; `error`, where given, then says why: -25300 for no such item, -26275 for a
-    /// damaged value, -25291 for a store that can't be reached. std::nullopt without an error for an item without data.
-    std::optional<Bytes> data(const QString &key, const std::optional<QString> &promptMessage = {},
-                              Error *error = nullptr) const;
-    bool hasValue(const QString &key) const;
+    /// damaged value, -25291 for a store that can't be reached. std::nullopt without an error for an item
+    /// without data.
+    std::optional<Bytes> dataForKey(const QString &key, const std::optional<QString> &promptMessage = {},
+                                    Error *error = nullptr) const;
+    bool hasValueForKey(const QString &key) const;
 
     /// Adds the item, or replaces its value in place. A null value (for a text std::nullopt or a null QString) deletes
     /// an existing item, and adds one without data where there is none. True when that succeeded.
@@ -55,15 +56,15 @@ public:
                    const std::optional<QString> &promptMessage = {}) const;
     bool setData(const std::optional<Bytes> &data, const QString &key,
                  const std::optional<QString> &promptMessage = {}) const;
-    bool deleteEntry(const QString &key) const;
+    bool deleteEntryForKey(const QString &key) const;
     /// Deletes every item of this service (and group), up to the first that can't be deleted.
     void clearAll() const;
 
     /// The text of a status, translated by the host's context "CoreKeychain" where it has one.
     static QString stringForSecStatus(int status);
 
-    // Pairs of RSA keys that persist under tags. Keys are exported in PKCS#1 DER form. Several keys may share a tag;
-    // the one stored first is found, and deleting deletes all.
+    // Pairs of RSA keys, of 1024 to 4096 bits, that persist under tags (toolbox/KeyPair.cpp). Keys are exported in
+    // PKCS#1 DER form. Several keys may share a tag; the one stored first is found, and deleting deletes all.
     bool generateRSAKeyPairWithLength(unsigned bits, const QString &publicKeyTag, const QString &privateKeyTag) const;
     std::optional<Bytes> dataForRSAKeyWithTag(const QString &tag) const;
     bool hasRSAKeyWithTag(const QString &tag) const;
@@ -81,9 +82,6 @@ public:
     QVariantMap queryFetchOneByKey(const QString &key, const std::optional<QString> &message) const;
     QVariantMap queryUpdateValue(const Bytes &value, const std::optional<QString> &message) const;
     QVariantMap queryNewKey(const QString &key, const std::optional<Bytes> &value) const;
-    QVariantMap queryGenerateRSAKeyPair(unsigned bits, const QString &publicKeyTag, const QString &privateKeyTag) const;
-    QVariantMap queryRSAKeyByTag(const QString &tag) const;
-    QVariantMap queryRSAKeyRefByTag(const QString &tag) const;
     /// The accessibility constant of the default code.
     QString accessibility() const;
 

@@ -17,11 +17,6 @@ void insertPrompt(QVariantMap &query, const std::optional<QString> &message)
         query.insert(SecAttribute::UseOperationPrompt, *message);
 }
 
-QVariant bytes(const QString &text)
-{
-    return QVariant::fromValue(Bytes::fromText(text));
-}
-
 struct StatusText
 {
     int status;
@@ -135,33 +130,6 @@ QVariantMap CoreKeychain::queryNewKey(const QString &key, const std::optional<By
         query.insert(SecAttribute::Accessible, accessibility());
     }
     return query;
-}
-
-QVariantMap CoreKeychain::queryGenerateRSAKeyPair(unsigned bits, const QString &publicKeyTag,
-                                                  const QString &privateKeyTag) const
-{
-    const auto half = [](const QString &tag) {
-        return QVariantMap{{SecAttribute::IsPermanent, true}, {SecAttribute::ApplicationTag, bytes(tag)}};
-    };
-    return {{SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
-            {SecAttribute::KeySizeInBits, bits},
-            {SecAttribute::PrivateKeyAttrs, half(privateKeyTag)},
-            {SecAttribute::PublicKeyAttrs, half(publicKeyTag)}};
-}
-
-QVariantMap CoreKeychain::queryRSAKeyByTag(const QString &tag) const
-{
-    return {{SecAttribute::Class, SecAttribute::ClassKey},
-            {SecAttribute::ApplicationTag, bytes(tag)},
-            {SecAttribute::Type, SecAttribute::KeyTypeRSA}};
-}
-
-QVariantMap CoreKeychain::queryRSAKeyRefByTag(const QString &tag) const
-{
-    return {{SecAttribute::Class, SecAttribute::ClassKey},
-            {SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
-            {SecAttribute::ReturnRef, true},
-            {SecAttribute::ApplicationTag, tag}};
 }
 
 } // namespace kelpay

@@ -4,6 +4,7 @@
 #include "security/Random.h"
 
 #include <limits>
+#include <new>
 
 namespace kelpay {
 
@@ -36,7 +37,7 @@ openssl::CipherContext begin(const Bytes &key, const std::uint8_t *nonce, const 
 } // namespace
 
 std::optional<Bytes> sealValue(const Bytes &key, const Bytes &plain, const Bytes &context)
-{
+try {
     const auto nonce = generateSecureRandomData(nonceSize);
     if (!nonce || !fits(plain))
         return std::nullopt;
@@ -54,10 +55,12 @@ std::optional<Bytes> sealValue(const Bytes &key, const Bytes &plain, const Bytes
         EVP_CIPHER_CTX_ctrl(gcm.get(), EVP_CTRL_AEAD_GET_TAG, tagSize, tag) <= 0)
         return std::nullopt;
     return sealed.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> openValue(const Bytes &key, const Bytes &sealed, const Bytes &context)
-{
+try {
     if (sealed.size() < overhead || !fits(sealed) || sealed.data()[0] != version)
         return std::nullopt;
     const openssl::ErrorScope errors;
@@ -76,6 +79,8 @@ std::optional<Bytes> openValue(const Bytes &key, const Bytes &sealed, const Byte
         EVP_CipherFinal_ex(gcm.get(), out + length, &tail) <= 0)
         return std::nullopt;
     return plain.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 } // namespace kelpay

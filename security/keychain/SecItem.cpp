@@ -1,7 +1,5 @@
 #include "security/keychain/SecItem.h"
 
-#include "security/Digests.h"
-#include "security/Hex.h"
 #include "security/KeyRef.h"
 #include "security/SecStatus.h"
 #include "security/keychain/KeychainStore.h"
@@ -67,13 +65,6 @@ int copyAll(const QVariantMap &query, QVariant *result)
     return status;
 }
 
-struct PermanentHalf
-{
-    QString attributes; // the parameter that describes it
-    QString keyClass;
-    KeyRef::Half half;
-};
-
 } // namespace
 
 int secItemAdd(const QVariantMap &attributes)
@@ -122,35 +113,6 @@ int secItemCopyMatching(const QVariantMap &query, QVariant *result)
         return SecStatus::Decode;
     *result = QVariant::fromValue(std::make_shared<KeyRef>(*key));
     return SecStatus::Success;
-}
-
-int secKeyGeneratePair(const QVariantMap &parameters)
-{
-    const auto bits = parameters.value(SecAttribute::KeySizeInBits).toUInt();
-    const auto pair = KeyRef::generateRSA(bits);
-    const auto publicDer = pair ? pair->publicKey.toPKCS1(KeyRef::Half::Public) : std::nullopt;
-    const auto fingerprint = publicDer ? SHA1(*publicDer) : std::nullopt;
-    if (!fingerprint)
-        return SecStatus::Param;
-
-    std::vector<KeychainItem> items;
-    for (const auto &[name, keyClass, half] :
-         {PermanentHalf{SecAttribute::PrivateKeyAttrs, SecAttribute::KeyClassPrivate, KeyRef::Half::Private},
-          PermanentHalf{SecAttribute::PublicKeyAttrs, SecAttribute::KeyClassPublic, KeyRef::Half::Public}}) {
-        const QVariantMap wanted = parameters.value(name).toMap();
-        if (!wanted.value(SecAttribute::IsPermanent).toBool())
-            continue;
-        KeychainItem item;
-        item.itemClass = KeychainItemClass::Key;
-        item.account = tag(wanted).value_or(QString());
-        item.label = keyClass + QLatin1Char(' ') + encodeToHexString(*fingerprint);
-        item.attributes = {{SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
-                           {SecAttribute::KeyClass, keyClass},
-                           {SecAttribute::KeySizeInBits, bits}};
-        item.value = pair->privateKey.toPKCS1(half);
-        items.push_back(std::move(item));
-    }
-    return KeychainStore::shared().add(items);
 }
 
 } // namespace kelpay

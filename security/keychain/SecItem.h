@@ -29,7 +29,6 @@ inline const QString MatchLimitAll = QStringLiteral("kSecMatchLimitAll");
 inline const QString UseOperationPrompt = QStringLiteral("kSecUseOperationPrompt");
 inline const QString UseNoAuthenticationUI = QStringLiteral("kSecUseNoAuthenticationUI");
 inline const QString ApplicationTag = QStringLiteral("kSecAttrApplicationTag");
-inline const QString ApplicationLabel = QStringLiteral("kSecAttrApplicationLabel");
 inline const QString Type = QStringLiteral("kSecAttrType");
 inline const QString KeyType = QStringLiteral("kSecAttrKeyType");
 inline const QString KeyTypeRSA = QStringLiteral("kSecAttrKeyTypeRSA");
@@ -37,9 +36,6 @@ inline const QString KeyClass = QStringLiteral("kSecAttrKeyClass");
 inline const QString KeyClassPublic = QStringLiteral("kSecAttrKeyClassPublic");
 inline const QString KeyClassPrivate = QStringLiteral("kSecAttrKeyClassPrivate");
 inline const QString KeySizeInBits = QStringLiteral("kSecAttrKeySizeInBits");
-inline const QString IsPermanent = QStringLiteral("kSecAttrIsPermanent");
-inline const QString PrivateKeyAttrs = QStringLiteral("kSecPrivateKeyAttrs");
-inline const QString PublicKeyAttrs = QStringLiteral("kSecPublicKeyAttrs");
 } // namespace SecAttribute
 
 int secItemAdd(const QVariantMap &attributes);
@@ -50,7 +46,5 @@ int secItemDelete(const QVariantMap &query);
 /// (kSecReturnRef), or a list of attribute maps (kSecReturnAttributes with kSecMatchLimitAll); with none of these the
 /// call only says whether an item is there.
 int secItemCopyMatching(const QVariantMap &query, QVariant *result = nullptr);
-/// Makes a pair of RSA keys and stores each half that kSecAttrIsPermanent asks for, under its tag.
-int secKeyGeneratePair(const QVariantMap &parameters);
 
 } // namespace kelpay

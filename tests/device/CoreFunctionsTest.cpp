@@ -26,14 +26,14 @@ TEST(CoreFunctions, VersionsLoseTheirDots)
 TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
 {
     auto &defaults = UserDefaults::standard();
-    CoreKeychain().deleteEntry(QStringLiteral("uuid"));
+    CoreKeychain().deleteEntryForKey(QStringLiteral("uuid"));
     defaults.setInteger(QStringLiteral("ard"), 9);
     CoreFunctions().returnThings();
     const qint64 first = defaults.integer(trace).value_or(0);
     EXPECT_GE(first, 100);
     EXPECT_LE(first, 800);
     EXPECT_FALSE(defaults.integer(QStringLiteral("ard")));
-    const QString uuid = CoreKeychain().string(QStringLiteral("uuid")).value_or(QString());
+    const QString uuid = CoreKeychain().stringForKey(QStringLiteral("uuid")).value_or(QString());
     EXPECT_TRUE(
         QRegularExpression(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")).match(uuid).hasMatch());
     CoreFunctions().returnThings();
@@ -44,7 +44,7 @@ TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
     defaults.remove(trace);
     CoreFunctions().returnThings();
     EXPECT_EQ(defaults.integer(trace), 1);
-    EXPECT_EQ(CoreKeychain().string(QStringLiteral("uuid")), uuid);
+    EXPECT_EQ(CoreKeychain().stringForKey(QStringLiteral("uuid")), uuid);
 }
 
 TEST(CoreFunctions, RandomIntegersStayInTheirRange)

@@ -130,7 +130,7 @@ constexpr auto payment = &CoreNetworking::sendPaymentRequest;
 TEST_F(ExchangeTest, AsksWithFifteenValues)
 {
     const qint64 trace = *defaults.integer(u"trace"_s);
-    const QString uuid = *keychain.string(u"uuid"_s);
+    const QString uuid = *keychain.stringForKey(u"uuid"_s);
     defaults.setInteger(u"ard"_s, 77);
     QJsonObject expected{{u"vi"_s, u"210;100"_s},
                          {u"ar"_s, u"0912;192.0.2.7;"_s},
@@ -151,7 +151,7 @@ TEST_F(ExchangeTest, AsksWithFifteenValues)
     EXPECT_EQ(lastRequest(), expected);
     EXPECT_EQ(defaults.string(u"rsn"_s), u"extra"_s);
     EXPECT_EQ(defaults.string(u"pcc"_s), u"A"_s);
-    EXPECT_EQ(keychain.string(u"msisdn"_s), u"0912"_s);
+    EXPECT_EQ(keychain.stringForKey(u"msisdn"_s), u"0912"_s);
 
     facts->address = std::nullopt;
     expected[u"ar"_s] = u"0912;(null);"_s;
@@ -250,7 +250,7 @@ TEST_F(ExchangeTest, SendsNothingThatIsIncomplete)
     for (const auto &input : {u""_s, u"0912"_s, u"0912||x"_s})
         EXPECT_EQ(run(token, input, TransportError{}), std::nullopt);
     EXPECT_EQ(mistakes.size(), 3U);
-    keychain.deleteEntry(u"mid"_s);
+    keychain.deleteEntryForKey(u"mid"_s);
     run(payment, u"x"_s, TransportError{});
     ASSERT_EQ(mistakes.size(), 4U);
     EXPECT_TRUE(mistakes[3].contains(u"initWithMerchantID"_s));

@@ -77,13 +77,15 @@ TEST(AFRSA, SignsUnderEachPadding)
     ASSERT_TRUE(rsa().keysFromData(test::makeIdentity(), password));
     const Bytes data(std::string_view("signed"));
     EXPECT_EQ(rsa().padding(), AFRSA::PaddingPKCS1SHA1);
-    for (const std::uint32_t padding : {1U, 0x8002U, 0x8003U, 0x8004U, 0x8005U, 0x8006U}) {
+    for (const std::uint32_t padding :
+         {0U, 1U, 2U, 0x8000U, 0x8001U, 0x8002U, 0x8003U, 0x8004U, 0x8005U, 0x8006U, 0x8007U, 0xffffffffU}) {
         rsa().setPadding(padding);
         const auto signature = rsa().signDataWithPrivateKey(data);
         ASSERT_TRUE(signature) << padding;
         EXPECT_EQ(signature->size(), 256U);
         EXPECT_TRUE(rsa().verifyDataWithPublicKey(data, *signature)) << padding;
-        EXPECT_EQ(rsa().verifyDataWithPublicKey(Bytes(std::string_view("other")), *signature), padding == 1)
+        const bool hasDigest = padding >= 0x8002U && padding <= 0x8006U;
+        EXPECT_EQ(rsa().verifyDataWithPublicKey(Bytes(std::string_view("other")), *signature), !hasDigest)
             << "without a digest nothing of the data is signed";
         for (std::size_t at = 0; at < signature->size(); at += 37) {
             std::string flipped(signature->view());
@@ -94,32 +96,41 @@ TEST(AFRSA, SignsUnderEachPadding)
         rsa().setPadding(padding == 0x8006U ? 0x8004U : 0x8006U);
         EXPECT_FALSE(rsa().verifyDataWithPublicKey(data, *signature)) << padding;
     }
-    for (const std::uint32_t padding : {0U, 2U, 0x8000U, 0x8001U, 0x8007U}) {
-        rsa().setPadding(padding);
-        EXPECT_FALSE(rsa().signDataWithPrivateKey(data)) << padding;
-        EXPECT_FALSE(rsa().verifyDataWithPublicKey(data, Bytes(std::string(256, '\0')))) << padding;
-    }
     rsa().setPadding(AFRSA::PaddingPKCS1SHA1);
+}
+
+TEST(AFRSA, MakesKeysOfSaneSizes)
+{
+    EXPECT_TRUE(rsa().generateKeys(1024));
+    for (const unsigned bits : {0U, 512U, 1023U, 4097U, 1'000'000U, 0xffffffffU})
+        EXPECT_FALSE(rsa().generateKeys(bits)) << bits;
+    EXPECT_EQ(rsa().publicKey()->blockSize(), 128U) << "as they were";
 }
 
 TEST(AFRSA, BadFilesLeaveBothKeysNull)
 {
     const Bytes good = test::makeIdentity({.bits = 1024});
-    const Bytes expired = test::makeIdentity({.bits = 1024, .notAfter = -1});
-    const Bytes notYet = test::makeIdentity({.bits = 1024, .notBefore = 60});
-    const Bytes keyless = test::makeIdentity({.hasKey = false});
-    const auto isRefused = [&](const Bytes &file, const QString &secret) {
+    const struct
+    {
+        const char *name;
+        Bytes file;
+        QString secret;
+    } rows[] = {
+        {"wrong password", good, u"wrong"_s},
+        {"no password", good, QString()},
+        {"password and more", good, password + QChar(0) + u"tail"_s},
+        {"expired", test::makeIdentity({.bits = 1024, .notAfter = -1}), password},
+        {"not yet valid", test::makeIdentity({.bits = 1024, .notBefore = 60}), password},
+        {"no key", test::makeIdentity({.hasKey = false}), password},
+        {"damaged key", test::makeIdentity({.bits = 1024, .isKeyDamaged = true}), password},
+        {"no file", Bytes(), password},
+    };
+    for (const auto &[name, file, secret] : rows) {
         EXPECT_TRUE(rsa().keysFromData(good, password));
         EXPECT_TRUE(rsa().publicKey() && rsa().privateKey());
-        return !rsa().keysFromData(file, secret) && !rsa().publicKey() && !rsa().privateKey();
-    };
-    EXPECT_TRUE(isRefused(good, u"wrong"_s));
-    EXPECT_TRUE(isRefused(good, QString()));
-    EXPECT_TRUE(isRefused(good, password + QChar(0) + u"tail"_s));
-    EXPECT_TRUE(isRefused(expired, password));
-    EXPECT_TRUE(isRefused(notYet, password));
-    EXPECT_TRUE(isRefused(keyless, password));
-    EXPECT_TRUE(isRefused(Bytes(), password));
+        EXPECT_FALSE(rsa().keysFromData(file, secret)) << name;
+        EXPECT_FALSE(rsa().publicKey() || rsa().privateKey()) << name;
+    }
     EXPECT_TRUE(rsa().keysFromData(good, password));
     EXPECT_FALSE(rsa().keysFromPersonalInformationExchangeFile(u"/nowhere.pfx"_s, password));
     EXPECT_FALSE(rsa().publicKey());

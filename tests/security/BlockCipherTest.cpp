@@ -1,8 +1,11 @@
+#define OPENSSL_SUPPRESS_DEPRECATED
 #include "security/BlockCipher.h"
 #include "security/AFAES.h"
-#include "security/Hex.h"
-#include "security/PPAES.h"
+#include "security/AFRSA.h"
+#include "security/OpenSsl.h"
 #include "security/Random.h"
+#include "security/toolbox/Hex.h"
+#include "security/toolbox/PPAES.h"
 
 #include <gtest/gtest.h>
 
@@ -187,9 +190,25 @@ TEST(Random, ClampsKeySizes)
         EXPECT_EQ(generateSymmetricKeyForAlgorithm(algorithm, wanted)->size(), given) << algorithm << ' ' << wanted;
     EXPECT_EQ(generateSymmetricKeyForAlgorithm(CipherAES)->size(), 32U);
     EXPECT_EQ(generateIVForAlgorithm(9)->size(), 16U);
-    EXPECT_EQ(generateHmacKeyForAlgorithm(5)->size(), 28U);
-    EXPECT_EQ(generateHmacKeyForAlgorithm(6)->size(), 0U);
-    EXPECT_NE(generateSecureRandomData(32), generateSecureRandomData(32));
+}
+
+TEST(Random, NeverAsksTheHostsMethod)
+{
+    static int draws = 0;
+    constexpr auto draw = [](unsigned char *out, int size) {
+        ++draws;
+        std::fill_n(out, size, std::uint8_t{7});
+        return 1;
+    };
+    static const RAND_METHOD method{nullptr, draw, nullptr, nullptr, draw, nullptr};
+    auto &rsa = AFRSA::sharedAFRSA();
+    ASSERT_TRUE(rsa.generateKeys());
+    RAND_set_rand_method(&method);
+    const Bytes data = *generateSecureRandomData(32);
+    EXPECT_NE(generateSecureRandomData(32), data);
+    EXPECT_NE(rsa.encryptDataWithPublicKey(data), rsa.encryptDataWithPublicKey(data));
+    EXPECT_EQ(draws, 0);
+    RAND_set_rand_method(nullptr);
 }
 
 TEST(AFAES, KeepsKeyAndVector)

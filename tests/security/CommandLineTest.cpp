@@ -4,8 +4,8 @@
 #include "security/AFRSA.h"
 #include "security/Base64.h"
 #include "security/CoreSecurity.h"
-#include "security/Hex.h"
 #include "security/Pkcs12Item.h"
+#include "security/toolbox/Hex.h"
 
 #include <gtest/gtest.h>
 
@@ -67,7 +67,7 @@ protected:
 
 QString hexOf(const std::optional<Bytes> &bytes)
 {
-    return encodeToHexString(bytes.value());
+    return *encodeToHexString(bytes.value());
 }
 
 } // namespace

@@ -1,16 +1,17 @@
-#define OPENSSL_SUPPRESS_DEPRECATED
 #include "TestIdentity.h"
 
 #include "security/AFAES.h"
 #include "security/AFRSA.h"
 #include "security/CoreSecurity.h"
 #include "security/OpenSsl.h"
-#include "security/PPRSA.h"
 #include "security/Random.h"
 #include "security/keychain/CoreKeychain.h"
 #include "security/keychain/SealedValue.h"
+#include "security/toolbox/PPRSA.h"
 
 #include <gtest/gtest.h>
+
+#include <random>
 
 namespace kelpay {
 
@@ -18,38 +19,43 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// All of the process's random bytes come from here while it lives: `healthy` draws succeed, then none does.
-class FailingSource
-{
-public:
-    explicit FailingSource(int healthy)
-    {
-        left = healthy;
-        static const RAND_METHOD method{nullptr, draw, nullptr, nullptr, draw, nullptr};
-        RAND_set_rand_method(&method);
-    }
-    ~FailingSource() { RAND_set_rand_method(nullptr); }
-    FailingSource(const FailingSource &) = delete;
-    FailingSource &operator=(const FailingSource &) = delete;
+constexpr std::size_t plenty = 1 << 20;
 
-private:
-    static int draw(unsigned char *out, int size)
+// The generators of our library context are OpenSSL's test generator, which gives out what it is fed and then fails.
+class DeadRandomTest : public testing::Test
+{
+protected:
+    static void SetUpTestSuite()
     {
-        if (left-- <= 0)
-            return 0;
-        for (int i = 0; i < size; ++i)
-            out[i] = static_cast<unsigned char>(i + left + 1);
-        return 1;
+        ASSERT_TRUE(RAND_set_DRBG_type(openssl::libraryContext(), "TEST-RAND", nullptr, nullptr, nullptr));
+        feed(plenty);
+        identity = std::make_unique<test::InstalledIdentity>(test::makeIdentity());
     }
-    static inline int left = 0;
+    static void TearDownTestSuite() { identity.reset(); }
+
+    // Both generators give `size` bytes from now on and none after that.
+    static void feed(std::size_t size)
+    {
+        static std::mt19937 numbers{1};
+        std::string bytes(size, '\0');
+        for (char &byte : bytes)
+            byte = static_cast<char>(numbers());
+        const OSSL_PARAM params[] = {
+            OSSL_PARAM_construct_octet_string(OSSL_RAND_PARAM_TEST_ENTROPY, bytes.data(), bytes.size()),
+            OSSL_PARAM_construct_end()};
+        for (auto *generator :
+             {RAND_get0_public(openssl::libraryContext()), RAND_get0_private(openssl::libraryContext())})
+            ASSERT_TRUE(EVP_RAND_CTX_set_params(generator, params));
+    }
+
+    static inline std::unique_ptr<test::InstalledIdentity> identity;
 };
 
 } // namespace
 
-TEST(DeadRandom, GivesNullResults)
+TEST_F(DeadRandomTest, GivesNullResults)
 {
-    const test::InstalledIdentity identity(test::makeIdentity());
-    const FailingSource source(0);
+    feed(0);
     EXPECT_FALSE(generateSecureRandomData(1));
     EXPECT_FALSE(generateSymmetricKeyForAlgorithm(0));
     EXPECT_FALSE(generateIVForAlgorithm(0));
@@ -57,38 +63,29 @@ TEST(DeadRandom, GivesNullResults)
     EXPECT_FALSE(sealValue(Bytes(std::string(32, 'k')), Bytes(), Bytes()));
     EXPECT_FALSE(AFAES::sharedAFAES().AES256Encrypt(Bytes(std::string_view("x"))));
     EXPECT_FALSE(AFRSA::sharedAFRSA().publicKey());
-    EXPECT_FALSE(AFRSA::sharedAFRSA().generateKeys(512));
+    EXPECT_FALSE(AFRSA::sharedAFRSA().generateKeys());
     EXPECT_FALSE(CoreKeychain(u"dead"_s).setString(u"x"_s, u"key"_s));
-    EXPECT_FALSE(CoreKeychain(u"dead"_s).hasValue(u"key"_s));
+    EXPECT_FALSE(CoreKeychain(u"dead"_s).hasValueForKey(u"key"_s));
 }
 
-TEST(DeadRandom, NothingPlainAndNoWeakKeyGoesOut)
+TEST_F(DeadRandomTest, NothingPlainAndNoWeakKeyGoesOut)
 {
-    const test::InstalledIdentity identity(test::makeIdentity());
     UserDefaults defaults{QString()};
-    const CoreSecurity security(defaults);
-    const QJsonObject request{{u"pan"_s, u"marker"_s}};
-    ASSERT_FALSE(security.encryptRequest(request).contains(u"(null)"_s));
+    const auto sealed = [&](std::size_t bytes) {
+        feed(bytes);
+        return CoreSecurity(defaults).encryptRequest({{u"pan"_s, u"marker"_s}});
+    };
+    ASSERT_FALSE(sealed(plenty).contains(u"(null)"_s));
     const auto key = defaults.string(u"latest_key"_s);
-    // The source dies before the key, before the vector, before the padding of RSA; then it holds out.
-    const QString none = u"'(null)#(null)\n'"_s;
-    {
-        const FailingSource source(0);
-        EXPECT_EQ(security.encryptRequest(request), none);
-        EXPECT_EQ(defaults.string(u"latest_key"_s), key);
-    }
-    {
-        const FailingSource source(1);
-        EXPECT_EQ(security.encryptRequest(request), none);
-    }
-    {
-        const FailingSource source(2);
-        const QString envelope = security.encryptRequest(request);
-        EXPECT_TRUE(envelope.startsWith(u"'(null)#"_s));
-        EXPECT_EQ(envelope.count(u"(null)"_s), 1);
-    }
-    const FailingSource source(1000);
-    EXPECT_FALSE(security.encryptRequest(request).contains(u"(null)"_s));
+    // The source dies before the key of 32 bytes, before the vector of 16, before the padding of RSA; then it holds
+    // out.
+    EXPECT_EQ(sealed(31), u"'(null)#(null)\n'"_s);
+    EXPECT_EQ(defaults.string(u"latest_key"_s), key);
+    EXPECT_EQ(sealed(47), u"'(null)#(null)\n'"_s);
+    const QString unwrapped = sealed(48);
+    EXPECT_TRUE(unwrapped.startsWith(u"'(null)#"_s));
+    EXPECT_EQ(unwrapped.count(u"(null)"_s), 1);
+    EXPECT_FALSE(sealed(plenty).contains(u"(null)"_s));
 }
 
 } // namespace kelpay

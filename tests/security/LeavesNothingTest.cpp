@@ -124,7 +124,7 @@ TEST(LeavesNothing, OfAnAnswer)
     security.encryptRequest({{u"a"_s, 1}});
     const auto key = decodeBase64(defaults.utf8(u"latest_key"_s)->view(), UnknownCharacters::Refuse);
     const QString answer =
-        base64EncodedString(*doBlockCipherWithAlgorithm(marker(), CipherAES, key, {}, CipherEncrypt, true, true));
+        *base64EncodedString(*doBlockCipherWithAlgorithm(marker(), CipherAES, key, {}, CipherEncrypt, true, true));
     for (int i = 0; i < 20; ++i)
         ASSERT_EQ(security.decryptRequest(answer), marker());
     EXPECT_FALSE(security.decryptRequest(answer.chopped(4) + u"AAA="_s));
@@ -150,9 +150,9 @@ TEST(LeavesNothing, OfAKeychainValue)
     const CoreKeychain store(u"leaves nothing"_s);
     ASSERT_TRUE(store.setData(marker(), u"key"_s));
     ASSERT_TRUE(store.setData(marker(), u"key"_s));
-    ASSERT_EQ(store.data(u"key"_s), marker());
+    ASSERT_EQ(store.dataForKey(u"key"_s), marker());
     EXPECT_EQ(needle.count(), 0);
-    EXPECT_TRUE(store.deleteEntry(u"key"_s));
+    EXPECT_TRUE(store.deleteEntryForKey(u"key"_s));
 }
 
 } // namespace kelpay

@@ -1,12 +1,14 @@
 #include "TestIdentity.h"
 
-#include "security/Hex.h"
-#include "security/PPRSA.h"
+#include "security/toolbox/Hex.h"
+#include "security/toolbox/PPRSA.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
 #include <QFile>
+
+#include <functional>
 
 namespace kelpay {
 
@@ -33,7 +35,7 @@ private:
     QFile m_file;
 };
 
-template <typename Call> QString failureOf(const Call &call)
+QString failureOf(const std::function<bool(Error *)> &call)
 {
     Error error;
     EXPECT_FALSE(call(&error));
@@ -49,26 +51,34 @@ TEST(PPRSA, SaysWhatFailed)
 {
     PPRSA rsa;
     const Bytes garbage(std::string_view("garbage"));
-    const Bytes file = test::makeIdentity({.bits = 1024, .password = "secret"});
-    const auto text = [](const auto &call) { return failureOf(call); };
-    EXPECT_EQ(text([&](Error *e) { return rsa.encryptData(garbage, e); }),
-              u"No public key has been loaded, cannot encrypt"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.decryptData(garbage, e); }),
-              u"No private key has been loaded, cannot decrypt"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.loadPublicKeyFromBundledCertificate(u"none"_s, e); }),
-              u"Bundled certificate named «none.crt» not found"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.loadPrivateKeyFromBundledP12(u"none"_s, u"x"_s, e); }),
-              u"Bundled private key file named «none.p12» not found"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.publicKeyFromData(garbage, e); }), u"Failed to create certificate"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.loadPrivateKeyFromP12Data(file, u"wrong"_s, e); }),
-              u"Failed to import P12 data: wrong password"_s);
-    EXPECT_EQ(text([&](Error *e) { return rsa.loadPrivateKeyFromP12Data(garbage, u"x"_s, e); }),
-              u"Failed to import P12 data: Error code -26275"_s);
+    const Bytes good = test::makeIdentity({.bits = 1024, .password = "secret"});
     const Bytes keyless = test::makeIdentity({.password = "secret", .hasKey = false});
-    EXPECT_EQ(text([&](Error *e) { return rsa.privateKeyFromData(keyless, u"secret"_s, e); }),
-              u"Failed to copy private key: Error code -25300"_s);
-    EXPECT_EQ(PPRSA::errorMessageForCode(0, u"Failed to import P12 data"_s),
-              u"Failed to import P12 data: Error code 0"_s);
+    const Bytes damaged = test::makeIdentity({.bits = 1024, .password = "secret", .isKeyDamaged = true});
+    const struct
+    {
+        std::function<bool(Error *)> call;
+        QString text;
+    } rows[] = {
+        {[&](Error *e) { return rsa.encryptData(garbage, e).has_value(); },
+         u"No public key has been loaded, cannot encrypt"_s},
+        {[&](Error *e) { return rsa.decryptData(garbage, e).has_value(); },
+         u"No private key has been loaded, cannot decrypt"_s},
+        {[&](Error *e) { return rsa.loadPublicKeyFromBundledCertificate(u"none"_s, e); },
+         u"Bundled certificate named «none.crt» not found"_s},
+        {[&](Error *e) { return rsa.loadPrivateKeyFromBundledP12(u"none"_s, u"x"_s, e); },
+         u"Bundled private key file named «none.p12» not found"_s},
+        {[&](Error *e) { return rsa.publicKeyFromData(garbage, e).has_value(); }, u"Failed to create certificate"_s},
+        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(good, u"wrong"_s, e); },
+         u"Failed to import P12 data: wrong password"_s},
+        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(garbage, u"x"_s, e); },
+         u"Failed to import P12 data: Error code -26275"_s},
+        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(damaged, u"secret"_s, e); },
+         u"Failed to import P12 data: Error code -26275"_s},
+        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(keyless, u"secret"_s, e); },
+         u"Failed to import P12 data: Error code 0"_s},
+    };
+    for (const auto &[call, text] : rows)
+        EXPECT_EQ(failureOf(call), text);
     EXPECT_FALSE(rsa.hasPublicKey() || rsa.hasPrivateKey());
 }
 
@@ -81,22 +91,13 @@ TEST(PPRSA, EncryptsOneBlockAndDecryptsToAWholeOne)
     EXPECT_TRUE(rsa.loadPrivateKeyFromBundledP12(u"host"_s, u"secret"_s));
     ASSERT_TRUE(rsa.hasPublicKey() && rsa.hasPrivateKey());
     EXPECT_EQ(rsa.encryptData(Bytes(std::string(245, 'x')))->size(), 256U);
-    EXPECT_EQ(failureOf([&](Error *e) { return rsa.encryptData(Bytes(std::string(246, 'x')), e); }),
+    EXPECT_EQ(failureOf([&](Error *e) { return rsa.encryptData(Bytes(std::string(246, 'x')), e).has_value(); }),
               u"Too much data, cannot encrypt. Max 245 byte, have 246"_s);
-
-    const auto block = rsa.privateKeyFromData(test::makeIdentity({.password = "secret"}), u"secret"_s);
-    ASSERT_TRUE(block);
-    EXPECT_EQ(failureOf([&](Error *e) { return rsa.decryptData(Bytes(std::string(256, '\xff')), e); }),
+    EXPECT_EQ(failureOf([&](Error *e) { return rsa.decryptData(Bytes(std::string(256, '\xff')), e).has_value(); }),
               u"Failed to decrypt data: invalid encryption"_s);
-}
 
-TEST(PPRSA, DecryptedBlockIsFilledWithZeros)
-{
-    PPRSA rsa;
-    const Bytes file = test::makeIdentity({.password = "secret"});
-    ASSERT_TRUE(rsa.loadPrivateKeyFromP12Data(file, u"secret"_s));
-    const auto key = *rsa.privateKeyFromData(file, u"secret"_s);
-    EXPECT_EQ(rsa.decryptData(*key.encrypt(Bytes(std::string_view("text")))), Bytes("text" + std::string(252, '\0')));
+    const Bytes sealed = *rsa.privateKey()->encrypt(Bytes(std::string_view("text")));
+    EXPECT_EQ(rsa.decryptData(sealed), Bytes("text" + std::string(252, '\0')));
 }
 
 TEST(PPRSA, RandomStringsStayInTheAlphabet)

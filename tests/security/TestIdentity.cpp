@@ -18,6 +18,22 @@ Pkey makeKey(int bits)
     return Pkey(EVP_PKEY_Q_keygen(openssl::libraryContext(), nullptr, "RSA", static_cast<std::size_t>(bits)));
 }
 
+// The key with another private exponent; its public half is the same.
+Pkey damaged(const EVP_PKEY *key)
+{
+    OSSL_PARAM *params = nullptr;
+    EVP_PKEY_todata(key, EVP_PKEY_KEYPAIR, &params);
+    OSSL_PARAM *exponent = OSSL_PARAM_locate(params, OSSL_PKEY_PARAM_RSA_D);
+    *static_cast<unsigned char *>(exponent->data) ^= 2;
+    const openssl::PkeyContext context(EVP_PKEY_CTX_new_from_name(openssl::libraryContext(), "RSA", nullptr));
+    EVP_PKEY *made = nullptr;
+    if (EVP_PKEY_fromdata_init(context.get()) <= 0 ||
+        EVP_PKEY_fromdata(context.get(), &made, EVP_PKEY_KEYPAIR, params) <= 0)
+        qFatal("a test key can't be damaged");
+    OSSL_PARAM_free(params);
+    return Pkey(made);
+}
+
 struct Subject
 {
     const char *name;
@@ -74,9 +90,11 @@ Bytes makeIdentity(const IdentityRecipe &recipe)
         keyCipher = certificateCipher = NID_pbe_WithSHA1And3_Key_TripleDES_CBC;
     if (recipe.encryption == IdentityRecipe::Encryption::Rc2AndTripleDes)
         certificateCipher = NID_pbe_WithSHA1And40BitRC2_CBC;
-    const openssl::Pkcs12 file(PKCS12_create_ex(recipe.password.c_str(), "test", recipe.hasKey ? key.get() : nullptr,
-                                                certificate.get(), others.get(), keyCipher, certificateCipher, 2048,
-                                                2048, 0, openssl::libraryContext(), nullptr));
+    const Pkey stored = recipe.isKeyDamaged ? damaged(key.get()) : nullptr;
+    EVP_PKEY *const keyInFile = stored ? stored.get() : recipe.hasKey ? key.get() : nullptr;
+    const openssl::Pkcs12 file(PKCS12_create_ex(recipe.password.c_str(), "test", keyInFile, certificate.get(),
+                                                others.get(), keyCipher, certificateCipher, 2048, 2048, 0,
+                                                openssl::libraryContext(), nullptr));
     if (!file)
         qFatal("a test identity can't be made");
     unsigned char *out = nullptr;

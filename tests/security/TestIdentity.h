@@ -20,6 +20,8 @@ struct IdentityRecipe
     /// Signed by an intermediate and a root, both in the file, in an order that is not the chain's.
     bool hasIssuers = false;
     bool hasKey = true;
+    /// The private exponent is another one.
+    bool isKeyDamaged = false;
 };
 
 /// A PKCS#12 file.

@@ -47,7 +47,7 @@ void finish(const ReceiptInput &input, const QPointer<NavigationController> &nav
 ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
 {
     PaymentData data;
-    data.mpin = CoreKeychain().string(QStringLiteral("mid"));
+    data.mpin = CoreKeychain().stringForKey(QStringLiteral("mid"));
     data.crn = UserDefaults::standard().string(QStringLiteral("crn"));
     data.bn = CoreFunctions().bankNameForCardNumber(data.crn.value_or(QString()));
     const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());

@@ -1,4 +1,4 @@
-#include "security/Hex.h"
+#include "security/toolbox/Hex.h"
 
 #include "platform/Log.h"
 #include "security/StrictUtf8.h"
@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstring>
+#include <new>
 
 namespace kelpay {
 
@@ -56,22 +57,26 @@ template <typename Char> void encode(const Bytes &data, Char *out)
 
 } // namespace
 
-Bytes encodeToHexData(const Bytes &data)
-{
+std::optional<Bytes> encodeToHexData(const Bytes &data)
+try {
     BytesBuilder builder(2 * data.size());
     encode(data, reinterpret_cast<char *>(builder.extend(2 * data.size())));
     return builder.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
-QString encodeToHexString(const Bytes &data)
-{
+std::optional<QString> encodeToHexString(const Bytes &data)
+try {
     QString text(static_cast<qsizetype>(2 * data.size()), Qt::Uninitialized);
     encode(data, reinterpret_cast<char16_t *>(text.data()));
     return text;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<Bytes> decodeFromHexData(const Bytes &hex)
-{
+try {
     BytesBuilder builder(hex.size() / 2);
     auto *out = builder.extend(hex.size() / 2);
     const auto *in = hex.data();
@@ -87,17 +92,23 @@ std::optional<Bytes> decodeFromHexData(const Bytes &hex)
         *out++ = static_cast<std::uint8_t>(high << 4 | low);
     }
     return builder.take();
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
-QString encodeToHexString(const QString &text)
-{
+std::optional<QString> encodeToHexString(const QString &text)
+try {
     return encodeToHexString(Bytes::fromText(text));
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 std::optional<QString> decodeFromHexString(const QString &hex)
-{
+try {
     const auto bytes = decodeFromHexData(Bytes::fromText(hex));
     return bytes ? strictUtf8(*bytes) : std::nullopt;
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 } // namespace kelpay

@@ -1,21 +1,25 @@
-#include "security/PPAES.h"
+#include "security/toolbox/PPAES.h"
 
 #include "security/BlockCipher.h"
 #include "security/OneShotCipher.h"
 #include "security/OpenSsl.h"
+
+#include <new>
 
 namespace kelpay {
 
 namespace {
 
 std::optional<Bytes> crypt(const Bytes &data, const QString &keyString, unsigned operation)
-{
+try {
     constexpr std::size_t keySize = 32;
     const Bytes text = Bytes::fromText(keyString);
     if (text.size() < keySize)
         return std::nullopt;
     const openssl::ErrorScope errors;
     return cryptOneShot({CipherAES, operation, true, false}, Bytes(text.data(), keySize), std::nullopt, data);
+} catch (const std::bad_alloc &) {
+    return std::nullopt;
 }
 
 } // namespace

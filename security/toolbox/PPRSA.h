@@ -28,6 +28,8 @@ public:
     std::optional<KeyRef> privateKeyFromData(const Bytes &pkcs12, const QString &password,
                                              Error *error = nullptr) const;
 
+    const std::optional<KeyRef> &publicKey() const { return m_publicKey; }
+    const std::optional<KeyRef> &privateKey() const { return m_privateKey; }
     bool hasPublicKey() const { return m_publicKey.has_value(); }
     bool hasPrivateKey() const { return m_privateKey.has_value(); }
 
@@ -36,7 +38,7 @@ public:
     /// The whole block: the plain text, followed by zeros up to the key's size.
     std::optional<Bytes> decryptData(const Bytes &data, Error *error = nullptr) const;
 
-    /// `length` characters of a 74-character alphabet; "" when the random source fails.
+    /// `length` characters of a 74-character alphabet; "" when the random source fails or memory runs out.
     static QString randomStringOfLength(std::size_t length);
     static QString errorMessageForCode(int status, const QString &message);
 

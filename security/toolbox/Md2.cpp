@@ -1,4 +1,4 @@
-#include "security/Md2.h"
+#include "security/toolbox/Md2.h"
 
 #include <algorithm>
 

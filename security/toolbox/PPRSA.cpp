@@ -1,4 +1,4 @@
-#include "security/PPRSA.h"
+#include "security/toolbox/PPRSA.h"
 
 #include "platform/Bundle.h"
 #include "security/Pkcs12Item.h"
@@ -7,14 +7,13 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 
 namespace kelpay {
 
 const QString PPRSAErrorDomain = QStringLiteral("PPRSAErrorDomain");
 
 namespace {
-
-constexpr std::size_t paddingSize = 11;
 
 // Fills the slot and is the null result of any type.
 struct Failure
@@ -82,9 +81,6 @@ std::optional<KeyRef> PPRSA::privateKeyFromData(const Bytes &pkcs12, const QStri
     const auto [status, item] = Pkcs12Item::import(pkcs12, password);
     if (!item)
         return Failure(error, errorMessageForCode(status, QStringLiteral("Failed to import P12 data")));
-    if (!item->privateKey())
-        return Failure(error,
-                       errorMessageForCode(SecStatus::ItemNotFound, QStringLiteral("Failed to copy private key")));
     return item->privateKey();
 }
 
@@ -92,7 +88,7 @@ std::optional<Bytes> PPRSA::encryptData(const Bytes &data, Error *error) const
 {
     if (!m_publicKey)
         return Failure(error, QStringLiteral("No public key has been loaded, cannot encrypt"));
-    const std::size_t most = m_publicKey->blockSize() - std::min(m_publicKey->blockSize(), paddingSize);
+    const std::size_t most = m_publicKey->blockSize() - std::min(m_publicKey->blockSize(), KeyRef::paddingSize);
     if (data.size() > most)
         return Failure(
             error, QStringLiteral("Too much data, cannot encrypt. Max %1 byte, have %2").arg(most).arg(data.size()));
@@ -102,7 +98,7 @@ std::optional<Bytes> PPRSA::encryptData(const Bytes &data, Error *error) const
 }
 
 std::optional<Bytes> PPRSA::decryptData(const Bytes &data, Error *error) const
-{
+try {
     if (!m_privateKey)
         return Failure(error, QStringLiteral("No private key has been loaded, cannot decrypt"));
     const auto plain = m_privateKey->decrypt(data);
@@ -113,10 +109,12 @@ std::optional<Bytes> PPRSA::decryptData(const Bytes &data, Error *error) const
     block.append(*plain);
     std::fill_n(block.extend(zeros), zeros, std::uint8_t{0});
     return block.take();
+} catch (const std::bad_alloc &) {
+    return Failure(error, errorMessageForCode(SecStatus::Allocate, QStringLiteral("Failed to decrypt data")));
 }
 
 QString PPRSA::randomStringOfLength(std::size_t length)
-{
+try {
     constexpr std::string_view alphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXZY0123456789@%#$^_.*-+/=";
     static_assert(alphabet.size() == 74);
     constexpr auto longest = static_cast<std::size_t>(std::numeric_limits<int>::max());
@@ -130,6 +128,8 @@ QString PPRSA::randomStringOfLength(std::size_t length)
         text[static_cast<qsizetype>(i)] = QLatin1Char(alphabet[number % alphabet.size()]);
     }
     return text;
+} catch (const std::bad_alloc &) {
+    return {};
 }
 
 QString PPRSA::errorMessageForCode(int status, const QString &message)

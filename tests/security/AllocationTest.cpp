@@ -1,0 +1,125 @@
+#include "TestIdentity.h"
+
+#include "security/AFAES.h"
+#include "security/AFRSA.h"
+#include "security/Base64.h"
+#include "security/BlockCipher.h"
+#include "security/Digests.h"
+#include "security/Random.h"
+#include "security/keychain/SealedValue.h"
+#include "security/toolbox/Hex.h"
+#include "security/toolbox/Hmac.h"
+#include "security/toolbox/OldDigests.h"
+#include "security/toolbox/PPAES.h"
+#include "security/toolbox/PPRSA.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KELPAY_OWN_MALLOC 0
+#elif defined(__has_feature)
+#define KELPAY_OWN_MALLOC !(__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
+#else
+#define KELPAY_OWN_MALLOC 1
+#endif
+
+// A sanitizer has an allocator of its own.
+#if KELPAY_OWN_MALLOC
+
+namespace {
+
+// The allocation of this thread that fails, counted down; 0 for none.
+thread_local long failing = 0;
+
+} // namespace
+
+extern "C" void *__libc_malloc(std::size_t size);
+
+// Of the whole process, OpenSSL's and Qt's as well.
+extern "C" void *malloc(std::size_t size)
+{
+    if (failing > 0 && --failing == 0) {
+        errno = ENOMEM;
+        return nullptr;
+    }
+    return __libc_malloc(size);
+}
+
+namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// Runs `operation` again and again, each time with a later one of its allocations failing.
+template <typename Operation> void failEachAllocation(const char *name, Operation operation)
+{
+    SCOPED_TRACE(name);
+    const auto expected = operation();
+    ASSERT_TRUE(expected);
+    int nulls = 0;
+    for (long at = 1;; ++at) {
+        auto result = decltype(operation()){};
+        failing = at;
+        EXPECT_NO_THROW(result = operation()) << at;
+        const bool isOver = failing > 0;
+        failing = 0;
+        EXPECT_TRUE(!result || *result == *expected) << at;
+        nulls += result ? 0 : 1;
+        if (isOver)
+            break;
+    }
+    EXPECT_GT(nulls, 0);
+}
+
+} // namespace
+
+TEST(Allocation, ThatFailsGivesNull)
+{
+    const Bytes data(std::string(100, 'x'));
+    const Bytes key(std::string(32, 'k'));
+    const Bytes iv(key.data(), 16);
+    const Bytes hex(std::string_view("abcd"));
+    const QString text(100, u'a');
+    const auto run = [](const char *name, const auto &operation) { failEachAllocation(name, operation); };
+    run("SHA256", [&] { return SHA256(data); });
+    run("MD2", [&] { return MD2(data); });
+    run("HMAC", [&] { return HmacWithAlgorithm(data, HmacSHA256, key); });
+    run("base64 text", [&] { return std::optional<QString>(base64EncodedString(data)); });
+    run("base64 lines", [&] { return std::optional<QString>(base64EncodedString(data, 76)); });
+    run("base64 bytes", [&] { return std::optional<Bytes>(base64EncodedData(data)); });
+    run("base64 of text", [&] { return base64DecodedDataWithString(text); });
+    run("base64 of bytes", [&] { return base64DecodedData(data); });
+    run("hex text", [&] { return std::optional<QString>(encodeToHexString(data)); });
+    run("hex of text", [&] { return std::optional<QString>(encodeToHexString(text)); });
+    run("hex bytes", [&] { return std::optional<Bytes>(encodeToHexData(data)); });
+    run("from hex", [&] { return decodeFromHexData(hex); });
+    run("from hex text", [&] { return decodeFromHexString(u"6162"_s); });
+    run("random", [&] { return generateSecureRandomData(32) ? std::optional(true) : std::nullopt; });
+    run("cipher", [&] { return doBlockCipherWithAlgorithm(data, CipherAES, key, {}, CipherEncrypt, true); });
+    run("AFAES", [&] { return AFAES::sharedAFAES().doCipher(data, key, iv, CipherEncrypt); });
+    run("PPAES", [&] { return AES256EncryptWithKey(data, text); });
+
+    const Bytes sealed = *sealValue(key, data, iv);
+    run("sealing", [&] { return sealValue(key, data, iv) ? std::optional(true) : std::nullopt; });
+    run("opening", [&] { return openValue(key, sealed, iv); });
+
+    auto &rsa = AFRSA::sharedAFRSA();
+    ASSERT_TRUE(rsa.generateKeys());
+    run("signature", [&] { return rsa.signDataWithPrivateKey(data); });
+    run("RSA", [&] {
+        const auto cipher = rsa.encryptDataWithPublicKey(data);
+        return cipher ? rsa.decryptDataWithPrivateKey(*cipher) : cipher;
+    });
+    PPRSA loaded;
+    const Bytes file = test::makeIdentity({.bits = 1024, .password = "secret"});
+    ASSERT_TRUE(loaded.loadPrivateKeyFromP12Data(file, u"secret"_s));
+    const Bytes block = *loaded.privateKey()->encrypt(data);
+    run("PPRSA", [&] { return loaded.decryptData(block); });
+}
+
+} // namespace kelpay
+
+#endif
