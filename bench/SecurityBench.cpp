@@ -5,9 +5,9 @@
 #include "security/Base64.h"
 #include "security/BlockCipher.h"
 #include "security/CoreSecurity.h"
-#include "security/toolbox/Hex.h"
 #include "security/OpenSsl.h"
 #include "security/Random.h"
+#include "security/toolbox/Hex.h"
 #include "tests/security/TestIdentity.h"
 
 #include <QCoreApplication>

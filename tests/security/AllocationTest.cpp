@@ -17,16 +17,11 @@
 
 #include <cerrno>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KELPAY_OWN_MALLOC 0
-#elif defined(__has_feature)
-#define KELPAY_OWN_MALLOC !(__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
-#else
-#define KELPAY_OWN_MALLOC 1
+#ifndef __has_feature
+#define __has_feature(name) 0
 #endif
-
 // A sanitizer has an allocator of its own.
-#if KELPAY_OWN_MALLOC
+#if !defined(__SANITIZE_ADDRESS__) && !__has_feature(address_sanitizer)
 
 namespace {
 

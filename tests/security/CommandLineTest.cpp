@@ -4,7 +4,6 @@
 #include "security/AFRSA.h"
 #include "security/Base64.h"
 #include "security/CoreSecurity.h"
-#include "security/Pkcs12Item.h"
 #include "security/toolbox/Hex.h"
 
 #include <gtest/gtest.h>
@@ -65,26 +64,15 @@ protected:
     QTemporaryDir folder;
 };
 
-QString hexOf(const std::optional<Bytes> &bytes)
-{
-    return *encodeToHexString(bytes.value());
-}
-
 } // namespace
 
-TEST_F(CommandLineTest, ItsCertificateFilesImport)
+class CertificateFile : public CommandLineTest, public testing::WithParamInterface<const char *>
 {
-    for (const QString &options : {u"-legacy"_s, u"-keypbe PBE-SHA1-3DES -certpbe PBE-SHA1-3DES -macalg sha1"_s,
-                                   u"-keypbe AES-256-CBC -certpbe AES-256-CBC"_s}) {
-        makeFile(options);
-        EXPECT_TRUE(AFRSA::sharedAFRSA().keysFromData(read(u"file.pfx"_s), password)) << options.toStdString();
-        EXPECT_FALSE(AFRSA::sharedAFRSA().keysFromData(read(u"file.pfx"_s), u"wrong"_s)) << options.toStdString();
-    }
-}
+};
 
-TEST_F(CommandLineTest, ItOpensOurRequestsAndWeItsAnswers)
+TEST_P(CertificateFile, SealsWhatItOpensAndOpensWhatItSeals)
 {
-    makeFile(u"-legacy"_s);
+    makeFile(QString::fromLatin1(GetParam()));
     const test::InstalledIdentity identity(read(u"file.pfx"_s));
     UserDefaults defaults{QString()};
     const CoreSecurity security(defaults);
@@ -96,7 +84,7 @@ TEST_F(CommandLineTest, ItOpensOurRequestsAndWeItsAnswers)
     const auto key = openssl(u"pkeyutl -decrypt -inkey key.pem -in key.bin"_s);
     ASSERT_TRUE(key);
     const QString keyHex = QString::fromLatin1(key->toHex());
-    const QString ivHex = hexOf(AFAES::sharedAFAES().iv());
+    const QString ivHex = *encodeToHexString(*AFAES::sharedAFAES().iv());
     const auto plain = openssl(u"enc -d -a -aes-256-cbc -K %1 -iv %2 -in text.b64"_s.arg(keyHex, ivHex));
     ASSERT_TRUE(plain);
     EXPECT_EQ(plain->first(16), QByteArray::fromHex(ivHex.toLatin1()));
@@ -108,6 +96,10 @@ TEST_F(CommandLineTest, ItOpensOurRequestsAndWeItsAnswers)
     EXPECT_EQ(security.decryptRequest(QString::fromLatin1(*answer)), read(u"answer"_s));
 }
 
+INSTANTIATE_TEST_SUITE_P(CommandLine, CertificateFile,
+                         testing::Values("-legacy", "-keypbe PBE-SHA1-3DES -certpbe PBE-SHA1-3DES -macalg sha1",
+                                         "-keypbe AES-256-CBC -certpbe AES-256-CBC"));
+
 TEST_F(CommandLineTest, SignaturesHoldInBothDirections)
 {
     makeFile(u"-legacy"_s);
@@ -116,22 +108,13 @@ TEST_F(CommandLineTest, SignaturesHoldInBothDirections)
     const Bytes data(std::string_view("what is signed"));
     write(u"data"_s, data);
     ASSERT_TRUE(openssl(u"rsa -in key.pem -pubout -out pub.pem"_s));
-    const struct
-    {
-        std::uint32_t padding;
-        const char *digest;
-    } digests[] = {{AFRSA::PaddingPKCS1SHA1, "sha1"},
-                   {AFRSA::PaddingPKCS1SHA224, "sha224"},
-                   {AFRSA::PaddingPKCS1SHA256, "sha256"},
-                   {AFRSA::PaddingPKCS1SHA384, "sha384"},
-                   {AFRSA::PaddingPKCS1SHA512, "sha512"}};
-    for (const auto &[padding, digest] : digests) {
-        rsa.setPadding(padding);
+    std::uint32_t padding = AFRSA::PaddingPKCS1SHA1;
+    for (const QString &digest : {u"sha1"_s, u"sha224"_s, u"sha256"_s, u"sha384"_s, u"sha512"_s}) {
+        rsa.setPadding(padding++);
         write(u"ours"_s, *rsa.signDataWithPrivateKey(data));
-        const QString name = QString::fromLatin1(digest);
-        EXPECT_TRUE(openssl(u"dgst -%1 -verify pub.pem -signature ours data"_s.arg(name))) << digest;
-        ASSERT_TRUE(openssl(u"dgst -%1 -sign key.pem -out theirs data"_s.arg(name)));
-        EXPECT_TRUE(rsa.verifyDataWithPublicKey(data, read(u"theirs"_s))) << digest;
+        EXPECT_TRUE(openssl(u"dgst -%1 -verify pub.pem -signature ours data"_s.arg(digest))) << padding;
+        ASSERT_TRUE(openssl(u"dgst -%1 -sign key.pem -out theirs data"_s.arg(digest)));
+        EXPECT_TRUE(rsa.verifyDataWithPublicKey(data, read(u"theirs"_s))) << padding;
     }
     rsa.setPadding(AFRSA::PaddingPKCS1SHA1);
 }

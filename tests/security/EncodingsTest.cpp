@@ -1,16 +1,14 @@
-#include "platform/JsonWriter.h"
 #include "platform/Log.h"
 #include "security/Base64.h"
+#include "security/Digests.h"
 #include "security/Random.h"
 #include "security/toolbox/Hex.h"
+#include "security/toolbox/Hmac.h"
+#include "security/toolbox/OldDigests.h"
 
 #include <gtest/gtest.h>
 
 #include <QByteArray>
-#include <QJsonArray>
-#include <QJsonDocument>
-
-#include <limits>
 
 namespace kelpay {
 
@@ -24,6 +22,52 @@ Bytes bytes(std::string_view text)
 }
 
 QString lastProgrammingError;
+
+std::string hexOf(const std::optional<Bytes> &bytes)
+{
+    return bytes ? std::string(encodeToHexData(*bytes)->view()) : "none";
+}
+
+using Digest = std::optional<Bytes> (*)(const Bytes &);
+
+struct KnownDigest
+{
+    Digest digest;
+    std::string_view text;
+    const char *answer;
+};
+
+// MD2 as in RFC 1319.
+const KnownDigest knownDigests[] = {
+    {MD2, "", "8350e5a3e24c153df2275c9f80692773"},
+    {MD2, "a", "32ec01ec4a6dac72c0ab96fb34c0b5d1"},
+    {MD2, "message digest", "ab4f496bfb2a530b219ff33031fe06b0"},
+    {MD2, "abcdefghijklmnopqrstuvwxyz", "4e8ddff3650292ab5a4108c3aa47940b"},
+    {MD2, "12345678901234567890123456789012345678901234567890123456789012345678901234567890",
+     "d5976f79d83d3a0dc9806c3c66f3efd8"},
+    {MD4, "abc", "a448017aaf21d8525fc10ae87aa6729d"},
+    {MD5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
+    {SHA1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+    {SHA224, "abc", "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
+    {SHA256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+    {SHA256, "", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+    {SHA384, "abc", "cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7"},
+    {SHA512, "abc",
+     "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+     "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f"},
+};
+
+// As in RFC 2202 and 4231, in the order of the algorithms' numbers.
+const char *const knownHmacs[] = {
+    "effcdf6ae5eb2fa2d27416d5f184df9c259a7c79",
+    "750c783e6ab0b503eaa86e310a5db738",
+    "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843",
+    "af45d2e376484031617f78d2b58a6b1b9c7ef464f5a01b47e42ec3736322445e8e2240ca5e69e2c78b3239ecfab21649",
+    "164b7a7bfcf819e2e395fbe73b56e0a387bd64222e831fd610270cd7ea250554"
+    "9758bf75c05a994a6d034f65f8f0e6fdcaeab1a34d4a6b4b636e070a38bce737",
+    "a30e01098bc6dbbf45690f3a7e9e6d0f8bbea2a39e6148008fd05e44",
+    "",
+};
 
 } // namespace
 
@@ -91,26 +135,23 @@ TEST(Hex, BadDigitIsAProgrammingError)
     EXPECT_DEATH(decodeFromHexData(bytes("0g")), "numberFromHex");
 }
 
-TEST(JsonWriter, WritesWhatTheReaderReads)
+TEST(Digests, GivePublishedAnswers)
 {
-    QString everything;
-    for (char16_t c = 0; c < 0x800; ++c)
-        everything += QChar(c);
-    everything += u"\u2028\ufffd😀"_s;
-    const QJsonObject object{{u"text"_s, everything},
-                             {u"numbers"_s, QJsonArray{0, -1, 1.5, 1e300, -0.1, std::numeric_limits<qint64>::max(),
-                                                       std::numeric_limits<qint64>::min(), 1e15}},
-                             {u"\"key\"\n"_s, QJsonObject{{QString(), QJsonValue::Null}, {u"a"_s, true}}},
-                             {u"empty"_s, QJsonArray{QJsonObject(), QJsonArray()}}};
-    BytesBuilder out;
-    appendJson(out, object);
-    const QByteArray text = out.take().toByteArray();
-    EXPECT_EQ(QJsonDocument::fromJson(text).object(), object);
-    EXPECT_TRUE(text.contains("9223372036854775807,-9223372036854775808,1000000000000000"));
+    for (const auto &[digest, text, answer] : knownDigests)
+        EXPECT_EQ(hexOf(digest(Bytes(text))), answer) << text;
+}
 
-    BytesBuilder odd;
-    appendJson(odd, {{u"lone"_s, QString(QChar(0xd800))}, {u"nan"_s, std::numeric_limits<double>::quiet_NaN()}});
-    EXPECT_EQ(odd.take(), bytes("{\"lone\":\"\xef\xbf\xbd\",\"nan\":null}"));
+TEST(Digests, HmacsGivePublishedAnswers)
+{
+    const Bytes text(std::string_view("what do ya want for nothing?"));
+    unsigned algorithm = 0;
+    for (const std::string answer : knownHmacs) {
+        EXPECT_EQ(hexOf(HmacWithAlgorithm(text, algorithm, Bytes(std::string_view("Jefe")))), answer) << algorithm;
+        EXPECT_EQ(generateHmacKeyForAlgorithm(algorithm)->size(), answer.size() / 2) << algorithm;
+        ++algorithm;
+    }
+    EXPECT_EQ(hexOf(HmacWithAlgorithm(Bytes(), HmacSHA256, Bytes())),
+              "b613679a0814d9ec772f95d778c35fc5ff1697c493715653c6c712144292c5ad");
 }
 
 } // namespace kelpay

@@ -5,7 +5,6 @@
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusMetaType>
-#include <QDBusReply>
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QStandardPaths>
@@ -18,53 +17,11 @@ namespace kelpay {
 
 using namespace Qt::StringLiterals;
 
-struct DBusSecret
-{
-    QDBusObjectPath session;
-    QByteArray parameters;
-    QByteArray value;
-    QString contentType;
-};
-
-static QDBusArgument &operator<<(QDBusArgument &argument, const DBusSecret &secret)
-{
-    argument.beginStructure();
-    argument << secret.session << secret.parameters << secret.value << secret.contentType;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument &operator>>(const QDBusArgument &argument, DBusSecret &secret)
-{
-    argument.beginStructure();
-    argument >> secret.session >> secret.parameters >> secret.value >> secret.contentType;
-    argument.endStructure();
-    return argument;
-}
-
-} // namespace kelpay
-
-Q_DECLARE_METATYPE(kelpay::DBusSecret)
-
-namespace kelpay {
-
 namespace {
 
 const QString serviceName = u"org.freedesktop.secrets"_s;
 const QString servicePath = u"/org/freedesktop/secrets"_s;
 const QString serviceInterface = u"org.freedesktop.Secret.Service"_s;
-
-template <typename Condition> bool waitFor(Condition condition)
-{
-    QElapsedTimer clock;
-    clock.start();
-    while (!condition()) {
-        if (clock.elapsed() > 5000)
-            return false;
-        QThread::msleep(5);
-    }
-    return true;
-}
 
 // A client of the daemon that knows nothing of the store under test.
 class Client
@@ -72,7 +29,6 @@ class Client
 public:
     explicit Client(const QString &address) : m_bus(QDBusConnection::connectToBus(address, u"client"_s))
     {
-        qDBusRegisterMetaType<DBusSecret>();
         qDBusRegisterMetaType<QMap<QString, QString>>();
     }
     Client(const Client &) = delete;
@@ -127,64 +83,41 @@ SecretSession::SecretSession()
 SecretSession::~SecretSession()
 {
     stopDaemon();
-    stopBus();
-}
-
-QString SecretSession::address() const
-{
-    return u"unix:path="_s + m_folder.filePath(u"bus"_s);
-}
-
-std::unique_ptr<QProcess> SecretSession::start(const QString &program, const QStringList &arguments)
-{
-    auto process = std::make_unique<QProcess>();
-    auto environment = QProcessEnvironment::systemEnvironment();
-    for (const auto &name : {u"HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_RUNTIME_DIR"_s})
-        environment.insert(name, m_folder.path());
-    process->setProcessEnvironment(environment);
-    process->setStandardOutputFile(QProcess::nullDevice());
-    process->setStandardErrorFile(QProcess::nullDevice());
-    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
-    process->start(program, arguments);
-    return process->waitForStarted() ? std::move(process) : nullptr;
 }
 
 bool SecretSession::startBus()
 {
-    QFile config(m_folder.filePath(u"bus.conf"_s));
-    if (!config.open(QIODevice::WriteOnly))
-        return false;
-    config.write("<busconfig><type>session</type><listen>" + address().toUtf8() +
-                 "</listen><auth>EXTERNAL</auth>"
-                 "<policy context=\"default\"><allow send_destination=\"*\"/><allow receive_sender=\"*\"/><allow "
-                 "own=\"*\"/></policy></busconfig>");
-    config.close();
-    qputenv("DBUS_SESSION_BUS_ADDRESS", address().toUtf8());
-    m_bus = start(u"dbus-daemon"_s, {u"--nofork"_s, u"--config-file="_s + config.fileName()});
-    return m_bus && waitFor([this] { return QFile::exists(m_folder.filePath(u"bus"_s)); });
+    m_bus = std::make_unique<PrivateBus>("session");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus->address().toUtf8());
+    return m_bus->isRunning();
 }
 
 void SecretSession::stopBus()
 {
-    if (m_bus) {
-        m_bus->kill();
-        m_bus->waitForFinished();
-    }
-    m_bus.reset();
-    QFile::remove(m_folder.filePath(u"bus"_s));
+    m_bus->stop();
 }
 
 bool SecretSession::startDaemon()
 {
-    m_daemon = start(u"gnome-keyring-daemon"_s, {u"--foreground"_s, u"--unlock"_s, u"--components=secrets"_s,
-                                                 u"--control-directory="_s + m_folder.filePath(u"control"_s)});
-    if (!m_daemon)
-        return false;
+    m_daemon = std::make_unique<QProcess>();
+    auto environment = QProcessEnvironment::systemEnvironment();
+    for (const auto &name : {u"HOME"_s, u"XDG_DATA_HOME"_s, u"XDG_RUNTIME_DIR"_s})
+        environment.insert(name, m_folder.path());
+    m_daemon->setProcessEnvironment(environment);
+    m_daemon->setStandardOutputFile(QProcess::nullDevice());
+    m_daemon->setStandardErrorFile(QProcess::nullDevice());
+    m_daemon->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_daemon->start(u"gnome-keyring-daemon"_s, {u"--foreground"_s, u"--unlock"_s, u"--components=secrets"_s,
+                                                u"--control-directory="_s + m_folder.filePath(u"control"_s)});
     m_daemon->write("test");
     m_daemon->closeWriteChannel();
     m_daemon->waitForBytesWritten();
-    Client client(address());
-    return waitFor([&] { return client.hasDaemon(); });
+    Client client(m_bus->address());
+    QElapsedTimer clock;
+    clock.start();
+    while (!client.hasDaemon() && clock.elapsed() < 5000)
+        QThread::msleep(5);
+    return client.hasDaemon();
 }
 
 void SecretSession::stopDaemon()
@@ -209,22 +142,32 @@ void SecretSession::thawDaemon()
 bool SecretSession::lock()
 {
     const QList<QDBusObjectPath> paths{QDBusObjectPath(u"/org/freedesktop/secrets/aliases/default"_s)};
-    const auto reply = Client(address()).call(servicePath, serviceInterface, u"Lock"_s, {QVariant::fromValue(paths)});
+    const auto reply =
+        Client(m_bus->address()).call(servicePath, serviceInterface, u"Lock"_s, {QVariant::fromValue(paths)});
     return reply.type() == QDBusMessage::ReplyMessage;
 }
 
 QByteArray SecretSession::secretOf(const char *account) const
 {
-    Client client(address());
+    Client client(m_bus->address());
     const auto reply = client.call(client.itemPath(account), u"org.freedesktop.Secret.Item"_s, u"GetSecret"_s,
                                    {QVariant::fromValue(client.plainSession())});
-    return qdbus_cast<DBusSecret>(reply.arguments().value(0)).value;
+    const auto secret = reply.arguments().value(0).value<QDBusArgument>();
+    QDBusObjectPath session;
+    QByteArray parameters;
+    QByteArray value;
+    secret.beginStructure();
+    secret >> session >> parameters >> value;
+    return value;
 }
 
 bool SecretSession::setSecretOf(const char *account, const QByteArray &secret) const
 {
-    Client client(address());
-    const DBusSecret wire{client.plainSession(), {}, secret, u"text/plain"_s};
+    Client client(m_bus->address());
+    QDBusArgument wire;
+    wire.beginStructure();
+    wire << client.plainSession() << QByteArray() << secret << u"text/plain"_s;
+    wire.endStructure();
     const auto reply = client.call(client.itemPath(account), u"org.freedesktop.Secret.Item"_s, u"SetSecret"_s,
                                    {QVariant::fromValue(wire)});
     return reply.type() == QDBusMessage::ReplyMessage;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/PrivateBus.h"
+
 #include <QByteArray>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -38,11 +40,8 @@ public:
     bool filesHold(const QByteArray &bytes) const;
 
 private:
-    QString address() const;
-    std::unique_ptr<QProcess> start(const QString &program, const QStringList &arguments);
-
     QTemporaryDir m_folder;
-    std::unique_ptr<QProcess> m_bus;
+    std::unique_ptr<PrivateBus> m_bus;
     std::unique_ptr<QProcess> m_daemon;
 };
 

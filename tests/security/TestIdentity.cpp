@@ -58,10 +58,10 @@ Certificate sign(const Subject &subject, const Subject &issuer, const IdentityRe
     return certificate;
 }
 
-Bytes der(X509 *certificate)
+template <typename Object> Bytes der(const Object *object, int (*encode)(const Object *, unsigned char **))
 {
     unsigned char *out = nullptr;
-    const int length = i2d_X509(certificate, &out);
+    const int length = encode(object, &out);
     const Bytes bytes(out, static_cast<std::size_t>(length));
     OPENSSL_free(out);
     return bytes;
@@ -97,11 +97,7 @@ Bytes makeIdentity(const IdentityRecipe &recipe)
                                                 openssl::libraryContext(), nullptr));
     if (!file)
         qFatal("a test identity can't be made");
-    unsigned char *out = nullptr;
-    const int length = i2d_PKCS12(file.get(), &out);
-    const Bytes bytes(out, static_cast<std::size_t>(length));
-    OPENSSL_free(out);
-    return bytes;
+    return der<PKCS12>(file.get(), i2d_PKCS12);
 }
 
 Bytes makeCertificate(int bits)
@@ -109,7 +105,7 @@ Bytes makeCertificate(int bits)
     const openssl::ThreadDefaultContext ours;
     const Pkey key = makeKey(bits);
     const Subject self{"self", key.get()};
-    return der(sign(self, self, {}).get());
+    return der<X509>(sign(self, self, {}).get(), i2d_X509);
 }
 
 InstalledIdentity::InstalledIdentity(const Bytes &file)

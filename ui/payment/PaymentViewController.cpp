@@ -185,11 +185,8 @@ void PaymentViewController::receive(bool ok, const QString &message, const QStri
 {
     if (!navigationController() || !enter(PaymentEvent::Answer))
         return;
-    ReceiptInput input{.amn = m_amountText,
-                       .mrc = m_merchantText,
-                       .dsc = {},
-                       .callbackCode = code,
-                       .callbackDescription = message};
+    ReceiptInput input{
+        .amn = m_amountText, .mrc = m_merchantText, .dsc = {}, .callbackCode = code, .callbackDescription = message};
     if (!ok)
         input.dsc = textValue(CoreFunctions().storedPaymentAnswer().value_or(BaseClassp()).ds).value_or(QString());
     m_timer.invalidate();
