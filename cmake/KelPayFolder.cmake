@@ -9,6 +9,18 @@ function(kelpay_folder name)
     set_property(GLOBAL APPEND PROPERTY KELPAY_FOLDERS kelpay_${name})
 endfunction()
 
+# kelpay_platform_sources(<target> <name>...): what asks the system, one source each: <name>_${KELPAY_PLATFORM}.cpp, or
+# <name>_none.cpp where that platform leaves it.
+function(kelpay_platform_sources target)
+    foreach(name IN LISTS ARGN)
+        set(source ${name}_${KELPAY_PLATFORM}.cpp)
+        if(NOT EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${source})
+            set(source ${name}_none.cpp)
+        endif()
+        target_sources(${target} PRIVATE ${source})
+    endforeach()
+endfunction()
+
 # What every target of ours has: warnings, includes from the root, Qt's meta-object compiler.
 function(kelpay_target target)
     set_target_properties(${target} PROPERTIES AUTOMOC ON)

@@ -17,6 +17,20 @@ if(NOT KELPAY_KEYCHAIN MATCHES "^(file|secret-service)$")
     message(FATAL_ERROR "KELPAY_KEYCHAIN is \"${KELPAY_KEYCHAIN}\"; it must be file or secret-service.")
 endif()
 
+
+# Which system's sources a build takes; docs/porting.md says what each must promise.
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    set(platform linux)
+else()
+    set(platform none)
+endif()
+set(KELPAY_PLATFORM ${platform} CACHE STRING "The system whose sources are built: linux, none, or a port's own name")
+set_property(CACHE KELPAY_PLATFORM PROPERTY STRINGS linux none)
+file(GLOB ported ${CMAKE_CURRENT_SOURCE_DIR}/platform/*_${KELPAY_PLATFORM}.cpp)
+if(NOT ported)
+    message(FATAL_ERROR "KELPAY_PLATFORM is \"${KELPAY_PLATFORM}\", and no platform/*_${KELPAY_PLATFORM}.cpp is there.")
+endif()
+
 if(KELPAY_SANDBOX)
     set(KELPAY_SANDBOX_BOOL true)
     if(NOT KELPAY_SERVICE_HOST)

@@ -4,8 +4,8 @@
 
 namespace kelpay {
 
-/// Asks the system's fingerprint service, fprintd on the system bus (DBUS_SYSTEM_BUS_ADDRESS), about this user. Blocks,
-/// two seconds in all at most where the bus answers or is mute from the start. Any thread.
+/// Asks the system's fingerprint service about this user: on Linux fprintd on the system bus (DBUS_SYSTEM_BUS_ADDRESS).
+/// Blocks, two seconds in all at most where the bus answers or is mute from the start. Any thread.
 class FingerprintService
 {
 public:

@@ -24,6 +24,16 @@ public:
 
     /// Makes isSimulator answer `simulator` whatever the machine; std::nullopt undoes it. For sandbox builds and tests.
     static void overrideSimulator(std::optional<bool> simulator);
+
+private:
+    // What each system tells in its own way; false and "" where it doesn't: no finding is a fact only where it does.
+    static bool hasDebugger();
+    static bool hasPreloadedLibraries();
+    /// Any process of the same user may attach, unless the kernel restricts that or the process opted out.
+    static bool isTraceable();
+    static bool isRoot();
+    /// The machine's description of itself, which isEmulatorBoard looks through.
+    static QByteArray board();
 };
 
 } // namespace kelpay

@@ -8,7 +8,8 @@ class LibrarySeal
 {
 public:
     /// True when what is loaded is not what was built, or was never sealed. Always false where the SDK is part of the
-    /// program itself, which has no library to look at. Reads all of the library's code; any thread.
+    /// program itself, which has no library to look at, and where the build makes no seals. Reads all of the library's
+    /// code; any thread.
     static bool isBroken();
 };
 

@@ -50,17 +50,17 @@ bool Reachability::startNotifier()
     if (m_notifier)
         return true;
     // Routes change without the network service's knowledge, and it may run without knowing the medium: hear both.
-    auto monitor = std::make_unique<KernelRouteMonitor>();
+    auto notifier = std::make_unique<QObject>();
+    const bool isWatching = KernelRoutes::watch(notifier.get(), [this] { compare(); });
     auto *service = networkService();
-    if (!monitor->isWatching() && !service)
+    if (!isWatching && !service)
         return false;
     m_lastStatus = currentReachabilityStatus();
-    connect(monitor.get(), &KernelRouteMonitor::changed, this, &Reachability::compare);
     if (service) {
-        connect(service, &QNetworkInformation::reachabilityChanged, monitor.get(), [this] { compare(); });
-        connect(service, &QNetworkInformation::transportMediumChanged, monitor.get(), [this] { compare(); });
+        connect(service, &QNetworkInformation::reachabilityChanged, notifier.get(), [this] { compare(); });
+        connect(service, &QNetworkInformation::transportMediumChanged, notifier.get(), [this] { compare(); });
     }
-    m_notifier = std::move(monitor);
+    m_notifier = std::move(notifier);
     return true;
 }
 
@@ -83,7 +83,7 @@ Reachability::Facts Reachability::facts() const
 {
     Facts facts;
     const QHostAddress address(m_hostName);
-    facts.hostIsAddress = !address.isNull();
+    facts.hostIsAddress = !address.isNull() && KernelRoutes::areKnown();
     facts.interface = facts.hostIsAddress ? KernelRoutes::interfaceTo(address) : KernelRoutes::defaultInterface();
     facts.interfaceIsCellular = facts.interface && KernelRoutes::isCellular(*facts.interface);
     if (const auto *service = networkService()) {

@@ -11,7 +11,8 @@ namespace kelpay {
 /// Tells whether a host can be reached, and over what, without sending anything. Main queue.
 ///
 /// A host given as an address is reachable when the kernel has a route to it. For a host name the system's network
-/// service decides; where none runs, whether the kernel has a default route.
+/// service decides; where none runs, whether the kernel has a default route. Where the build can't ask the kernel, the
+/// network service decides for both, and without one nothing is reachable.
 class Reachability : public QObject
 {
     Q_OBJECT
@@ -23,9 +24,9 @@ public:
     /// What the status is made of. std::nullopt: nobody can tell.
     struct Facts
     {
-        std::optional<bool> online;   ///< the network service's word
-        std::optional<bool> cellular; ///< the same, about the medium
-        bool hostIsAddress = false;
+        std::optional<bool> online;       ///< the network service's word
+        std::optional<bool> cellular;     ///< the same, about the medium
+        bool hostIsAddress = false;       ///< one that the kernel was asked about
         std::optional<QString> interface; ///< by which the kernel would send
         bool interfaceIsCellular = false;
     };

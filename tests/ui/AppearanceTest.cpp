@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>

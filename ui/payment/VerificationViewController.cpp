@@ -2,7 +2,6 @@
 
 #include "platform/Deployment.h"
 
-#include <QCoreApplication>
 #include <QHostAddress>
 
 namespace kelpay {
@@ -13,13 +12,7 @@ VerificationViewController::VerificationViewController(const QUrl &url, QObject 
 
 bool VerificationViewController::canLoad() const
 {
-#if defined(Q_OS_LINUX) && !defined(Q_OS_ANDROID)
-    // What QtWebView::initialize() sets there; a web view made without it ends the process.
-    const bool isInitialized = QCoreApplication::testAttribute(Qt::AA_ShareOpenGLContexts);
-#else
-    const bool isInitialized = true;
-#endif
-    return isInitialized && !m_isAstray && isAllowed(m_url);
+    return isBrowserReady() && !m_isAstray && isAllowed(m_url);
 }
 
 void VerificationViewController::follow(const QUrl &address)

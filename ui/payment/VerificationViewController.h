@@ -33,6 +33,10 @@ Q_SIGNALS:
     void canLoadChanged();
 
 private:
+    /// A web view can be made. Where the system's browser needs nothing from the host, always; Qt's own ends the
+    /// process when it is made without QtWebView::initialize() before the application object.
+    static bool isBrowserReady();
+
     QUrl m_url;
     bool m_isAstray = false;
 };

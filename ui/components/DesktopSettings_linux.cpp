@@ -4,6 +4,7 @@
 #include "platform/Dispatch.h"
 
 #include <QDBusArgument>
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusServiceWatcher>
@@ -69,21 +70,65 @@ Look lookOf(const Settings &settings)
 
 } // namespace
 
-DesktopSettings::DesktopSettings(QObject *parent) : QObject(parent) {}
-
-DesktopSettings::~DesktopSettings()
+/// The settings portal at the other end of a connection; ends the connection with itself. Emits by `settings`, its
+/// parent.
+class SettingsPortal : public QObject
 {
-    if (m_connection)
-        QDBusConnection::disconnectFromBus(m_connection->name());
+    Q_OBJECT
+
+public:
+    SettingsPortal(const QDBusConnection &connection, DesktopSettings *settings)
+        : QObject(settings), m_settings(settings), m_connection(connection)
+    {
+        if (m_connection.isConnected())
+            listen();
+    }
+    ~SettingsPortal() override { QDBusConnection::disconnectFromBus(m_connection.name()); }
+    Q_DISABLE_COPY_MOVE(SettingsPortal)
+
+private Q_SLOTS:
+    void ask();
+
+private:
+    void listen();
+
+    DesktopSettings *m_settings;
+    QDBusConnection m_connection;
+};
+
+void SettingsPortal::listen()
+{
+    // Without a sender, because finding the sender's name would wait; whoever says so, the portal is asked.
+    m_connection.connect(QString(), portal::path, portal::interface, QStringLiteral("SettingChanged"), this,
+                         SLOT(ask()));
+    auto *watcher =
+        new QDBusServiceWatcher(portal::service, m_connection, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &SettingsPortal::ask);
+    ask();
 }
 
+void SettingsPortal::ask()
+{
+    QDBusMessage question =
+        QDBusMessage::createMethodCall(portal::service, portal::path, portal::interface, QStringLiteral("ReadAll"));
+    question << QStringList{portal::appearance, portal::gnome, portal::kde};
+    auto *answer = new QDBusPendingCallWatcher(m_connection.asyncCall(question), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        answer->deleteLater();
+        const QDBusMessage reply = answer->reply();
+        if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == QLatin1String("a{sa{sv}}"))
+            Q_EMIT m_settings->answered(lookOf(qdbus_cast<Settings>(reply.arguments().constFirst())));
+    });
+}
+
+// The bus is looked for in the background, because connecting waits for it. A connection of our own, so that a host's
+// is neither used nor closed.
 void DesktopSettings::follow()
 {
     static std::atomic<unsigned> count{0};
     const QString address = busAddress();
     if (address.isEmpty())
         return;
-    // Connecting waits for the bus. A connection of our own, so that a host's is neither used nor closed.
     Dispatch::global(Dispatch::Priority::High, [settings = QPointer(this), address] {
         if (!busGreets(address, 2s))
             return;
@@ -91,39 +136,13 @@ void DesktopSettings::follow()
             QDBusConnection::connectToBus(address, QStringLiteral("kelpay-appearance-%1").arg(++count));
         Dispatch::main([settings, connection] {
             if (settings)
-                settings->listen(connection);
+                new SettingsPortal(connection, settings);
             else
                 QDBusConnection::disconnectFromBus(connection.name());
         });
     });
 }
 
-void DesktopSettings::listen(const QDBusConnection &connection)
-{
-    m_connection = connection;
-    if (!m_connection->isConnected())
-        return;
-    // Without a sender, because finding the sender's name would wait; whoever says so, the portal is asked.
-    m_connection->connect(QString(), portal::path, portal::interface, QStringLiteral("SettingChanged"), this,
-                          SLOT(ask()));
-    auto *watcher =
-        new QDBusServiceWatcher(portal::service, connection, QDBusServiceWatcher::WatchForRegistration, this);
-    connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &DesktopSettings::ask);
-    ask();
-}
-
-void DesktopSettings::ask()
-{
-    QDBusMessage question =
-        QDBusMessage::createMethodCall(portal::service, portal::path, portal::interface, QStringLiteral("ReadAll"));
-    question << QStringList{portal::appearance, portal::gnome, portal::kde};
-    auto *answer = new QDBusPendingCallWatcher(m_connection->asyncCall(question), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
-        answer->deleteLater();
-        const QDBusMessage reply = answer->reply();
-        if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == QLatin1String("a{sa{sv}}"))
-            Q_EMIT answered(lookOf(qdbus_cast<Settings>(reply.arguments().constFirst())));
-    });
-}
-
 } // namespace kelpay
+
+#include "DesktopSettings_linux.moc"

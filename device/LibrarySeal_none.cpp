@@ -1,0 +1,10 @@
+#include "LibrarySeal.h"
+
+namespace kelpay {
+
+bool LibrarySeal::isBroken()
+{
+    return false;
+}
+
+} // namespace kelpay

@@ -1,0 +1,10 @@
+#include "BusGreeting.h"
+
+namespace kelpay {
+
+bool busGreets(const QString &, std::chrono::milliseconds)
+{
+    return false;
+}
+
+} // namespace kelpay

@@ -1,0 +1,7 @@
+#include "DesktopSettings.h"
+
+namespace kelpay {
+
+void DesktopSettings::follow() {}
+
+} // namespace kelpay

@@ -1,0 +1,10 @@
+#include "VerificationViewController.h"
+
+namespace kelpay {
+
+bool VerificationViewController::isBrowserReady()
+{
+    return true;
+}
+
+} // namespace kelpay
