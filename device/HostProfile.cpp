@@ -1,11 +1,14 @@
 #include "HostProfile.h"
 
+#include "platform/Dispatch.h"
+
 namespace kelpay {
 
 HostProfile &HostProfile::shared()
 {
-    static HostProfile profile;
-    return profile;
+    // Never destroyed: a background task may still look at it while the process ends.
+    static auto *const profile = new HostProfile;
+    return *profile;
 }
 
 bool HostProfile::ziaprod() const
@@ -68,16 +71,63 @@ void HostProfile::setResponseBlock(Block block)
     m_responseBlock.swap(block);
 }
 
-void HostProfile::reportStatus(const Outcome &failure) const
+void HostProfile::setObserver(Observer observer)
 {
-    reportStatus(false, failure.code.toString(), failure.description.toString());
+    const std::scoped_lock lock(m_mutex);
+    m_observer.swap(observer);
 }
 
-void HostProfile::reportStatus(bool success, const QString &code, const QString &description, const QString &reference,
+void HostProfile::addObserver(QObject *context, Observer observer)
+{
+    const std::scoped_lock lock(m_mutex);
+    std::erase_if(m_observers, [](const auto &entry) { return !entry.first; });
+    m_observers.emplace_back(context, std::move(observer));
+}
+
+void HostProfile::tell(const PaymentEvent &event)
+{
+    Dispatch::main([this, event] {
+        std::vector<std::pair<QPointer<QObject>, Observer>> observers;
+        Observer ofHost;
+        {
+            const std::scoped_lock lock(m_mutex);
+            if (m_isClosed)
+                return;
+            observers = m_observers;
+            ofHost = m_observer;
+        }
+        if (ofHost)
+            ofHost(event);
+        for (const auto &[context, observer] : observers) {
+            if (context)
+                observer(event);
+        }
+    });
+}
+
+void HostProfile::setClosed(bool isClosed)
+{
+    const std::scoped_lock lock(m_mutex);
+    m_isClosed = isClosed;
+}
+
+bool HostProfile::reportStatus(const Outcome &failure) const
+{
+    return reportStatus(false, failure.code.toString(), failure.description.toString());
+}
+
+bool HostProfile::reportStatus(bool success, const QString &code, const QString &description, const QString &reference,
                                const QString &merchantReference) const
 {
-    if (const StatusBlock block = paymentStatusBlock())
+    StatusBlock block;
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (!m_isClosed)
+            block = m_paymentStatusBlock;
+    }
+    if (block)
         block(success, code, description, reference, merchantReference);
+    return block != nullptr;
 }
 
 } // namespace kelpay

@@ -2,10 +2,15 @@
 
 #include "Outcomes.h"
 
+#include <KelPay/PaymentEvent.h>
+
+#include <QPointer>
 #include <QString>
 
 #include <functional>
 #include <mutex>
+#include <utility>
+#include <vector>
 
 namespace kelpay {
 
@@ -17,6 +22,7 @@ public:
     /// (success, code, description, reference, merchantReference)
     using StatusBlock = std::function<void(bool, const QString &, const QString &, const QString &, const QString &)>;
     using Block = std::function<void()>;
+    using Observer = std::function<void(const PaymentEvent &)>;
 
     /// The profile of the shared KelPayCore; the screens report to its status block.
     static HostProfile &shared();
@@ -32,10 +38,20 @@ public:
     Block responseBlock() const;
     void setResponseBlock(Block block);
 
+    /// The host's own observer.
+    void setObserver(Observer observer);
+    /// One more, as long as `context` lives. Main queue.
+    void addObserver(QObject *context, Observer observer);
+    /// Calls the observers, from the main queue.
+    void tell(const PaymentEvent &event);
+    /// While closed, neither callback is called: the application is about to quit.
+    void setClosed(bool isClosed);
+
     /// Reports a failure of the SDK's own.
-    void reportStatus(const Outcome &failure) const;
-    /// Calls the status block on this thread, outside the lock; an empty one is skipped.
-    void reportStatus(bool success, const QString &code, const QString &description, const QString &reference = {},
+    bool reportStatus(const Outcome &failure) const;
+    /// Calls the status block on this thread, outside the lock. False where there is none, or it may not be called any
+    /// more.
+    bool reportStatus(bool success, const QString &code, const QString &description, const QString &reference = {},
                       const QString &merchantReference = {}) const;
 
 private:
@@ -45,6 +61,9 @@ private:
     QString m_log;
     StatusBlock m_paymentStatusBlock;
     Block m_responseBlock;
+    Observer m_observer;
+    std::vector<std::pair<QPointer<QObject>, Observer>> m_observers;
+    bool m_isClosed = false;
 };
 
 } // namespace kelpay

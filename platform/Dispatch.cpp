@@ -81,6 +81,11 @@ void Dispatch::transfer(Task task)
     pools().transfers.start(std::move(task));
 }
 
+void Dispatch::waitForGlobal(std::chrono::milliseconds longest)
+{
+    pools().global.waitForDone(static_cast<int>(longest.count()));
+}
+
 bool Dispatch::isShuttingDown() noexcept
 {
     return shuttingDown;

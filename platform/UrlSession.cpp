@@ -20,8 +20,10 @@ constexpr qsizetype largestBody = qsizetype{16} * 1024 * 1024;
 
 struct Transfer
 {
+    UrlSession::Departure departure;
     QByteArray body;
     bool tooLarge = false;
+    bool hasLeft = false;
 };
 
 enum class Trust { Service, System, SystemAndService };
@@ -31,6 +33,7 @@ struct Request
     QUrl url;
     QByteArray contentType;
     std::optional<QByteArray> post;
+    UrlSession::Departure departure = {};
     Trust trust = Trust::Service;
     std::chrono::seconds ceiling = 10min;
 };
@@ -44,6 +47,15 @@ std::size_t receive(const char *data, std::size_t, std::size_t size, void *conte
     }
     transfer->body.append(data, static_cast<qsizetype>(size));
     return size;
+}
+
+int depart(void *context, char *, char *, int, int)
+{
+    auto *transfer = static_cast<Transfer *>(context);
+    if (Dispatch::isShuttingDown() || (transfer->departure && !transfer->departure()))
+        return CURL_PREREQFUNC_ABORT;
+    transfer->hasLeft = true;
+    return CURL_PREREQFUNC_OK;
 }
 
 int progress(void *, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
@@ -110,7 +122,7 @@ UrlResult perform(const Request &request)
         return TransportError{QStringLiteral("the HTTPS client can't be started")};
 
     const Headers headers = headersFor(request);
-    Transfer transfer;
+    Transfer transfer{.departure = request.departure, .body = {}};
     char details[CURL_ERROR_SIZE] = "";
     const QByteArray url = request.url.toEncoded();
     curl_easy_setopt(handle.get(), CURLOPT_URL, url.constData());
@@ -118,6 +130,8 @@ UrlResult perform(const Request &request)
     curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, details);
     curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
     curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &transfer);
+    curl_easy_setopt(handle.get(), CURLOPT_PREREQFUNCTION, depart);
+    curl_easy_setopt(handle.get(), CURLOPT_PREREQDATA, &transfer);
     setSingleUse(handle.get());
     setBounds(handle.get(), request.ceiling);
     setTrust(handle.get(), request.trust);
@@ -131,7 +145,7 @@ UrlResult perform(const Request &request)
     if (code != CURLE_OK) {
         const QString reason = transfer.tooLarge ? QStringLiteral("the answer is larger than 16 MiB")
                                                  : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
-        return TransportError{QStringLiteral("%1 (%2)").arg(reason, request.url.host())};
+        return TransportError{QStringLiteral("%1 (%2)").arg(reason, request.url.host()), transfer.hasLeft};
     }
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
@@ -140,16 +154,18 @@ UrlResult perform(const Request &request)
 
 } // namespace
 
-void UrlSession::post(const QUrl &url, const QByteArray &contentType, QByteArray body, Completion completion)
+void UrlSession::post(const QUrl &url, const QByteArray &contentType, QByteArray body, Departure departure,
+                      Completion completion)
 {
     if (Dispatch::isShuttingDown())
         return;
-    Dispatch::transfer([request = Request{url, contentType, std::move(body), Trust::Service, 10min},
-                        completion = std::move(completion)] {
-        const UrlResult result = perform(request);
-        if (!Dispatch::isShuttingDown())
-            completion(result);
-    });
+    Dispatch::transfer(
+        [request = Request{url, contentType, std::move(body), std::move(departure), Trust::Service, 10min},
+         completion = std::move(completion)] {
+            const UrlResult result = perform(request);
+            if (!Dispatch::isShuttingDown())
+                completion(result);
+        });
 }
 
 UrlResult UrlSession::contents(const QUrl &url)

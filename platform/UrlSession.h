@@ -19,6 +19,8 @@ struct UrlResponse
 struct TransportError
 {
     QString localizedDescription;
+    /// The request, or a part of it, may have reached the other side.
+    bool mayHaveLeft = false;
 };
 
 using UrlResult = std::variant<UrlResponse, TransportError>;
@@ -31,9 +33,14 @@ class UrlSession
 public:
     using Completion = std::function<void(const UrlResult &)>;
 
+    /// Asked on the session's thread once the connection stands, the moment before the request's first byte leaves.
+    /// False, and it never does: a transport error.
+    using Departure = std::function<bool()>;
+
     /// POSTs `body` in the background. `completion` runs once, on the session's own thread; it is dropped only when the
     /// application goes away first.
-    static void post(const QUrl &url, const QByteArray &contentType, QByteArray body, Completion completion);
+    static void post(const QUrl &url, const QByteArray &contentType, QByteArray body, Departure departure,
+                     Completion completion);
 
     /// The contents of a URL, fetched on the calling thread.
     static UrlResult contents(const QUrl &url);

@@ -24,6 +24,7 @@ QString nullable(const std::optional<QString> &text)
 
 const CoreNetworking::Exchange CoreNetworking::token{
     .name = "token",
+    .isPayment = false,
     .messageType = 100,
     .processingCode = 100003,
     .read = readTokenInput,
@@ -35,6 +36,7 @@ const CoreNetworking::Exchange CoreNetworking::token{
 
 const CoreNetworking::Exchange CoreNetworking::payment{
     .name = "payment",
+    .isPayment = true,
     .messageType = 200,
     .processingCode = 200000,
     .read = readPaymentInput,
@@ -84,94 +86,131 @@ std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const QStr
 void CoreNetworking::send(const Exchange &exchange, const QString &input, ResponseBlock block)
 {
     this->*exchange.answered = std::move(block);
-    const auto values = exchange.read(input, *m_surroundings.defaults);
-    if (!values)
+    const auto built = build(exchange, input);
+    if (const auto *fault = std::get_if<Fault>(&built)) {
+        fallSilent(exchange, *fault);
         return;
-    m_surroundings.keychain.setString(values->msisdn, QStringLiteral("msisdn"));
-    const auto request = build(exchange, *values);
-    if (!request || Dispatch::isShuttingDown())
-        return;
+    }
+    const auto &request = std::get<QJsonObject>(built);
+    const auto &attempt = m_surroundings.attempt;
+    const QByteArray envelope = CoreSecurity(*m_surroundings.defaults).encryptRequest(request).toUtf8();
+    if (attempt)
+        attempt->asking(exchange.isPayment, request[QLatin1StringView("mi")].toString());
     m_surroundings.post(
-        Deployment::serviceUrl(QStringLiteral("/8/request")), "application/json",
-        CoreSecurity(*m_surroundings.defaults).encryptRequest(*request).toUtf8(),
+        Deployment::serviceUrl(QStringLiteral("/8/request")), "application/json", envelope,
+        [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); },
         [self = shared_from_this(), &exchange](const UrlResult &result) { self->finish(exchange, result); });
 }
 
-std::optional<QJsonObject> CoreNetworking::build(const Exchange &exchange, const Input &input) const
+void CoreNetworking::fallSilent(const Exchange &exchange, Fault fault) const
 {
+    if (!m_surroundings.attempt)
+        return;
+    m_surroundings.attempt->landed();
+    m_surroundings.attempt->fellSilent(exchange.isPayment, fault);
+}
+
+std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exchange &exchange,
+                                                                       const QString &text) const
+{
+    const auto isWithdrawn = [this] { return m_surroundings.attempt && m_surroundings.attempt->isWithdrawn(); };
+    UserDefaults &defaults = *m_surroundings.defaults;
+    const auto input = exchange.read(text, defaults);
+    if (!input)
+        return Fault::Mistake;
+    m_surroundings.keychain.setString(input->msisdn, QStringLiteral("msisdn"));
+    if (isWithdrawn())
+        return Fault::Unsent;
+
     const CoreFunctions &functions = *m_surroundings.functions;
     const QString localDate = functions.localUserDate();
     const QString vulnerabilities = functions.vulnerabilities();
     const auto address = functions.ipAddress();
     if (exchange.movesTrace)
         functions.returnThings();
+    if (isWithdrawn() || Dispatch::isShuttingDown())
+        return Fault::Unsent;
 
-    const auto merchant = identity(QStringLiteral("mid"), "call initWithMerchantID before starting a payment");
-    const auto uuid =
-        merchant ? identity(QStringLiteral("uuid"), "check that the keychain can be written") : std::nullopt;
-    if (!uuid)
-        return std::nullopt;
+    const auto mid = identity(QStringLiteral("mid"), "call initWithMerchantID before starting a payment");
+    const auto uuid = identity(QStringLiteral("uuid"), "check that the keychain can be written");
+    for (const auto *entry : {&mid, &uuid}) {
+        if (const auto *fault = std::get_if<Fault>(entry))
+            return *fault;
+    }
+    const QString &merchant = std::get<QString>(mid);
+    const QString &identifier = std::get<QString>(uuid);
     const QString bundle =
-        Merchants::haveServiceIdentifier(*merchant) ? QStringLiteral("ir.kel.tobrel") : functions.bundleID();
-    const UserDefaults &defaults = *m_surroundings.defaults;
+        Merchants::haveServiceIdentifier(merchant) ? QStringLiteral("ir.kel.tobrel") : functions.bundleID();
     return QJsonObject{
         {QStringLiteral("vi"), functions.versionString()},
-        {QStringLiteral("ar"), nullable(input.msisdn) + QLatin1Char(';') + nullable(address) + QLatin1Char(';')},
+        {QStringLiteral("ar"), nullable(input->msisdn) + QLatin1Char(';') + nullable(address) + QLatin1Char(';')},
         {QStringLiteral("m"), exchange.messageType},
         {QStringLiteral("ct"), localDate},
         {QStringLiteral("ti"), defaults.integer(QStringLiteral("trace")).value_or(0)},
         {QStringLiteral("cs"), bundle},
         {QStringLiteral("dd"), functions.deviceData()},
         {QStringLiteral("ai"), QString::number(defaults.integer(QStringLiteral("ard")).value_or(0))},
-        {QStringLiteral("di"), *uuid},
+        {QStringLiteral("di"), identifier},
         {QStringLiteral("ap"),
-         QJsonObject{{QStringLiteral("v"), vulnerabilities}, {QStringLiteral("r"), input.applicationData}}},
+         QJsonObject{{QStringLiteral("v"), vulnerabilities}, {QStringLiteral("r"), input->applicationData}}},
         {QStringLiteral("pc"), exchange.processingCode},
-        {QStringLiteral("ad"), QJsonObject{{QStringLiteral("r"), input.additionalData}}},
+        {QStringLiteral("ad"), QJsonObject{{QStringLiteral("r"), input->additionalData}}},
         {QStringLiteral("pn"), bundle},
-        {QStringLiteral("mi"), *merchant},
-        {QStringLiteral("fp"), *uuid},
+        {QStringLiteral("mi"), merchant},
+        {QStringLiteral("fp"), identifier},
     };
 }
 
 /// A keychain entry that no request is without. A missing one is a programming error, which `advice` mends; one that
-/// can't be read ends the exchange as if nothing could be reached.
-std::optional<QString> CoreNetworking::identity(const QString &key, const char *advice) const
+/// can't be read is not.
+std::variant<QString, CoreNetworking::Fault> CoreNetworking::identity(const QString &key, const char *advice) const
 {
-    auto value = m_surroundings.keychain.stringForKey(key);
-    if (value)
-        return value;
+    if (const auto value = m_surroundings.keychain.stringForKey(key))
+        return *value;
     Error error;
     m_surroundings.keychain.dataForKey(key, {}, &error);
-    if (error.code == SecStatus::ItemNotFound)
+    if (error.code == SecStatus::ItemNotFound) {
         programmingError(QStringLiteral("the request can't be built: keychain entry \"%1\" is missing; %2")
                              .arg(key, QLatin1StringView(advice)));
-    else
-        qCWarning(logNetwork, "the request isn't sent: keychain entry \"%s\" can't be read: %s", qUtf8Printable(key),
-                  qUtf8Printable(error.localizedDescription));
-    return std::nullopt;
+        return Fault::Mistake;
+    }
+    qCWarning(logNetwork, "the request isn't sent: keychain entry \"%s\" can't be read: %s", qUtf8Printable(key),
+              qUtf8Printable(error.localizedDescription));
+    return Fault::Unsent;
 }
 
 void CoreNetworking::finish(const Exchange &exchange, const UrlResult &result) const
 {
     if (const auto *error = std::get_if<TransportError>(&result)) {
         qCWarning(logNetwork, "URLSession Task Failed:%s", qUtf8Printable(error->localizedDescription));
+        fallSilent(exchange, error->mayHaveLeft ? Fault::Unknown : Fault::Unsent);
         return;
     }
     const auto &response = std::get<UrlResponse>(result);
+    const auto &attempt = m_surroundings.attempt;
     if (response.status != 200) {
         qCWarning(logNetwork, "the service answered HTTP %d to a %s request", response.status, exchange.name);
-        if (const ResponseBlock &failed = this->*exchange.failed)
-            failed(false, Outcomes::serverError.description.toString(), Outcomes::serverError.code.toString());
+        const ResponseBlock &failed = this->*exchange.failed;
+        if (!failed) {
+            fallSilent(exchange, Fault::Unknown);
+            return;
+        }
+        if (attempt)
+            attempt->landed();
+        failed(false, Outcomes::serverError.description.toString(), Outcomes::serverError.code.toString());
         return;
     }
     const QJsonValue answer = open(response.body);
     // Stored before anybody is called, so that who is called can read it.
     ((*m_surroundings.functions).*exchange.store)(answer);
+    const qint32 code = resultCode(answer[QLatin1StringView("rc")]);
+    if (attempt) {
+        attempt->landed();
+        attempt->answered(exchange.isPayment, QString::number(code), answer.isObject());
+    }
     const ResponseBlock &answered = this->*exchange.answered;
     if (!answered)
         return;
-    const qint32 code = resultCode(answer[QLatin1StringView("rc")]);
     if (code == 0)
         answered(true, QStringLiteral(""), QStringLiteral("0"));
     else

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Attempt.h"
 #include "device/CoreFunctions.h"
 #include "platform/UrlSession.h"
 #include "platform/UserDefaults.h"
@@ -18,12 +19,15 @@ struct Surroundings
 {
     /// As UrlSession::post.
     using Post = std::function<void(const QUrl &url, const QByteArray &contentType, QByteArray body,
-                                    UrlSession::Completion completion)>;
+                                    UrlSession::Departure departure, UrlSession::Completion completion)>;
 
     Post post = UrlSession::post;
     UserDefaults *defaults = &UserDefaults::standard();
     CoreKeychain keychain;
     std::shared_ptr<const CoreFunctions> functions = std::make_shared<CoreFunctions>();
+    /// The payment that the exchange belongs to: learns how it goes, and keeps it from leaving once it was withdrawn.
+    /// Null for none.
+    std::shared_ptr<Attempt> attempt = {};
 };
 
 /// One exchange with the payment service: make a new one for each. It lives until its completion has run, whoever else
@@ -61,6 +65,7 @@ private:
     struct Exchange
     {
         const char *name;
+        bool isPayment;
         int messageType;
         int processingCode;
         /// Takes the input apart and keeps of it what later steps read; std::nullopt for one that is malformed.
@@ -78,9 +83,12 @@ private:
     explicit CoreNetworking(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
     static std::optional<Input> readTokenInput(const QString &input, UserDefaults &defaults);
     static std::optional<Input> readPaymentInput(const QString &input, UserDefaults &defaults);
+    /// Why a request can't be had.
+    using Fault = Attempt::Silence;
     void send(const Exchange &exchange, const QString &input, ResponseBlock block);
-    std::optional<QJsonObject> build(const Exchange &exchange, const Input &input) const;
-    std::optional<QString> identity(const QString &key, const char *advice) const;
+    std::variant<QJsonObject, Fault> build(const Exchange &exchange, const QString &input) const;
+    std::variant<QString, Fault> identity(const QString &key, const char *advice) const;
+    void fallSilent(const Exchange &exchange, Fault fault) const;
     void finish(const Exchange &exchange, const UrlResult &result) const;
     QJsonValue open(const QByteArray &body) const;
 

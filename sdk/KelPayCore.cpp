@@ -1,4 +1,4 @@
-#include "KelPay/KelPayCore.h"
+#include <KelPay/KelPayCore.h>
 
 #include "device/HostProfile.h"
 #include "device/IntegrityCheck.h"
@@ -29,16 +29,27 @@ bool hasScreen()
 }
 
 /// Over the host's window; where the host had one and destroyed it meanwhile, the screen is dropped.
-void presentPaymentScreen(bool hostHadWindow)
+void presentPaymentScreen(const std::shared_ptr<Attempt> &attempt, bool hostHadWindow)
 {
     ProgressOverlay::dismiss();
+    if (attempt->isWithdrawn())
+        return;
     if (hostHadWindow && !RootViewController::hostHasWindow()) {
-        qCWarning(logScreen, "the payment screen is dropped: the host closed its window");
+        qCWarning(logScreen, "the payment screen is dropped: the host destroyed its window");
+        attempt->withdraw();
+        attempt->abandoned();
         return;
     }
-    auto payment = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+    auto payment = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"),
+                                                                           QVariant::fromValue(attempt));
     if (payment)
         ViewUtils::topMostViewController()->present(std::move(payment), true);
+}
+
+void refuse(const char *reason)
+{
+    qCWarning(logPlatform, "no payment is started: %s", reason);
+    HostProfile::shared().tell({.kind = PaymentEvent::Kind::Refused});
 }
 
 void fetchList(const QString &path, const KelPayCore::ListCallback &completion)
@@ -104,26 +115,86 @@ void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &ad
         programmingError(QStringLiteral("a payment needs screens: create a QGuiApplication before starting one"));
         return;
     }
+    if (!Dispatch::isMain()) {
+        refuse("it was not asked for on the application's main thread; hop there, with QMetaObject::invokeMethod say");
+        return;
+    }
+    const auto attempt = Attempt::begin(additionalData);
+    if (!attempt)
+        return;
+    HostProfile::shared().setClosed(false);
     ProgressOverlay::show();
     if (IntegrityCheck::isSimulator()) {
         qCWarning(logDevice, "payments don't start on a simulated device");
+        attempt->withdraw();
+        attempt->abandoned();
         return;
     }
     if (completion)
         m_profile->setPaymentStatusBlock(std::move(completion));
 
+    attempt->setSilenceListener([](Attempt::Silence silence) {
+        if (silence == Attempt::Silence::Mistake)
+            ProgressOverlay::dismiss();
+        else
+            ProgressOverlay::settle(QStringLiteral("ارتباط با سرویس پرداخت برقرار نشد.\nپرداختی انجام نشده است."));
+    });
     const QString input = QStringList{msisdn, additionalData, paymentParams}.join(QLatin1StringView("||"));
-    const auto receive = [profile = m_profile, hostHadWindow = RootViewController::hostHasWindow()](
+    const auto receive = [attempt, profile = m_profile, hostHadWindow = RootViewController::hostHasWindow()](
                              bool ok, const QString &message, const QString &code) {
         if (ok) {
-            Dispatch::main([hostHadWindow] { presentPaymentScreen(hostHadWindow); });
+            Dispatch::main([attempt, hostHadWindow] { presentPaymentScreen(attempt, hostHadWindow); });
             return;
         }
+        // The overlay goes first: a host that starts its next payment inside the callback finds the way free.
         Dispatch::main([] { ProgressOverlay::dismiss(); });
-        profile->reportStatus(false, code, message);
+        if (attempt->isWithdrawn())
+            return;
+        attempt->end();
+        if (profile->reportStatus(false, code, message))
+            attempt->reported(code, false);
     };
-    Dispatch::global(Dispatch::Priority::High,
-                     [input, receive] { CoreNetworking::create()->sendTokenRequest(input, receive); });
+    Dispatch::global(Dispatch::Priority::High, [input, attempt, receive] {
+        Surroundings surroundings;
+        surroundings.attempt = attempt;
+        CoreNetworking::create(std::move(surroundings))->sendTokenRequest(input, receive);
+    });
+}
+
+bool KelPayCore::isBusy() const
+{
+    return Attempt::current() != nullptr;
+}
+
+void KelPayCore::abandon()
+{
+    const auto attempt = Attempt::current();
+    if (attempt)
+        attempt->withdraw();
+    ProgressOverlay::dismiss();
+    const bool hasScreens = RootViewController::shared().presentedViewController() != nullptr;
+    RootViewController::shared().abandonScreens();
+    if (attempt && !hasScreens)
+        attempt->abandoned();
+}
+
+void KelPayCore::setObserver(Observer observer)
+{
+    HostProfile::shared().setObserver(std::move(observer));
+}
+
+std::vector<UnsettledAttempt> KelPayCore::unsettledAttempts()
+{
+    auto attempts = AttemptLedger::shared().unsettled();
+    if (const auto current = Attempt::current())
+        std::erase_if(attempts,
+                      [&](const UnsettledAttempt &listed) { return listed.identifier == current->identifier(); });
+    return attempts;
+}
+
+bool KelPayCore::settleAttempt(const QString &identifier)
+{
+    return AttemptLedger::shared().settle(identifier);
 }
 
 void KelPayCore::getInternetListWithCompletion(const ListCallback &completion)
@@ -141,8 +212,16 @@ bool KelPayCore::ziaprod() const
     return m_profile->ziaprod();
 }
 
+/// The screens and requests read the shared instance's settings alone.
+void KelPayCore::warnUnlessShared(const char *setting) const
+{
+    if (m_profile.get() != &HostProfile::shared())
+        qCWarning(logPlatform, "%s is set on an instance that no payment reads: set it on sharedInstance()", setting);
+}
+
 void KelPayCore::setZiaprod(bool ziaprod)
 {
+    warnUnlessShared("ziaprod");
     m_profile->setZiaprod(ziaprod);
 }
 
@@ -153,6 +232,7 @@ QString KelPayCore::bid() const
 
 void KelPayCore::setBid(const QString &bid)
 {
+    warnUnlessShared("bid");
     m_profile->setBid(bid);
 }
 

@@ -1,4 +1,4 @@
-#include "KelPay/KelPaySandbox.h"
+#include <KelPay/KelPaySandbox.h>
 
 #include "device/IntegrityCheck.h"
 #include "platform/Ticker.h"

@@ -1,23 +1,55 @@
 #include "Payment.h"
 
-#include "KelPay/KelPayCore.h"
+#include "device/HostProfile.h"
 #include "platform/Dispatch.h"
+#include "platform/Log.h"
+#include <KelPay/KelPayCore.h>
 
 #include <QPointer>
 
+#include <array>
+
 namespace kelpay {
 
-void Payment::setMerchantId(const QString &merchantId)
+namespace {
+
+QString nameOf(PaymentEvent::Kind kind)
 {
-    if (merchantId == m_merchantId)
-        return;
-    m_merchantId = merchantId;
-    KelPayCore::initWithMerchantID(merchantId);
-    Q_EMIT merchantIdChanged();
+    static constexpr std::array names{u"Started",   u"Refused",        u"TokenAsked", u"ScreenShown",
+                                      u"Submitted", u"TransportError", u"Answered",   u"AnswerUnreadable",
+                                      u"Withdrawn", u"Reported",       u"Abandoned"};
+    return QString::fromUtf16(names[static_cast<std::size_t>(kind)]);
+}
+
+} // namespace
+
+Payment::Payment(QObject *parent) : QObject(parent)
+{
+    HostProfile::shared().addObserver(this, [this](const PaymentEvent &event) {
+        Q_EMIT stepped(nameOf(event.kind), event.attempt, event.isPayment, event.mayHaveMoved, event.code);
+        Q_EMIT busyChanged();
+    });
+}
+
+bool Payment::isBusy() const
+{
+    return KelPayCore::sharedInstance().isBusy();
+}
+
+void Payment::abandon()
+{
+    KelPayCore::sharedInstance().abandon();
 }
 
 void Payment::start(const QString &msisdn, const QString &additionalData, const QString &paymentParams)
 {
+    if (m_merchantId.isEmpty()) {
+        programmingError(QStringLiteral("a payment needs a merchant: set merchantId before starting one"));
+        return;
+    }
+    // Not while another item's payment reads it.
+    if (!isBusy())
+        KelPayCore::initWithMerchantID(m_merchantId);
     KelPayCore::sharedInstance().startPaymentWithMSISDN(
         msisdn, additionalData, paymentParams,
         [self = QPointer(this)](bool success, const QString &code, const QString &description, const QString &reference,

@@ -1,131 +1,15 @@
-#include "device/HostProfile.h"
-#include "device/Outcomes.h"
-#include "platform/Log.h"
-#include "platform/StateFolder.h"
-#include "protocol/CoreNetworking.h"
-#include "security/Base64.h"
-#include "security/BlockCipher.h"
+#include "Exchanges.h"
 
-#include <gtest/gtest.h>
+#include "device/Outcomes.h"
+#include "platform/StateFolder.h"
 
 #include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 
 namespace kelpay {
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-const QString success = QStringLiteral(R"({"rc":0,"ti":7,"ds":"x","rd":{"t":"T1","urn":"U1"}})");
-std::vector<QString> mistakes;
-
-class FixedFacts : public CoreFunctions
-{
-public:
-    using CoreFunctions::CoreFunctions;
-    QString versionString() const override { return u"210;100"_s; }
-    QString localUserDate() const override { return u"2026-11-23 03:04:05"_s; }
-    std::optional<QString> ipAddress() const override { return address; }
-    QString bundleID() const override { return u"org.example.host"_s; }
-    QString deviceData() const override { return u"APPL|m|s|n|l"_s; }
-    QString vulnerabilities() const override { return u"root"_s; }
-
-    std::optional<QString> address = u"192.0.2.7"_s;
-};
-
-/// A payment service in memory: what was asked of it, and how it answers.
-class ExchangeTest : public testing::Test
-{
-protected:
-    using Block = CoreNetworking::ResponseBlock;
-    using Send = void (CoreNetworking::*)(const QString &, Block);
-    struct Called
-    {
-        bool ok;
-        QString message;
-        QString code;
-        bool operator==(const Called &) const = default;
-    };
-
-    ExchangeTest()
-    {
-        keychain.clearAll();
-        keychain.setString(u"1001"_s, u"mid"_s);
-        facts->returnThings();
-        mistakes.clear();
-        setProgrammingErrorHandler([](const QString &message) { mistakes.push_back(message); });
-    }
-    ~ExchangeTest() override { setProgrammingErrorHandler(nullptr); }
-
-    /// Sends one exchange, answers it, and gives what the block got.
-    std::optional<Called> run(Send send, const QString &input, const UrlResult &result, const Block &inside = {})
-    {
-        std::optional<Called> called;
-        const auto block = [&](bool ok, const QString &message, const QString &code) {
-            EXPECT_FALSE(called);
-            called = {ok, message, code};
-            if (inside)
-                inside(ok, message, code);
-        };
-        ((*CoreNetworking::create({post(), &defaults, keychain, facts})).*send)(input, block);
-        if (auto done = std::exchange(completion, {}))
-            done(result);
-        return called;
-    }
-    std::optional<Called> answer(Send send, const QString &json, const Block &inside = {})
-    {
-        std::optional<Called> called;
-        ((*CoreNetworking::create({post(), &defaults, keychain, facts})).*
-         send)(u"0912||x||7"_s, [&](bool ok, const QString &message, const QString &code) {
-            EXPECT_FALSE(called);
-            called = {ok, message, code};
-            if (inside)
-                inside(ok, message, code);
-        });
-        std::exchange(completion, {})(UrlResponse{200, sealed(json)});
-        return called;
-    }
-    Surroundings::Post post()
-    {
-        return [this](const QUrl &url, const QByteArray &type, const QByteArray &body,
-                      const UrlSession::Completion &then) {
-            EXPECT_EQ(url.path(), u"/8/request"_s);
-            EXPECT_EQ(url.port(), 1443);
-            EXPECT_EQ(type, "application/json");
-            posts.push_back(body);
-            completion = then;
-        };
-    }
-    std::optional<Bytes> key() const
-    {
-        return base64DecodedDataWithString(defaults.string(u"latest_key"_s).value_or(QString()));
-    }
-    /// An answer as the service sends it: with the quotes and escapes of a JSON string.
-    QByteArray sealed(const QString &json) const
-    {
-        const auto cipher = doBlockCipherWithAlgorithm(Bytes(json.toUtf8().toStdString()), CipherAES, key(),
-                                                       std::nullopt, CipherEncrypt, true, true);
-        return '"' + base64EncodedString(*cipher).replace(u'/', u"\\/"_s).toLatin1() + '"';
-    }
-    QJsonObject lastRequest() const
-    {
-        const QByteArray text = posts.back().mid(posts.back().indexOf('#') + 1).chopped(2);
-        const auto plain = doBlockCipherWithAlgorithm(*base64DecodedData(Bytes(text.toStdString())), CipherAES, key(),
-                                                      std::nullopt, CipherDecrypt, true);
-        return plain ? QJsonDocument::fromJson(plain->toByteArray().mid(16)).object() : QJsonObject();
-    }
-
-    UserDefaults defaults{QString()};
-    CoreKeychain keychain{u"exchange-test"_s};
-    std::shared_ptr<FixedFacts> facts = std::make_shared<FixedFacts>(defaults, keychain);
-    std::vector<QByteArray> posts;
-    UrlSession::Completion completion;
-};
-
-constexpr auto token = &CoreNetworking::sendTokenRequest;
-constexpr auto payment = &CoreNetworking::sendPaymentRequest;
 
 TEST_F(ExchangeTest, AsksWithFifteenValues)
 {
@@ -228,7 +112,7 @@ TEST_F(ExchangeTest, TellsAStatusToTheTokensSlotAlone)
 
     // A payment whose object was given a slot for tokens tells that one.
     std::optional<QString> code;
-    const auto object = CoreNetworking::create({post(), &defaults, keychain, facts});
+    const auto object = CoreNetworking::create(surroundings());
     object->setTokenResponseBlock([&](bool, const QString &, const QString &told) { code = told; });
     object->sendPaymentRequest(u"x"_s, {});
     std::exchange(completion, {})(UrlResponse{502, {}});

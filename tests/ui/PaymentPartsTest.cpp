@@ -47,18 +47,20 @@ TEST(PaymentPhaseTest, followsTheTable)
 {
     using Phase = PaymentPhase;
     const std::optional<Phase> none;
-    // Columns: Pay, Answer, CloseReceipt, FindNoLink, ReportCancel, ReportTime, ReportNoLink.
-    const std::optional<Phase> table[][7] = {
-        {Phase::Paying, none, none, Phase::Leaving, Phase::Reported, Phase::Reported, none},
-        {none, Phase::ReceiptOpen, none, none, Phase::Reported, Phase::Reported, none},
-        {none, none, none, none, Phase::Reported, Phase::Reported, Phase::Reported},
-        {none, none, Phase::Kept, none, none, none, none},
-        {Phase::Paying, none, none, Phase::Leaving, Phase::Reported, none, none},
-        {none, none, none, none, none, none, none},
+    // Columns: Pay, Answer, FallSilent, TakeBack, CloseReceipt, FindNoLink, ReportCancel, ReportTime, ReportNoLink.
+    const auto reported = Phase::Reported;
+    const std::optional<Phase> table[][9] = {
+        {Phase::Paying, none, none, none, none, Phase::Leaving, reported, reported, none},
+        {none, Phase::ReceiptOpen, Phase::Unknown, Phase::Entering, none, none, reported, reported, none},
+        {none, none, none, none, none, none, reported, reported, none},
+        {none, none, none, none, none, none, reported, reported, reported},
+        {none, none, none, none, Phase::Kept, none, none, none, none},
+        {Phase::Paying, none, none, none, none, Phase::Leaving, reported, none, none},
+        {none, none, none, none, none, none, none, none, none},
     };
-    for (int phase = 0; phase < 6; ++phase) {
-        for (int event = 0; event < 7; ++event)
-            EXPECT_EQ(phaseAfter(Phase(phase), PaymentEvent(event)), table[phase][event]) << phase << ' ' << event;
+    for (int phase = 0; phase < 7; ++phase) {
+        for (int event = 0; event < 9; ++event)
+            EXPECT_EQ(phaseAfter(Phase(phase), PhaseEvent(event)), table[phase][event]) << phase << ' ' << event;
     }
 }
 

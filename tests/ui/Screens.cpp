@@ -73,10 +73,12 @@ PaymentViewController *ScreenTest::presentPayment(bool withWindow)
     auto scene = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
     auto *screen =
         qobject_cast<PaymentViewController *>(static_cast<NavigationController &>(*scene).topViewController());
-    screen->setPaymentSender([this](const QString &detail, CoreNetworking::ResponseBlock block) {
-        sent.append(detail);
-        m_block = std::move(block);
-    });
+    screen->setPaymentSender(
+        [this](const QString &detail, const std::shared_ptr<Attempt> &of, CoreNetworking::ResponseBlock block) {
+            sent.append(detail);
+            attempt = of;
+            m_block = std::move(block);
+        });
     ViewUtils::topMostViewController()->present(std::move(scene), true);
     settle();
     return screen;
@@ -85,7 +87,11 @@ PaymentViewController *ScreenTest::presentPayment(bool withWindow)
 void ScreenTest::answer(bool ok, const QString &message, const QString &code)
 {
     // As in life: on a thread of the network.
-    Dispatch::transfer([block = m_block, ok, message, code] { block(ok, message, code); });
+    Dispatch::transfer([=, block = m_block, of = attempt] {
+        of->landed();
+        of->answered(true, code, true);
+        block(ok, message, code);
+    });
     settle(500);
 }
 

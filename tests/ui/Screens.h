@@ -57,6 +57,8 @@ protected:
     static void settle(int milliseconds = 350);
 
     QStringList sent;
+    /// What the last submission belongs to.
+    std::shared_ptr<Attempt> attempt;
 
 private:
     std::unique_ptr<QQuickWindow> m_window;

@@ -27,11 +27,12 @@ public:
         return *overlay;
     }
 
-    void request(bool shown, const QString &status = {}, const QString &imageUrl = {})
+    void request(bool shown, const QString &status = {}, const QString &imageUrl = {}, bool isSettled = false)
     {
         m_shown = shown;
         m_status = status;
         m_imageUrl = imageUrl;
+        m_isSettled = isSettled;
         if (ScreenEngine::hasDisplay())
             m_update.start();
     }
@@ -75,9 +76,10 @@ private:
 
     void place(QQuickItem *parent)
     {
-        m_panel = ScreenEngine::createItem(
-            QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ProgressPanel.qml")),
-            {{QStringLiteral("status"), m_status}, {QStringLiteral("imageUrl"), QUrl(m_imageUrl)}});
+        m_panel = ScreenEngine::createItem(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ProgressPanel.qml")),
+                                           {{QStringLiteral("status"), m_status},
+                                            {QStringLiteral("imageUrl"), QUrl(m_imageUrl)},
+                                            {QStringLiteral("settled"), m_isSettled}});
         if (!m_panel)
             return;
         m_panel->setParent(parent);
@@ -103,6 +105,7 @@ private:
     }
 
     bool m_shown = false;
+    bool m_isSettled = false;
     QString m_status;
     QString m_imageUrl;
     QTimer m_update;
@@ -121,6 +124,11 @@ void ProgressOverlay::show()
 void ProgressOverlay::show(const QString &status, const QString &imageUrl)
 {
     Overlay::shared().request(true, status, imageUrl);
+}
+
+void ProgressOverlay::settle(const QString &status)
+{
+    Overlay::shared().request(true, status, {}, true);
 }
 
 void ProgressOverlay::dismiss()

@@ -13,6 +13,8 @@ public:
     static void show();
     /// With a text, and an image above it ("" for none).
     static void show(const QString &status, const QString &imageUrl);
+    /// Stands still with a text: what was waited for will not come. Shown until it is dismissed, as the others are.
+    static void settle(const QString &status);
     static void dismiss();
     static bool isShown();
     static QString status();

@@ -1,12 +1,14 @@
 import QtQuick
 import KelPay.Components
 
-/// "Please wait": a card with a turning arc, an image and a text, drawn over its parent. It takes no input.
+/// "Please wait": a card with a turning arc, an image and a text, drawn over its parent. Settled, it waits no more. It
+/// takes no input.
 Item {
     id: overlay
 
     required property string status
     required property url imageUrl
+    property bool settled: false
 
     objectName: "progressOverlay"
     anchors.fill: parent
@@ -44,6 +46,8 @@ Item {
             }
             Spinner {
                 anchors.horizontalCenter: parent.horizontalCenter
+                turning: visible && !overlay.settled
+                opacity: overlay.settled ? 0.4 : 1
             }
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter

@@ -3,7 +3,11 @@
 #include <QMetaType>
 #include <QString>
 
+#include <memory>
+
 namespace kelpay {
+
+class Attempt;
 
 /// What the payment screen hands to the receipt: how the payment ended, and what was paid to whom.
 struct ReceiptInput
@@ -13,6 +17,7 @@ struct ReceiptInput
     QString dsc;                 ///< The service's description of a failure; a success has the receipt's lines.
     QString callbackCode;        ///< Reported on failure.
     QString callbackDescription; ///< Reported on failure.
+    std::shared_ptr<Attempt> attempt;
 };
 
 } // namespace kelpay

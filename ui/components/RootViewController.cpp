@@ -34,7 +34,21 @@ RootViewController::RootViewController() = default;
 
 RootViewController::~RootViewController()
 {
-    delete presentedViewController();
+    removeScreens();
+}
+
+void RootViewController::removeScreens()
+{
+    // What a screen presents is its child.
+    qDeleteAll(findChildren<ViewController *>(QString(), Qt::FindDirectChildrenOnly));
+    closeStageIfUnused();
+}
+
+void RootViewController::abandonScreens()
+{
+    for (auto *controller : findChildren<ViewController *>())
+        controller->abandon();
+    removeScreens();
 }
 
 bool RootViewController::hostHasWindow()

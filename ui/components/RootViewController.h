@@ -17,13 +17,18 @@ public:
     static RootViewController &shared();
     ~RootViewController() override;
 
-    /// Whether the host shows a window of its own. Main queue.
+    /// Whether the host has a window of its own, shown or hidden. Main queue.
     static bool hostHasWindow();
 
     /// The surface that presented views stand on; opened over the host's active window when it is not open yet. Null
     /// where there is no display.
     QQuickItem *openStage();
     void closeStageIfUnused();
+
+    /// Deletes all screens at once, those that are sliding away among them; each says its last word while it goes.
+    void removeScreens();
+    /// The same, but nobody says a word.
+    void abandonScreens();
 
 private:
     RootViewController();

@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QScreen>
+#include <QTimer>
 #include <QUrl>
 
 namespace kelpay {
@@ -25,13 +26,15 @@ bool isHostWindow(const QWindow *window)
 
 QWindow *Stage::hostWindow()
 {
+    // A window that the host only hid is still its window.
+    static QPointer<QWindow> last;
     if (QWindow *focused = QGuiApplication::focusWindow(); focused && isHostWindow(focused))
-        return focused;
+        return last = focused;
     for (QWindow *window : QGuiApplication::topLevelWindows()) {
         if (isHostWindow(window))
-            return window;
+            return last = window;
     }
-    return nullptr;
+    return last;
 }
 
 Stage::Stage()
@@ -80,6 +83,7 @@ void Stage::openOwnWindow(QWindow *host)
     geometry.moveCenter(host ? host->frameGeometry().center() : available.center());
     m_ownWindow->setGeometry(geometry);
     m_ownWindow->installEventFilter(this);
+    QCoreApplication::instance()->installEventFilter(this);
     if (host)
         connect(host, &QObject::destroyed, this, &Stage::lost);
     openOver(m_ownWindow.get());
@@ -89,7 +93,17 @@ void Stage::openOwnWindow(QWindow *host)
 
 bool Stage::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched != m_ownWindow.get() || event->type() != QEvent::Close)
+    if (event->type() == QEvent::Quit && watched == QCoreApplication::instance()) {
+        // An application that quits closes its windows first; ours is not the one to object. Where another window does,
+        // ours comes back.
+        m_isQuitting = true;
+        QTimer::singleShot(0, this, [this] {
+            m_isQuitting = false;
+            m_ownWindow->show();
+        });
+        return false;
+    }
+    if (watched != m_ownWindow.get() || event->type() != QEvent::Close || m_isQuitting)
         return false;
     event->ignore();
     Q_EMIT closeRequested();

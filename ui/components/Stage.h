@@ -24,7 +24,8 @@ public:
     /// Null where no layer could be made.
     QQuickItem *content() const { return m_content; }
 
-    /// The host's active window: the focused one, else the first that is shown; null where it has none.
+    /// The host's active window: the focused one, else the first that is shown, else the last of these that it only
+    /// hid; null where it has none.
     static QWindow *hostWindow();
 
 Q_SIGNALS:
@@ -42,6 +43,7 @@ private:
     QPointer<QObject> m_layer;
     QPointer<QQuickItem> m_content;
     QPointer<QQuickItem> m_hostFocus;
+    bool m_isQuitting = false;
 };
 
 } // namespace kelpay

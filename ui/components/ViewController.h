@@ -69,6 +69,9 @@ public:
     /// The person closes the window that the SDK opened for its screens.
     virtual void closeRequested() { barButtonPressed(); }
 
+    /// The host takes the screens away and wants no word of them; the controller is deleted next.
+    virtual void abandon() {}
+
     NotificationBanner *banner() { return &m_banner; }
 
     /// How long a screen slides in or out, unless the person wants no motion.

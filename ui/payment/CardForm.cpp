@@ -160,6 +160,12 @@ bool CardForm::isComplete() const
            (m_isSimple || (m_cvv2.size() >= 3 && m_expiration.size() == 5));
 }
 
+bool CardForm::isTouched() const
+{
+    return (m_isCardNumberEnabled && !m_cardNumber.isEmpty()) || !m_pin.isEmpty() || !m_cvv2.isEmpty() ||
+           !m_expiration.isEmpty();
+}
+
 std::optional<QString> CardForm::card() const
 {
     return m_isSettledDown ? panID() : cardNumber();

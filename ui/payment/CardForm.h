@@ -67,6 +67,8 @@ public:
 
     /// Whether the fields are long enough to be sent.
     bool isComplete() const;
+    /// Whether the payer entered anything.
+    bool isTouched() const;
     /// The saved card's identifier, or the number; std::nullopt for an identifier that is missing.
     std::optional<QString> card() const;
     /// Empties PIN and CVV2.

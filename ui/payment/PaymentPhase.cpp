@@ -8,7 +8,7 @@ namespace kelpay {
 namespace {
 
 using Phase = PaymentPhase;
-using Event = PaymentEvent;
+using Event = PhaseEvent;
 
 struct Transition
 {
@@ -24,8 +24,12 @@ constexpr std::array transitions{
     Transition{Phase::Entering, Event::ReportCancel, Phase::Reported},
     Transition{Phase::Entering, Event::ReportTime, Phase::Reported},
     Transition{Phase::Paying, Event::Answer, Phase::ReceiptOpen},
+    Transition{Phase::Paying, Event::FallSilent, Phase::Unknown},
+    Transition{Phase::Paying, Event::TakeBack, Phase::Entering},
     Transition{Phase::Paying, Event::ReportCancel, Phase::Reported},
     Transition{Phase::Paying, Event::ReportTime, Phase::Reported},
+    Transition{Phase::Unknown, Event::ReportCancel, Phase::Reported},
+    Transition{Phase::Unknown, Event::ReportTime, Phase::Reported},
     Transition{Phase::Leaving, Event::ReportNoLink, Phase::Reported},
     Transition{Phase::Leaving, Event::ReportCancel, Phase::Reported},
     Transition{Phase::Leaving, Event::ReportTime, Phase::Reported},
@@ -37,7 +41,7 @@ constexpr std::array transitions{
 
 } // namespace
 
-std::optional<PaymentPhase> phaseAfter(PaymentPhase phase, PaymentEvent event)
+std::optional<PaymentPhase> phaseAfter(PaymentPhase phase, PhaseEvent event)
 {
     const auto *const found = std::find_if(transitions.begin(), transitions.end(), [&](const Transition &transition) {
         return transition.from == phase && transition.event == event;

@@ -23,8 +23,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const Storyboard::Scene scene(QStringLiteral("PaymentView"), [](const QVariant &) {
-    return std::make_unique<NavigationController>(std::make_unique<PaymentViewController>());
+const Storyboard::Scene scene(QStringLiteral("PaymentView"), [](const QVariant &input) {
+    return std::make_unique<NavigationController>(
+        std::make_unique<PaymentViewController>(input.value<std::shared_ptr<Attempt>>()));
 });
 
 void fillScreenPresenter()
@@ -56,22 +57,26 @@ void setFonts(AlertView &alert)
     alert.cancelButtonFont = alert.messageFont;
 }
 
-void sendThroughNetwork(const QString &detail, CoreNetworking::ResponseBlock block)
+void sendThroughNetwork(const QString &detail, const std::shared_ptr<Attempt> &attempt,
+                        CoreNetworking::ResponseBlock block)
 {
-    Dispatch::global(Dispatch::Priority::High, [detail, block = std::move(block)] {
-        CoreNetworking::create()->sendPaymentRequest(detail, block);
+    Dispatch::global(Dispatch::Priority::High, [detail, attempt, block = std::move(block)] {
+        Surroundings surroundings;
+        surroundings.attempt = attempt;
+        CoreNetworking::create(std::move(surroundings))->sendPaymentRequest(detail, block);
     });
 }
 
 } // namespace
 
-PaymentViewController::PaymentViewController(QObject *parent)
+PaymentViewController::PaymentViewController(std::shared_ptr<Attempt> attempt, QObject *parent)
     : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Payment/PaymentView.qml")), parent)
+    , m_attempt(std::move(attempt))
     , m_sender(sendThroughNetwork)
     , m_timer(1000ms)
 {
     connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
-    connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationError);
+    connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationErrorWithMessage);
     setFonts(m_leaveAlert);
     m_leaveAlert.addButton(QStringLiteral("ادامه پرداخت"), {});
     m_leaveAlert.setCancelButton(QStringLiteral("بله، انصراف"), [this] { cancelPayment(); });
@@ -81,6 +86,18 @@ PaymentViewController::~PaymentViewController()
 {
     unloadView();
     m_form.clearSecrets();
+    const bool isTold =
+        m_phase == PaymentPhase::ReceiptOpen || m_phase == PaymentPhase::Kept || m_phase == PaymentPhase::Reported;
+    if (m_attempt && !isTold) {
+        m_attempt->withdraw();
+        m_attempt->abandoned();
+    }
+}
+
+void PaymentViewController::viewDidAppear()
+{
+    if (m_attempt)
+        m_attempt->screenShown();
 }
 
 void PaymentViewController::viewDidLoad()
@@ -105,6 +122,9 @@ void PaymentViewController::loadTokenData()
     m_merchantText = QLatin1Char(' ') + textValue(rd.mn).value_or(QString());
     m_detail = {UserDefaults::standard().string(QStringLiteral("pcc")), textValue(rd.t), textValue(rd.rn), ta,
                 textValue(rd.tb)};
+    m_amn = amn.value_or(QString());
+    if (m_attempt)
+        m_attempt->setPurchase(m_amn, m_detail.t.value_or(QString()));
     m_vu = textValue(rd.vu);
     m_pl = textValue(rd.pl).value_or(QString());
     m_form.setTerms({ta, textValue(rd.bl), amn});
@@ -135,11 +155,22 @@ void PaymentViewController::offerWallet(const QString &balance)
         QStringLiteral("موجودی کیف پول شما: %1\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟").arg(rials(balance)));
 }
 
-bool PaymentViewController::enter(PaymentEvent event)
+bool PaymentViewController::enter(PhaseEvent event)
 {
     const auto next = phaseAfter(m_phase, event);
     m_phase = next.value_or(m_phase);
     return next.has_value();
+}
+
+/// False while another payment is under way, which only a screen that was kept can meet.
+bool PaymentViewController::holdAttempt()
+{
+    if (!m_attempt || m_attempt->isOver()) {
+        m_attempt = Attempt::begin(UserDefaults::standard().string(QStringLiteral("rsn")).value_or(QString()));
+        if (m_attempt)
+            m_attempt->setPurchase(m_amn, m_detail.t.value_or(QString()));
+    }
+    return m_attempt != nullptr;
 }
 
 void PaymentViewController::payFromWallet()
@@ -158,7 +189,7 @@ void PaymentViewController::verifyPayment()
     m_detail.pcc = UserDefaults::standard().string(QStringLiteral("pcc"));
     UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
     if (!m_form.isComplete()) {
-        showNotificationError(QStringLiteral("ورودی ها را بررسی کنید."));
+        showNotificationErrorWithMessage(QStringLiteral("ورودی ها را بررسی کنید."));
         return;
     }
     const QString detail = m_form.isSimple()
@@ -170,10 +201,15 @@ void PaymentViewController::verifyPayment()
 
 void PaymentViewController::pay(const QString &detail)
 {
-    if (!enter(PaymentEvent::Pay))
+    if (!holdAttempt() || !enter(PhaseEvent::Pay))
         return;
-    showHud(QStringLiteral("در حال بررسی پرداخت"));
-    m_sender(detail, [screen = QPointer(this)](bool ok, const QString &message, const QString &code) {
+    showHUDWithString(QStringLiteral("در حال بررسی پرداخت"));
+    m_attempt->submitted();
+    m_attempt->setSilenceListener([screen = QPointer(this)](Attempt::Silence silence) {
+        if (screen)
+            screen->fallSilent(silence);
+    });
+    m_sender(detail, m_attempt, [screen = QPointer(this)](bool ok, const QString &message, const QString &code) {
         Dispatch::main([screen, ok, message, code] {
             if (screen)
                 screen->receive(ok, message, code);
@@ -181,12 +217,29 @@ void PaymentViewController::pay(const QString &detail)
     });
 }
 
+void PaymentViewController::fallSilent(Attempt::Silence silence)
+{
+    if (silence == Attempt::Silence::Mistake) {
+        if (enter(PhaseEvent::TakeBack))
+            ProgressOverlay::dismiss();
+    } else if (enter(PhaseEvent::FallSilent)) {
+        ProgressOverlay::settle(silence == Attempt::Silence::Unsent
+                                    ? QStringLiteral("ارتباط با سرویس پرداخت برقرار نشد.\nپرداختی انجام نشده است.")
+                                    : QStringLiteral("نتیجه پرداخت معلوم نیست.\n"
+                                                     "پیش از پرداخت دوباره، از پذیرنده یا بانک خود بپرسید."));
+    }
+}
+
 void PaymentViewController::receive(bool ok, const QString &message, const QString &code)
 {
-    if (!navigationController() || !enter(PaymentEvent::Answer))
+    if (!navigationController() || !enter(PhaseEvent::Answer))
         return;
-    ReceiptInput input{
-        .amn = m_amountText, .mrc = m_merchantText, .dsc = {}, .callbackCode = code, .callbackDescription = message};
+    ReceiptInput input{.amn = m_amountText,
+                       .mrc = m_merchantText,
+                       .dsc = {},
+                       .callbackCode = code,
+                       .callbackDescription = message,
+                       .attempt = m_attempt};
     if (!ok)
         input.dsc = textValue(CoreFunctions().storedPaymentAnswer().value_or(BaseClassp()).ds).value_or(QString());
     m_timer.invalidate();
@@ -209,22 +262,38 @@ void PaymentViewController::timerFired()
     case Countdown::Tick::Over:
         m_isTimeOver = true;
         Q_EMIT ticked();
-        report(PaymentEvent::ReportTime, Outcomes::timeOver);
+        report(PhaseEvent::ReportTime, Outcomes::timeOver);
         break;
     }
 }
 
 void PaymentViewController::cancelPayment()
 {
-    report(PaymentEvent::ReportCancel, Outcomes::cancelled);
+    report(PhaseEvent::ReportCancel, Outcomes::cancelled);
 }
 
 void PaymentViewController::escapePressed()
 {
     // Not over a payment on its way: the cancel button is there, but nothing should lead to it.
     if (canPay())
-        m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
-                          QStringLiteral("از این پرداخت منصرف می‌شوید؟"));
+        askToLeave();
+}
+
+void PaymentViewController::closeRequested()
+{
+    const bool isOnItsWay = m_phase == PaymentPhase::Paying || m_phase == PaymentPhase::Unknown;
+    if (isOnItsWay || (canPay() && m_form.isTouched()))
+        askToLeave();
+    else
+        cancelPayment();
+}
+
+void PaymentViewController::askToLeave()
+{
+    m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
+                      canPay() ? QStringLiteral("از این پرداخت منصرف می‌شوید؟")
+                               : QStringLiteral("نتیجه پرداخت معلوم نیست و ممکن است انجام شده باشد. خارج "
+                                                "می‌شوید؟"));
 }
 
 QString PaymentViewController::timeNotice() const
@@ -241,17 +310,17 @@ void PaymentViewController::openVerifyURL()
             navigationController()->push(std::make_unique<VerificationViewController>(QUrl(*m_vu)), true);
         return;
     }
-    if (!enter(PaymentEvent::FindNoLink))
+    if (!enter(PhaseEvent::FindNoLink))
         return;
-    showNotificationError(QStringLiteral("پذیرنده نامعتبر میباشد"));
+    showNotificationErrorWithMessage(QStringLiteral("پذیرنده نامعتبر میباشد"));
     Dispatch::mainAfter(2s, [screen = QPointer(this)] {
         if (screen)
-            screen->report(PaymentEvent::ReportNoLink, Outcomes::invalidMerchant);
+            screen->report(PhaseEvent::ReportNoLink, Outcomes::invalidMerchant);
     });
 }
 
 // The screen goes first: a host that starts its next payment inside the callback finds the way free.
-void PaymentViewController::report(PaymentEvent event, const Outcome &outcome)
+void PaymentViewController::report(PhaseEvent event, const Outcome &outcome)
 {
     if (!enter(event))
         return;
@@ -261,7 +330,14 @@ void PaymentViewController::report(PaymentEvent event, const Outcome &outcome)
     m_form.clearSecrets();
     ProgressOverlay::dismiss();
     dismiss(true);
-    HostProfile::shared().reportStatus(outcome);
+    const auto attempt = m_attempt;
+    if (attempt) {
+        attempt->withdraw();
+        attempt->end();
+    }
+    if (HostProfile::shared().reportStatus(outcome) && attempt)
+        Dispatch::global(Dispatch::Priority::High,
+                         [attempt, code = outcome.code.toString()] { attempt->reported(code, false); });
 }
 
 void PaymentViewController::showPanList()
@@ -281,12 +357,12 @@ void PaymentViewController::setPanListShown(bool shown)
     Q_EMIT panListShownChanged();
 }
 
-void PaymentViewController::showNotificationError(const QString &message)
+void PaymentViewController::showNotificationErrorWithMessage(const QString &message)
 {
     banner()->show(message);
 }
 
-void PaymentViewController::showHud(const QString &status)
+void PaymentViewController::showHUDWithString(const QString &status)
 {
     ProgressOverlay::show(status, Bundle::sdk().urlForImage(QStringLiteral("kel.png")));
 }

@@ -38,9 +38,11 @@ class PaymentViewController : public ViewController
 
 public:
     /// Starts a payment exchange with a detail string; its outcome comes to the block, on any thread, at most once.
-    using PaymentSender = std::function<void(const QString &detail, CoreNetworking::ResponseBlock block)>;
+    using PaymentSender = std::function<void(const QString &detail, const std::shared_ptr<Attempt> &attempt,
+                                             CoreNetworking::ResponseBlock block)>;
 
-    explicit PaymentViewController(QObject *parent = nullptr);
+    /// `attempt` is what the screen is shown for; without one it begins one of its own when it pays.
+    explicit PaymentViewController(std::shared_ptr<Attempt> attempt = {}, QObject *parent = nullptr);
     ~PaymentViewController() override;
 
     void setPaymentSender(PaymentSender sender) { m_sender = std::move(sender); }
@@ -50,9 +52,12 @@ public:
     QString barButtonText() const override { return QStringLiteral("انصراف"); }
     QString barButtonName() const override { return QStringLiteral("cancelButton"); }
     void barButtonPressed() override { cancelPayment(); }
+    void viewDidAppear() override;
     /// Asks before it cancels; the cancel button does not.
     void escapePressed() override;
-    void resume() override { enter(PaymentEvent::CloseReceipt); }
+    /// Asks where something would be lost.
+    void closeRequested() override;
+    void resume() override { enter(PhaseEvent::CloseReceipt); }
 
     /// The pay button.
     Q_INVOKABLE void verifyPayment();
@@ -75,6 +80,18 @@ public:
     bool isLastMinute() const { return m_countdown.minute() < 1; }
     QString timeNotice() const;
     bool isPanListShown() const { return m_isPanListShown; }
+    // What the token answer said.
+    const std::optional<QString> &t() const { return m_detail.t; }
+    const std::optional<QString> &ta() const { return m_detail.ta; }
+    const std::optional<QString> &tb() const { return m_detail.tb; }
+    const std::optional<QString> &rn() const { return m_detail.rn; }
+    const std::optional<QString> &vu() const { return m_vu; }
+    const QString &pl() const { return m_pl; }
+    const QString &amn() const { return m_amn; }
+    // The ten minutes.
+    const Ticker &timer() const { return m_timer; }
+    int currMinute() const { return m_countdown.minute(); }
+    int currSeconds() const { return m_countdown.seconds(); }
     /// A payment is on its way.
     bool isButtonedOrNeah() const { return m_phase == PaymentPhase::Paying; }
     bool isWallety() const { return m_isWallety; }
@@ -89,15 +106,19 @@ private:
     void loadTokenData();
     void offerWallet(const QString &balance);
     void payFromWallet();
-    bool enter(PaymentEvent event);
-    bool canPay() const { return phaseAfter(m_phase, PaymentEvent::Pay).has_value(); }
+    bool enter(PhaseEvent event);
+    void askToLeave();
+    bool holdAttempt();
+    bool canPay() const { return phaseAfter(m_phase, PhaseEvent::Pay).has_value(); }
     void pay(const QString &detail);
     void receive(bool ok, const QString &message, const QString &code);
-    void report(PaymentEvent event, const Outcome &outcome);
-    void showNotificationError(const QString &message);
-    void showHud(const QString &status);
+    void fallSilent(Attempt::Silence silence);
+    void report(PhaseEvent event, const Outcome &outcome);
+    void showNotificationErrorWithMessage(const QString &message);
+    void showHUDWithString(const QString &status);
     void setPanListShown(bool shown);
 
+    std::shared_ptr<Attempt> m_attempt;
     PaymentSender m_sender;
     CardForm m_form;
     AlertView m_walletAlert;
@@ -107,6 +128,7 @@ private:
     PaymentDetail m_detail;
     std::optional<QString> m_vu;
     QString m_pl;
+    QString m_amn;
     QString m_amountText;
     QString m_merchantText;
     QString m_detailText;

@@ -6,11 +6,11 @@
 #include "platform/Dispatch.h"
 #include "platform/Formats.h"
 #include "platform/UserDefaults.h"
+#include "protocol/Attempt.h"
 #include "security/keychain/CoreKeychain.h"
 #include "ui/components/NavigationController.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/Storyboard.h"
-#include "ui/payment/ViewUtils.h"
 
 namespace kelpay {
 
@@ -27,13 +27,20 @@ void finish(const ReceiptInput &input, const QPointer<NavigationController> &nav
     const bool staysOpen = Merchants::keepPaymentScreen(data.mpin.value_or(QString()));
     // The screen goes first: a host that starts its next payment inside the callback finds the way free.
     if (!staysOpen)
-        Dispatch::main([] { ViewUtils::topMostViewController()->dismiss(true); });
-    if (data.isSuccess())
-        HostProfile::shared().reportStatus(true, Outcomes::successful.code.toString(),
-                                           Outcomes::successful.description.toString(), data.urn.value_or(QString()),
-                                           data.mrn.value_or(QString()));
-    else
-        HostProfile::shared().reportStatus(false, input.callbackCode, input.callbackDescription);
+        Dispatch::main([navigation] {
+            if (navigation)
+                navigation->dismiss(true);
+        });
+    if (input.attempt)
+        input.attempt->end();
+    const QString code = data.isSuccess() ? Outcomes::successful.code.toString() : input.callbackCode;
+    const bool isTold =
+        data.isSuccess()
+            ? HostProfile::shared().reportStatus(true, code, Outcomes::successful.description.toString(),
+                                                 data.urn.value_or(QString()), data.mrn.value_or(QString()))
+            : HostProfile::shared().reportStatus(false, code, input.callbackDescription);
+    if (isTold && input.attempt)
+        input.attempt->reported(code, true);
     // Only now may the payment screen speak again: no other outcome overtakes this one.
     if (staysOpen)
         Dispatch::main([navigation] {
@@ -73,6 +80,26 @@ std::vector<ReceiptViewController::Line> ReceiptViewController::linesOf(const Pa
 ReceiptViewController::ReceiptViewController(const ReceiptInput &input, QObject *parent)
     : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Receipt/ReceiptView.qml")), parent), m_input(input)
 {}
+
+ReceiptViewController::~ReceiptViewController()
+{
+    unloadView();
+    deliver();
+}
+
+void ReceiptViewController::deliver()
+{
+    if (!std::exchange(m_isDelivered, true))
+        Dispatch::global(Dispatch::Priority::High,
+                         [input = m_input, navigation = m_paymentScreen] { finish(input, navigation); });
+}
+
+void ReceiptViewController::abandon()
+{
+    m_isDelivered = true;
+    if (m_input.attempt)
+        m_input.attempt->abandoned();
+}
 
 void ReceiptViewController::viewDidLoad()
 {
@@ -133,9 +160,9 @@ void ReceiptViewController::donePayment()
 {
     if (std::exchange(m_isDone, true))
         return;
-    dismiss(true, [input = m_input, navigation = QPointer(navigationController())] {
-        Dispatch::global(Dispatch::Priority::High, [input, navigation] { finish(input, navigation); });
-    });
+    // Gone, it tells.
+    m_paymentScreen = navigationController();
+    dismiss(true);
 }
 
 } // namespace kelpay

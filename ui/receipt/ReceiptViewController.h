@@ -9,7 +9,7 @@
 
 namespace kelpay {
 
-/// The receipt: what came of the payment. Its one action closes the flow and reports the outcome. Main queue.
+/// The receipt: what came of the payment. Its one action closes the flow. Main queue.
 class ReceiptViewController : public ViewController
 {
     Q_OBJECT
@@ -47,10 +47,13 @@ public:
     };
 
     explicit ReceiptViewController(const ReceiptInput &input, QObject *parent = nullptr);
+    /// Tells the host the outcome, unless it was told: also when the window goes, or the application ends.
+    ~ReceiptViewController() override;
 
     void viewDidLoad() override;
     QString title() const override { return QStringLiteral("رسید پرداخت"); }
     void closeRequested() override { donePayment(); }
+    void abandon() override;
 
     /// A "yyyy-MM-dd" text as Solar Hijri date, "" for another text.
     static QString simpleDateConversion(const QString &isoDate);
@@ -73,9 +76,11 @@ Q_SIGNALS:
 private:
     void loadPaymentData();
     void show(const PaymentData &data);
+    void deliver();
     static std::vector<Line> linesOf(const PaymentData &data);
 
     const ReceiptInput m_input;
+    QPointer<NavigationController> m_paymentScreen;
     std::vector<Line> m_lines;
     QString m_statusText;
     QString m_merchantText;
@@ -83,6 +88,7 @@ private:
     QString m_descriptionText;
     bool m_isSuccess = false;
     bool m_isDone = false;
+    bool m_isDelivered = false;
 };
 
 } // namespace kelpay

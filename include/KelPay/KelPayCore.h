@@ -1,11 +1,14 @@
 #pragma once
 
+#include "PaymentEvent.h"
+
 #include <QString>
 #include <QVariant>
 #include <QtGlobal>
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #if defined(KELPAY_BUILD)
 #define KELPAY_EXPORT Q_DECL_EXPORT
@@ -40,11 +43,16 @@ public:
     /// | false   | "2525343"     | "مدت زمان تراکنش به پایان رسید"  | ""                            | the ten minutes ran out                         |
     /// | false   | "2525344"     | "پذیرنده نامعتبر"                | ""                            | merchant has no verification link               |
     /// | false   | "2525345"     | "خطا در ارتباط با سرور"          | ""                            | token request answered with an HTTP error       |
+    /// | false   | "0"           | ""                               | ""                            | receipt closed; the answer could not be opened, or confirmed nothing: **not a refusal**, the money may have moved |
     ///
     // clang-format on
     /// It may run on any thread, so hop to the main one before touching a window. There is no call where nothing is
-    /// known: after a transport error, a payment answered with an HTTP error, or on a simulated device. When the payer
-    /// cancels, or the time runs out, while a payment is on its way, money may have moved: ask the service.
+    /// known: after a transport error, a payment answered with an HTTP error, or on a simulated device; and none after
+    /// the application was about to quit. For the merchants 3014, 3037 to 3040, 3078, 3086 and 3087 the payment screen
+    /// stays after the receipt: what it reports later is about what was done there since.
+    ///
+    /// When the payer cancels, or the time runs out, while a payment is on its way, money may have moved.
+    /// unsettledAttempts() lists every payment of which that is so; docs/outcomes.md says what to do with each outcome.
     using StatusCallback = std::function<void(bool success, const QString &code, const QString &description,
                                               const QString &reference, const QString &merchantReference)>;
 
@@ -64,6 +72,17 @@ public:
     /// Forgets all saved card data that this application's keychain may hold. Any thread.
     static void clearKeys();
 
+    /// Told of every step of a payment, on the main thread, in order, beside the status callback. Of the process.
+    using Observer = std::function<void(const PaymentEvent &event)>;
+    static void setObserver(Observer observer);
+
+    /// The payments whose request may have left while no outcome that holds was told: after a crash, a power cut, a
+    /// cancel on the way, an answer that could not be opened. Ask the service about each, then settle it. The payment
+    /// that is under way in this process is left out, one of another process is not. Reads a file; any thread.
+    static std::vector<UnsettledAttempt> unsettledAttempts();
+    /// The host knows what became of it; it is listed no more. False where it isn't listed. Any thread.
+    static bool settleAttempt(const QString &identifier);
+
     /// What happens on a mistake of the host's code that leaves the SDK without something it must have, such as a
     /// payment started without a merchant identifier. By default the message is logged and the process ends. A handler
     /// that returns makes the failed call do nothing: nothing is sent, nothing is called. Null restores the default.
@@ -81,7 +100,9 @@ public:
     KelPayCore &operator=(const KelPayCore &) = delete;
 
     /// Starts a payment and returns at once. Shows its own progress, payment and receipt screens over the host's active
-    /// window; needs a QGuiApplication. The three texts travel as they are; "||" inside one shifts the others.
+    /// window; needs a QGuiApplication. Refused, with a log line and an event, off the main thread and while another
+    /// payment of this application is under way, in this process or another. The three texts travel as they are; "||"
+    /// inside one shifts the others.
     /// \param msisdn         the payer's mobile number, "09…"
     /// \param additionalData the host's own text
     /// \param paymentParams  the service's parameters, pieces separated by "|", the first being the payment's code
@@ -89,13 +110,21 @@ public:
     void startPaymentWithMSISDN(const QString &msisdn, const QString &additionalData, const QString &paymentParams,
                                 StatusCallback completion);
 
+    /// A payment is under way in this process: another is refused. It is over when its outcome was told and its
+    /// request, if one is on its way, has ended.
+    bool isBusy() const;
+
+    /// Takes the SDK's screens and overlay away. The status callback is not called; what was not sent is withdrawn, and
+    /// what may have been sent is told to the observer and listed by unsettledAttempts().
+    void abandon();
+
     /// Fetches the list of internet packages. Blocks, then calls `completion` once, on the calling thread. Any thread;
     /// needs no screen.
     void getInternetListWithCompletion(const ListCallback &completion);
     /// The same for the list of charge products.
     void getChargeListWithCompletion(const ListCallback &completion);
 
-    // Settings of this instance. Any thread.
+    // Settings of this instance; payments read those of sharedInstance() alone. Any thread.
 
     /// Sends a wallet application's identifier instead of the host's own.
     bool ziaprod() const;
@@ -115,6 +144,7 @@ public:
 
 private:
     explicit KelPayCore(std::shared_ptr<HostProfile> profile);
+    void warnUnlessShared(const char *setting) const;
 
     std::shared_ptr<HostProfile> m_profile;
 };
