@@ -30,7 +30,7 @@ thread_local long failing = 0;
 
 } // namespace
 
-extern "C" void *__libc_malloc(std::size_t size);
+extern "C" void *mallocOfTheSystem(std::size_t size) __asm__("__libc_malloc");
 
 // Of the whole process, OpenSSL's and Qt's as well.
 extern "C" void *malloc(std::size_t size)
@@ -39,7 +39,7 @@ extern "C" void *malloc(std::size_t size)
         errno = ENOMEM;
         return nullptr;
     }
-    return __libc_malloc(size);
+    return mallocOfTheSystem(size);
 }
 
 namespace kelpay {

@@ -62,7 +62,7 @@ template <typename Object> Bytes der(const Object *object, int (*encode)(const O
 {
     unsigned char *out = nullptr;
     const int length = encode(object, &out);
-    const Bytes bytes(out, static_cast<std::size_t>(length));
+    Bytes bytes(out, static_cast<std::size_t>(length));
     OPENSSL_free(out);
     return bytes;
 }
