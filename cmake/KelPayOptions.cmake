@@ -5,6 +5,7 @@ option(KELPAY_BUILD_TESTS "Build the tests" OFF)
 option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KELPAY_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+option(KELPAY_QML_BYTECODE "Leave the screens' QML as bytecode, which builds faster than C++ and draws slower" OFF)
 option(KELPAY_WARNINGS_AS_ERRORS "Fail on a compiler warning" ${PROJECT_IS_TOP_LEVEL})
 
 set(KELPAY_SERVICE_HOST "" CACHE STRING "Host name of the payment service, without scheme and port")

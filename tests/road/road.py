@@ -334,5 +334,27 @@ class Sanitized(Road):
         self.assertNotRegex(run.log, r"AddressSanitizer|runtime error:")
 
 
+class Unported(Road):
+    """One pass without any system's own sources: what a port would tell is left out, and nothing else."""
+
+    def test_pays_and_tells_what_qt_knows(self):
+        state = self.state()
+        run = self.pay("--msisdn", mobile(106), state=state)
+        self.assert_success(run)
+        about = self.shop("--about", state=state).outcome
+        self.assertRegex(about["deviceData"], r"^APPL(\|[^|]+){3}\|Device$")
+        self.assertEqual([about[name] for name in ("vulnerabilities", "isSimulator", "isBiometricIDAvailable")],
+                         ["", "NO", "NO"])
+        (token,) = run.exchanges("token")
+        self.assertEqual(about["uuid"], token["request"]["di"], "the random identifier is not kept")
+        (stranger,) = self.shop("--cancel").exchanges("token")
+        self.assertNotEqual(about["uuid"], stranger["request"]["di"])
+
+    def test_needs_no_bus(self):
+        needed = subprocess.check_output(["readelf", "--dynamic", f"{OPTIONS.bin}/libkelpay.so"], text=True)
+        self.assertIn("libQt6Core", needed)
+        self.assertNotIn("DBus", needed)
+
+
 if __name__ == "__main__":
     run_groups()
