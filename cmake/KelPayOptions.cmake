@@ -1,6 +1,6 @@
 # The settings of a build, and what every target of it shares.
 
-option(KELPAY_SANDBOX "Pay against kelpay-sandbox with an identity made in the build folder; obeys KELPAY_* variables" OFF)
+option(KELPAY_SANDBOX "Pay against kelpay-sandbox, with an identity made in the build folder or given; obeys KELPAY_* variables" OFF)
 option(KELPAY_BUILD_TESTS "Build the tests" OFF)
 option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
@@ -17,7 +17,6 @@ set_property(CACHE KELPAY_KEYCHAIN PROPERTY STRINGS file secret-service)
 if(NOT KELPAY_KEYCHAIN MATCHES "^(file|secret-service)$")
     message(FATAL_ERROR "KELPAY_KEYCHAIN is \"${KELPAY_KEYCHAIN}\"; it must be file or secret-service.")
 endif()
-
 
 # Which system's sources a build takes; docs/porting.md says what each must promise.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
