@@ -28,7 +28,7 @@ public:
 
     /// Calls `changed` when a link, an address or a route came or went, on the thread of `owner`, which needs an event
     /// loop, until `owner` goes. False when the kernel refuses to tell, with a log line, and where nothing is known.
-    static bool watch(QObject *owner, std::function<void()> changed);
+    static bool watch(QObject *owner, const std::function<void()> &changed);
 };
 
 } // namespace kelpay

@@ -111,7 +111,7 @@ bool KernelRoutes::isCellular(const QString &interface)
     return description.open(QIODevice::ReadOnly) && description.read(4096).contains("DEVTYPE=wwan\n");
 }
 
-bool KernelRoutes::watch(QObject *owner, std::function<void()> changed)
+bool KernelRoutes::watch(QObject *owner, const std::function<void()> &changed)
 {
     const int news = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
     sockaddr_nl groups{};
@@ -124,7 +124,7 @@ bool KernelRoutes::watch(QObject *owner, std::function<void()> changed)
         return false;
     }
     const auto *notifier = new NewsNotifier(news, owner);
-    QObject::connect(notifier, &QSocketNotifier::activated, owner, [news, changed = std::move(changed)] {
+    QObject::connect(notifier, &QSocketNotifier::activated, owner, [news, changed] {
         drain(news);
         changed();
     });

@@ -17,7 +17,7 @@ bool KernelRoutes::isCellular(const QString &)
     return false;
 }
 
-bool KernelRoutes::watch(QObject *, std::function<void()>)
+bool KernelRoutes::watch(QObject *, const std::function<void()> &)
 {
     return false;
 }
