@@ -48,7 +48,12 @@ std::optional<QString> CoreFunctions::ipAddress() const
         qCWarning(logDevice, "the public address is unknown: its service answered HTTP %d", response.status);
         return std::nullopt;
     }
-    return QString::fromUtf8(response.body);
+    const QString address = QString::fromUtf8(response.body);
+    if (std::any_of(address.begin(), address.end(),
+                    [](QChar c) { return c == u';' || c.category() == QChar::Other_Control; }))
+        qCWarning(logDevice,
+                  "the address that the echo tells holds a \";\" or a control character; it is sent as it is");
+    return address;
 }
 
 void CoreFunctions::returnThings() const

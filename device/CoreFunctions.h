@@ -35,7 +35,8 @@ public:
     virtual QString versionString() const;
     /// Local time as "yyyy-MM-dd hh:mm:ss" in the device's locale; hh is the 12-hour clock without a marker.
     virtual QString localUserDate() const;
-    /// The public address as the IP-echo service tells it, untrimmed; std::nullopt on any failure. Blocks, up to 60 s.
+    /// The public address as the IP-echo service tells it, untrimmed, 256 bytes at most; std::nullopt on any failure.
+    /// Blocks, up to 60 s.
     virtual std::optional<QString> ipAddress() const;
     /// Moves the install's trace counter on: the first time it stores "uuid", draws "trace" and forgets "ard"; later it
     /// adds one to "trace".

@@ -16,12 +16,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr qsizetype largestBody = qsizetype{16} * 1024 * 1024;
+// An answer holds a screenful, a list a catalogue, an echo one address.
+constexpr qsizetype largestAnswer = qsizetype{1024} * 1024;
+constexpr qsizetype largestList = 8 * largestAnswer;
+constexpr qsizetype largestEcho = 256;
 
 struct Transfer
 {
     UrlSession::Departure departure;
-    QByteArray body;
+    qsizetype largestBody;
+    QByteArray body = {};
     bool tooLarge = false;
     bool hasLeft = false;
 };
@@ -33,6 +37,7 @@ struct Request
     QUrl url;
     QByteArray contentType;
     std::optional<QByteArray> post;
+    qsizetype largestBody = largestAnswer;
     UrlSession::Departure departure = {};
     Trust trust = Trust::Service;
     std::chrono::seconds ceiling = 10min;
@@ -41,7 +46,7 @@ struct Request
 std::size_t receive(const char *data, std::size_t, std::size_t size, void *context)
 {
     auto *transfer = static_cast<Transfer *>(context);
-    if (transfer->body.size() + static_cast<qsizetype>(size) > largestBody) {
+    if (transfer->body.size() + static_cast<qsizetype>(size) > transfer->largestBody) {
         transfer->tooLarge = true;
         return 0;
     }
@@ -122,7 +127,7 @@ UrlResult perform(const Request &request)
         return TransportError{QStringLiteral("the HTTPS client can't be started")};
 
     const Headers headers = headersFor(request);
-    Transfer transfer{.departure = request.departure, .body = {}};
+    Transfer transfer{.departure = request.departure, .largestBody = request.largestBody};
     char details[CURL_ERROR_SIZE] = "";
     const QByteArray url = request.url.toEncoded();
     curl_easy_setopt(handle.get(), CURLOPT_URL, url.constData());
@@ -143,8 +148,9 @@ UrlResult perform(const Request &request)
 
     const CURLcode code = curl_easy_perform(handle.get());
     if (code != CURLE_OK) {
-        const QString reason = transfer.tooLarge ? QStringLiteral("the answer is larger than 16 MiB")
-                                                 : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
+        const QString reason = transfer.tooLarge
+                                   ? QStringLiteral("the answer is larger than %1 bytes").arg(request.largestBody)
+                                   : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
         return TransportError{QStringLiteral("%1 (%2)").arg(reason, request.url.host()), transfer.hasLeft};
     }
     long status = 0;
@@ -159,18 +165,20 @@ void UrlSession::post(const QUrl &url, const QByteArray &contentType, QByteArray
 {
     if (Dispatch::isShuttingDown())
         return;
-    Dispatch::transfer(
-        [request = Request{url, contentType, std::move(body), std::move(departure), Trust::Service, 10min},
-         completion = std::move(completion)] {
-            const UrlResult result = perform(request);
-            if (!Dispatch::isShuttingDown())
-                completion(result);
-        });
+    Dispatch::transfer([request = Request{.url = url,
+                                          .contentType = contentType,
+                                          .post = std::move(body),
+                                          .departure = std::move(departure)},
+                        completion = std::move(completion)] {
+        const UrlResult result = perform(request);
+        if (!Dispatch::isShuttingDown())
+            completion(result);
+    });
 }
 
 UrlResult UrlSession::contents(const QUrl &url)
 {
-    return perform({.url = url, .contentType = {}, .post = {}});
+    return perform({.url = url, .contentType = {}, .post = {}, .largestBody = largestList});
 }
 
 UrlResult UrlSession::publicContents(const QUrl &url)
@@ -179,6 +187,7 @@ UrlResult UrlSession::publicContents(const QUrl &url)
     return perform({.url = url,
                     .contentType = {},
                     .post = {},
+                    .largestBody = largestEcho,
                     .trust = ofService ? Trust::SystemAndService : Trust::System,
                     .ceiling = 60s});
 }

@@ -27,7 +27,8 @@ using UrlResult = std::variant<UrlResponse, TransportError>;
 
 /// HTTPS exchanges. Each uses a connection of its own, sends its request once, follows no redirect, repeats nothing,
 /// and verifies peer and host name: against the bundle's "service-anchors.pem" alone where there is one, else against
-/// the system's trust store. A body over 16 MiB, 60 s without a byte, or 10 minutes in all is a transport error.
+/// the system's trust store. A body over its bound (1 MiB for an answer, 8 MiB for a list, 256 bytes for an echo), 60 s
+/// without a byte, or 10 minutes in all is a transport error.
 class UrlSession
 {
 public:

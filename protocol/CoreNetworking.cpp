@@ -3,11 +3,11 @@
 #include "device/Outcomes.h"
 #include "platform/Deployment.h"
 #include "platform/Dispatch.h"
+#include "platform/Json.h"
 #include "platform/Log.h"
 #include "records/Record.h"
 #include "security/CoreSecurity.h"
 
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
 
@@ -224,10 +224,10 @@ QJsonValue CoreNetworking::open(const QByteArray &body) const
     QString text = QString::fromUtf8(body).remove(QLatin1Char('\\'));
     text = text.size() < 2 ? QString() : text.sliced(1, text.size() - 2);
     const auto plain = text.isEmpty() ? std::nullopt : CoreSecurity(*m_surroundings.defaults).decryptRequest(text);
-    const QJsonDocument document =
-        plain ? QJsonDocument::fromJson(QByteArray::fromRawData(reinterpret_cast<const char *>(plain->data()),
-                                                                static_cast<qsizetype>(plain->size())))
-              : QJsonDocument();
+    const QJsonDocument document = plain
+                                       ? readJson(QByteArray::fromRawData(reinterpret_cast<const char *>(plain->data()),
+                                                                          static_cast<qsizetype>(plain->size())))
+                                       : QJsonDocument();
     if (document.isObject())
         return document.object();
     qCWarning(logNetwork, "the service's answer can't be opened or holds no object; it counts as code 0");

@@ -4,6 +4,7 @@
 #include "device/IntegrityCheck.h"
 #include "platform/Deployment.h"
 #include "platform/Dispatch.h"
+#include "platform/Json.h"
 #include "platform/Log.h"
 #include "platform/UrlSession.h"
 #include "protocol/CoreNetworking.h"
@@ -16,7 +17,6 @@
 #include "ui/payment/ViewUtils.h"
 
 #include <QGuiApplication>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 namespace kelpay {
@@ -65,7 +65,7 @@ void fetchList(const QString &path, const KelPayCore::ListCallback &completion)
         completion(false, QVariantMap());
         return;
     }
-    const QJsonDocument document = QJsonDocument::fromJson(response->body);
+    const QJsonDocument document = readJson(response->body);
     completion(true, document.isNull() ? QVariant() : document.toVariant());
 }
 

@@ -8,18 +8,29 @@
 
 namespace kelpay {
 
+namespace {
+
+constexpr std::size_t most = 100; // no payer picks from more, and each is a row of the list
+
+} // namespace
+
 std::vector<SavedCard> SavedCard::fromList(const QString &pl)
 {
     QStringList entries = pl.split(QLatin1Char(';'));
     entries.removeLast();
     std::vector<SavedCard> cards;
+    qsizetype malformed = 0;
     for (const QString &entry : std::as_const(entries)) {
         const QStringList fields = entry.split(QLatin1Char('.'));
         if (fields.size() < 4)
-            qCWarning(logDevice, "a saved card has %lld fields instead of four and is left out", qint64(fields.size()));
-        else
+            ++malformed;
+        else if (cards.size() < most)
             cards.push_back({fields[0], fields[1] == QLatin1String("d"), fields[2], fields[3]});
     }
+    if (malformed > 0)
+        qCWarning(logDevice, "%lld saved cards have fewer than four fields and are left out", qint64(malformed));
+    if (entries.size() - malformed > static_cast<qsizetype>(cards.size()))
+        qCWarning(logDevice, "of %lld saved cards the first %zu are offered", qint64(entries.size()), cards.size());
     return cards;
 }
 

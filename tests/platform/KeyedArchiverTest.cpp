@@ -1,5 +1,7 @@
 #include "platform/KeyedArchiver.h"
 
+#include <QCborArray>
+#include <QCryptographicHash>
 #include <gtest/gtest.h>
 
 namespace kelpay {
@@ -18,6 +20,22 @@ TEST(KeyedArchiver, ADamagedArchiveReadsAsAbsent)
         EXPECT_FALSE(KeyedArchiver::unarchive(QStringLiteral("Rdp"), Bytes::fromByteArray(flipped))) << at;
         EXPECT_FALSE(KeyedArchiver::unarchive(QStringLiteral("Rdp"), Bytes(archive.data(), at))) << at;
     }
+}
+
+TEST(KeyedArchiver, BytesThatAreNoArchiveReadAsAbsentBehindARightChecksum)
+{
+    const QByteArray head = QByteArray::fromHex("8269") + "BaseClass";
+    const QByteArray deep = QByteArray(100, char(0x81)) + '\0';
+    for (const QByteArray &rest : {QByteArray::fromHex("a262726401a101"), QByteArray::fromHex("a1617ad82060"),
+                                   QByteArray::fromHex("a1617a") + deep, QByteArray::fromHex("a000"), QByteArray()}) {
+        const QByteArray content = head + rest;
+        const QByteArray sum = QCryptographicHash::hash(content, QCryptographicHash::Sha256);
+        EXPECT_FALSE(KeyedArchiver::unarchive(QStringLiteral("BaseClass"), Bytes::fromByteArray(sum + content)))
+            << rest.toHex().constData();
+    }
+    const QByteArray whole = head + QByteArray::fromHex("a1617a820102");
+    const QByteArray sum = QCryptographicHash::hash(whole, QCryptographicHash::Sha256);
+    EXPECT_TRUE(KeyedArchiver::unarchive(QStringLiteral("BaseClass"), Bytes::fromByteArray(sum + whole)));
 }
 
 } // namespace

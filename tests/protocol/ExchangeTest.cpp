@@ -75,6 +75,10 @@ TEST_F(ExchangeTest, TellsWhatTheServiceAnswered)
           {uR"({"ds":"x"})"_s, isDone},
           {uR"({"rc":{"x":1}})"_s, isDone},
           {u"[]"_s, isDone},
+          {uR"({"rc":5,"x":)"_s + QString(40, u'[') + QString(40, u']') + u'}', isDone},
+          {uR"({"rc":5,"ds":"[[[[\"[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[","x":)"_s + QString(30, u'[') + QString(30, u']') +
+               u'}',
+           Called{false, u"[[[[\"[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[[["_s, u"5"_s}},
           {u"no JSON"_s, isDone},
           {u""_s, isDone}}) {
         for (const Send send : {Send(token), Send(payment)})
