@@ -6,6 +6,7 @@ option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs the
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(KELPAY_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(KELPAY_QML_BYTECODE "Leave the screens' QML as bytecode, which builds faster than C++ and draws slower" OFF)
+option(KELPAY_SYSTEM_TRUST "Trust the system's certificates for the payment service instead of anchors of its own" OFF)
 option(KELPAY_WARNINGS_AS_ERRORS "Fail on a compiler warning" ${PROJECT_IS_TOP_LEVEL})
 
 set(KELPAY_SERVICE_HOST "" CACHE STRING "Host name of the payment service, without scheme and port")
@@ -54,6 +55,11 @@ else()
         message(FATAL_ERROR "KELPAY_RESOURCES_DIR (${KELPAY_RESOURCES_DIR}) holds no IOSNewCert.pfx: "
                             "put the client certificate that the payment service issued to you there.")
     endif()
+    # A misspelt file name must not silently mean that any authority of the system vouches for the service.
+    if(NOT KELPAY_SYSTEM_TRUST AND NOT EXISTS "${KELPAY_RESOURCES_DIR}/service-anchors.pem")
+        message(FATAL_ERROR "KELPAY_RESOURCES_DIR (${KELPAY_RESOURCES_DIR}) holds no service-anchors.pem: put the "
+                            "certificates there that vouch for the payment service, or say -DKELPAY_SYSTEM_TRUST=ON.")
+    endif()
     if(NOT KELPAY_IP_ECHO)
         set(KELPAY_IP_ECHO https://${KELPAY_SERVICE_HOST}:1443/)
     endif()
@@ -83,6 +89,16 @@ target_compile_definitions(kelpay_build INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM
                            QT_DISABLE_DEPRECATED_BEFORE=0x060400)
 add_library(kelpay_generated INTERFACE)
 target_compile_options(kelpay_generated INTERFACE -Wno-shadow)
+# What ships makes a fault in memory harder to use. FORTIFY needs an optimised build.
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT KELPAY_SANDBOX)
+    include(CheckCXXCompilerFlag)
+    check_cxx_compiler_flag(-fcf-protection KELPAY_HAS_CET)
+    add_compile_options(-fstack-protector-strong $<$<BOOL:${KELPAY_HAS_CET}>:-fcf-protection>
+                        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+endif()
+if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
+    add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
+endif()
 if(KELPAY_WARNINGS_AS_ERRORS)
     target_compile_options(kelpay_build INTERFACE -Werror)
 endif()
