@@ -86,27 +86,40 @@ void HostProfile::addObserver(QObject *context, Observer observer)
 
 void HostProfile::tell(const PaymentEvent &event)
 {
-    Dispatch::main([this, event] {
-        std::vector<std::pair<QPointer<QObject>, Observer>> observers;
-        Observer ofHost;
-        {
-            const std::scoped_lock lock(m_mutex);
-            if (m_isClosed)
-                return;
-            observers = m_observers;
-            ofHost = m_observer;
-        }
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_events.push_back(event);
+    }
+    Dispatch::main([this] { tellPending(); });
+}
+
+void HostProfile::tellPending()
+{
+    std::vector<PaymentEvent> events;
+    std::vector<std::pair<QPointer<QObject>, Observer>> observers;
+    Observer ofHost;
+    {
+        const std::scoped_lock lock(m_mutex);
+        events.swap(m_events);
+        if (m_isClosed)
+            return;
+        observers = m_observers;
+        ofHost = m_observer;
+    }
+    for (const PaymentEvent &event : events) {
         if (ofHost)
             ofHost(event);
         for (const auto &[context, observer] : observers) {
             if (context)
                 observer(event);
         }
-    });
+    }
 }
 
 void HostProfile::setClosed(bool isClosed)
 {
+    if (isClosed)
+        tellPending();
     const std::scoped_lock lock(m_mutex);
     m_isClosed = isClosed;
 }

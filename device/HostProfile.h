@@ -44,7 +44,8 @@ public:
     void addObserver(QObject *context, Observer observer);
     /// Calls the observers, from the main queue.
     void tell(const PaymentEvent &event);
-    /// While closed, neither callback is called: the application is about to quit.
+    /// While closed, neither callback is called: the application is about to quit. What the observers were not told yet
+    /// they are told first. Main queue.
     void setClosed(bool isClosed);
 
     /// Reports a failure of the SDK's own.
@@ -55,6 +56,8 @@ public:
                       const QString &merchantReference = {}) const;
 
 private:
+    void tellPending();
+
     mutable std::mutex m_mutex;
     bool m_ziaprod = false;
     QString m_bid;
@@ -63,6 +66,7 @@ private:
     Block m_responseBlock;
     Observer m_observer;
     std::vector<std::pair<QPointer<QObject>, Observer>> m_observers;
+    std::vector<PaymentEvent> m_events; // to be told from the main queue
     bool m_isClosed = false;
 };
 
