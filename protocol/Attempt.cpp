@@ -172,8 +172,8 @@ void Attempt::fellSilent(bool isPayment, Silence silence)
 {
     if (isWithdrawn())
         return;
-    if (silence == Silence::Unsent && isPayment && takeBack())
-        AttemptLedger::shared().withdrawn(identifier());
+    if (silence == Silence::Unsent && isPayment)
+        takeBack();
     if (silence != Silence::Mistake)
         tell(Kind::TransportError, isPayment);
     // Without a token there is no payment: its screens have nothing to wait for.
@@ -202,12 +202,16 @@ void Attempt::submitted()
     tell(Kind::Submitted, true);
 }
 
+/// The ledger has it as about to be sent from the moment that the stage says so, and not before: asking() sees to that.
 bool Attempt::takeBack()
 {
     Stage stage = m_stage;
     while (stage == Stage::Begun || stage == Stage::AboutToSend) {
-        if (m_stage.compare_exchange_weak(stage, Stage::Withdrawn))
-            return true;
+        if (!m_stage.compare_exchange_weak(stage, Stage::Withdrawn))
+            continue;
+        if (stage == Stage::AboutToSend)
+            AttemptLedger::shared().withdrawn(identifier());
+        return true;
     }
     return false;
 }
@@ -224,16 +228,17 @@ void Attempt::reported(const QString &code, bool isOutcome)
     tell(Kind::Reported, mayHaveMoved(), code);
     if (mayHaveMoved())
         AttemptLedger::shared().reported(identifier(), code, isOutcome && m_stage == Stage::Answered);
-    else
-        AttemptLedger::shared().withdrawn(identifier());
 }
 
 void Attempt::abandoned()
 {
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (std::exchange(m_isEnded, true))
+            return;
+        releaseIfOver();
+    }
     tell(Kind::Abandoned, mayHaveMoved());
-    if (isWithdrawn())
-        AttemptLedger::shared().withdrawn(identifier());
-    end();
 }
 
 } // namespace kelpay

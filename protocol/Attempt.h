@@ -64,7 +64,7 @@ public:
     void end();
     /// The host was told `code`; `isOutcome` when it is what became of the payment, as far as the service answered.
     void reported(const QString &code, bool isOutcome);
-    /// The screens are gone and nobody is told. Ends it.
+    /// The screens are gone and nobody is told. Ends it, unless it has ended.
     void abandoned();
 
 private:

@@ -172,9 +172,8 @@ void KelPayCore::abandon()
     if (attempt)
         attempt->withdraw();
     ProgressOverlay::dismiss();
-    const bool hasScreens = RootViewController::shared().presentedViewController() != nullptr;
     RootViewController::shared().abandonScreens();
-    if (attempt && !hasScreens)
+    if (attempt)
         attempt->abandoned();
 }
 
