@@ -65,6 +65,8 @@ std::optional<Identity> Identity::load(const QString &folder, QString &problem)
 bool Identity::loadClient(const QString &folder, QString &problem)
 {
     m_envelopeKey = readPrivateKey(folder + u'/' + envelopeKeyFile);
+    if (QFile file(folder + u'/' + envelopeKeyFile); file.open(QIODevice::ReadOnly))
+        m_journalKey = file.readAll();
     const Pkcs12Handle pfx = readPfx(folder + u'/' + clientPfx);
     if (!m_envelopeKey || !pfx) {
         problem = u"%1 or %2 is missing or unreadable"_s.arg(clientPfx, envelopeKeyFile);

@@ -2,6 +2,7 @@
 
 #include "OpenSsl.h"
 
+#include <QByteArray>
 #include <QString>
 
 #include <memory>
@@ -32,6 +33,8 @@ public:
     EVP_PKEY *envelopeKey() const { return m_envelopeKey.get(); }
     X509 *tlsCertificate() const { return m_tlsCertificate.get(); }
     EVP_PKEY *tlsKey() const { return m_tlsKey.get(); }
+    /// What fingerprints in the journal are made with: the bytes of the envelope key's file.
+    QByteArray journalKey() const { return m_journalKey; }
     PfxFormat pfxFormat() const { return m_pfxFormat; }
 
 private:
@@ -39,6 +42,7 @@ private:
     bool loadService(const QString &folder, QString &problem);
 
     std::shared_ptr<EVP_PKEY> m_envelopeKey;
+    QByteArray m_journalKey;
     std::shared_ptr<X509> m_tlsCertificate;
     std::shared_ptr<EVP_PKEY> m_tlsKey;
     PfxFormat m_pfxFormat = PfxFormat::Legacy;

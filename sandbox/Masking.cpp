@@ -2,6 +2,7 @@
 
 #include <QCryptographicHash>
 #include <QJsonArray>
+#include <QMessageAuthenticationCode>
 #include <QRegularExpression>
 #include <QStringList>
 
@@ -79,6 +80,17 @@ QString tokenName(const QString &token)
 {
     return u"t:"_s +
            QString::fromLatin1(QCryptographicHash::hash(token.toUtf8(), QCryptographicHash::Sha256).toHex().first(12));
+}
+
+QString fingerprint(const QJsonObject &request, const QByteArray &key)
+{
+    const QJsonValue detail = request.value("ap"_L1).toObject().value("r"_L1);
+    QStringList fields = detail.toString().split(u'|');
+    if (request.value("m"_L1) == 100 || fields.size() != 9)
+        return {};
+    fields[1] = tokenName(fields[1]);
+    return QString::fromLatin1(
+        QMessageAuthenticationCode::hash(fields.join(u'|').toUtf8(), key, QCryptographicHash::Sha256).toHex());
 }
 
 QJsonObject maskRequest(const QJsonObject &request)

@@ -16,4 +16,8 @@ QString tokenName(const QString &token);
 /// digits as long as a card number are masked wherever else they stand.
 QJsonObject maskRequest(const QJsonObject &request);
 
+/// HMAC-SHA-256 of a payment's whole detail string, the token by its name; "" for other requests. Who holds the key and
+/// knows what should have been sent compares the nine fields by it; nobody else learns a field from it.
+QString fingerprint(const QJsonObject &request, const QByteArray &key);
+
 } // namespace kelpay::sandbox

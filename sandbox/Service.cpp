@@ -212,6 +212,8 @@ void Service::exchange(const httplib::Request &request, httplib::Response &respo
         return reject(reason);
     entry.insert("kind"_L1, kindOf(*sent) == RequestKind::Token ? u"token"_s : u"payment"_s);
     entry.insert("request"_L1, maskRequest(*sent));
+    if (const QString print = fingerprint(*sent, m_identity.journalKey()); !print.isEmpty())
+        entry.insert("fingerprint"_L1, print);
     if (const auto violation = requestViolation(*sent))
         return reject(*violation);
 

@@ -4,6 +4,8 @@ Each run of the shop has a state folder of its own. What the service saw is read
 """
 
 import argparse
+import hashlib
+import hmac
 import json
 import os
 import re
@@ -60,6 +62,13 @@ class Run:
         """The nine fields of the one payment, as the journal masks them."""
         (payment,) = self.exchanges("payment")
         return payment["request"]["ap"]["r"].split("|")
+
+    def sent_exactly(self, *fields):
+        """Whether the one payment's nine fields were these; None stands for the token, and for what the journal shows."""
+        (payment,) = self.exchanges("payment")
+        whole = "|".join(shown if field is None else field for field, shown in zip(fields, self.detail(), strict=True))
+        key = Path(OPTIONS.identity, "envelope.key").read_bytes()
+        return payment["fingerprint"] == hmac.new(key, whole.encode(), hashlib.sha256).hexdigest()
 
 
 class Road(unittest.TestCase):

@@ -1,5 +1,6 @@
 #include "Screens.h"
 
+#include "ui/components/Appearance.h"
 #include "ui/components/RootViewController.h"
 #include "ui/payment/EntryGuard.h"
 
@@ -100,20 +101,66 @@ TEST_F(PaymentViewTest, choosesASavedCardFromTheList)
     EXPECT_FALSE(item(QStringLiteral("panTumbler")));
 }
 
-TEST_F(PaymentViewTest, picksTheExpiryByKeys)
+TEST_F(PaymentViewTest, writesTheExpiryOnlyWhereThePersonTurnsIt)
 {
+    const QString expiryField = QStringLiteral("expirationDateTextField");
+    const QString done = QStringLiteral("expiryDoneButton");
     storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
     PaymentViewController *screen = presentPayment();
-    click(QStringLiteral("expirationDateTextField"));
-    for (int row = 0; row < 3; ++row)
-        QTest::keyClick(window(), Qt::Key_Down);
-    QTest::keyClick(window(), Qt::Key_Tab);
-    for (int row = 0; row < 4; ++row)
-        QTest::keyClick(window(), Qt::Key_Down);
-    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("99/05"));
-    click(QStringLiteral("expiryDoneButton"));
+    click(expiryField);
+    EXPECT_EQ(screen->form()->expiration(), QString()) << "nothing was chosen";
+    for (const auto *tumbler : {"yearTumbler", "monthTumbler"}) {
+        click(QString::fromLatin1(tumbler));
+        for (int row = 0; row < 3; ++row)
+            QTest::keyClick(window(), Qt::Key_Down);
+    }
+    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("99/04"));
+    click(done);
     EXPECT_FALSE(item(QStringLiteral("yearTumbler")));
-    EXPECT_EQ(item(QStringLiteral("expirationDateText"))->property("text"), QStringLiteral("99/05"));
+    EXPECT_EQ(item(QStringLiteral("expirationDateText"))->property("text"), QStringLiteral("99/04"));
+
+    // A saved card's date: the wheels stand at it, whether its year is theirs or not.
+    for (const auto *saved : {"04/11", "31/02"}) {
+        screen->form()->notifierFired(QStringLiteral("1"), QStringLiteral("603799******1234"),
+                                      QString::fromLatin1(saved));
+        click(expiryField);
+        click(done);
+        EXPECT_EQ(screen->form()->expiration(), QString::fromLatin1(saved));
+    }
+    screen->form()->notifierFired(QStringLiteral("1"), QStringLiteral("603799******1234"), QStringLiteral("04/11"));
+    click(expiryField);
+    // A click on the row below turns there.
+    const QQuickItem *wheel = item(QStringLiteral("monthTumbler"));
+    QTest::mouseClick(window(), Qt::LeftButton, {},
+                      wheel->mapToScene(QPointF(wheel->width() / 2, wheel->height() * 5 / 6)).toPoint());
+    settle();
+    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("04/12"));
+    QTest::keyClick(window(), Qt::Key_Up);
+    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("04/11"));
+}
+
+TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
+{
+    storeToken({{QStringLiteral("vu"), QStringLiteral("ftp://shop.example/")}});
+    for (const bool isMotionReduced : {false, true}) {
+        Appearance::shared().pin({false, isMotionReduced, 1});
+        PaymentViewController *screen = presentPayment();
+        const auto doubleClick = [this](const QString &name) {
+            const QQuickItem *button = item(name);
+            QTest::mouseDClick(window(), Qt::LeftButton, {},
+                               button->mapToScene(QPointF(button->width() / 2, button->height() / 2)).toPoint());
+            settle(700);
+        };
+        doubleClick(QStringLiteral("verifyButton"));
+        EXPECT_EQ(navigation()->viewControllers().size(), 2U);
+        doubleClick(QStringLiteral("backButton"));
+        EXPECT_TRUE(outcomes().empty()) << "the second click was taken for the screen below";
+        ASSERT_EQ(navigation() ? navigation()->topViewController() : nullptr, screen);
+        EXPECT_TRUE(item(QStringLiteral("cancelButton"))->isEnabled());
+        navigation()->dismiss(false);
+        settle();
+    }
+    Appearance::shared().pin({});
 }
 
 TEST_F(PaymentViewTest, keepsSecretsToItself)

@@ -16,6 +16,8 @@ T.Button {
     font.pixelSize: Theme.bodySize
     Keys.onReturnPressed: clicked()
     Keys.onEnterPressed: clicked()
+    // The second click of a double click then is none: it would be for whatever has come to stand there.
+    onDoubleClicked: {}
 
     background: Rectangle {
         radius: Theme.radius

@@ -40,6 +40,19 @@ void NavigationController::setCovered(bool covered)
     Q_EMIT coveredChanged();
 }
 
+/// As long where nothing moves: a second touch comes as fast there.
+void NavigationController::beginTransition()
+{
+    ++m_transitions;
+    Q_EMIT movingChanged();
+    Dispatch::mainAfter(std::chrono::milliseconds(transitionMilliseconds), [navigation = QPointer(this)] {
+        if (!navigation)
+            return;
+        --navigation->m_transitions;
+        Q_EMIT navigation->movingChanged();
+    });
+}
+
 void NavigationController::viewWillAppear()
 {
     ViewController *root = topViewController();
@@ -58,6 +71,7 @@ void NavigationController::viewDidAppear()
 void NavigationController::push(std::unique_ptr<ViewController> controller, bool animated, Completion completion)
 {
     animated = moves(animated);
+    beginTransition();
     const QPointer<ViewController> covered = topViewController();
     const QPointer<ViewController> pushed = controller.release();
     adopt(pushed);
@@ -84,6 +98,7 @@ void NavigationController::pop(bool animated, Completion completion)
     animated = moves(animated);
     QPointer<ViewController> leaving;
     if (m_stack.size() > 1) {
+        beginTransition();
         leaving = m_stack.back();
         m_stack.pop_back();
         leaving->m_navigation = nullptr;

@@ -14,6 +14,7 @@ class NavigationController : public ViewController
     QML_UNCREATABLE("Screens are made in C++")
     Q_PROPERTY(kelpay::ViewController *topViewController READ topViewController NOTIFY topViewControllerChanged)
     Q_PROPERTY(bool covered READ isCovered NOTIFY coveredChanged)
+    Q_PROPERTY(bool moving READ isMoving NOTIFY movingChanged)
 
 public:
     explicit NavigationController(std::unique_ptr<ViewController> root, QObject *parent = nullptr);
@@ -31,6 +32,8 @@ public:
     /// While covered, the screens below the bar take no input; the bar does.
     bool isCovered() const { return m_covered; }
     void setCovered(bool covered);
+    /// While one screen gives way to another, neither takes input, nor does the bar.
+    bool isMoving() const { return m_transitions > 0; }
 
     void viewWillAppear() override;
     void viewDidAppear() override;
@@ -39,12 +42,15 @@ public:
 Q_SIGNALS:
     void topViewControllerChanged();
     void coveredChanged();
+    void movingChanged();
 
 private:
     void adopt(ViewController *controller);
+    void beginTransition();
 
     std::vector<ViewController *> m_stack; // owned as QObject children
     bool m_covered = false;
+    int m_transitions = 0;
 };
 
 } // namespace kelpay

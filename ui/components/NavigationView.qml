@@ -28,7 +28,7 @@ FocusScope {
         }
         focus: true
         clip: true
-        enabled: !navigation.controller.covered
+        enabled: !navigation.controller.covered && !navigation.controller.moving
     }
 
     Rectangle {
@@ -62,6 +62,7 @@ FocusScope {
             textColor: Theme.brandBlue
             ring: Theme.brandMagenta
             visible: text !== ""
+            enabled: !navigation.controller.moving
             onClicked: navigation.controller.topViewController.barButtonPressed()
         }
 

@@ -2,19 +2,29 @@ pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Templates as T
 
-/// A wheel of texts; Up and Down turn it.
+/// A wheel of texts: a drag, a click on a row, Up and Down turn it. `turned` tells what a person did, and nothing else.
 T.Tumbler {
-    id: wheel
+    id: tumbler
 
     property string label
+
+    signal turned
+
+    function turnTo(row: int) {
+        if (row < 0 || row >= count || row === currentIndex)
+            return;
+        currentIndex = row;
+        turned();
+    }
 
     implicitWidth: Theme.holding(48, 48)
     implicitHeight: 3 * Theme.holding(28, 24)
     visibleItemCount: 3
     wrap: false
     focusPolicy: Qt.StrongFocus
-    Keys.onUpPressed: if (currentIndex > 0) currentIndex -= 1
-    Keys.onDownPressed: if (currentIndex < count - 1) currentIndex += 1
+    Keys.onUpPressed: turnTo(currentIndex - 1)
+    Keys.onDownPressed: turnTo(currentIndex + 1)
+    onCurrentIndexChanged: if (moving) turned()
 
     background: Rectangle {
         anchors.verticalCenter: parent.verticalCenter
@@ -22,12 +32,12 @@ T.Tumbler {
         height: parent.height / 3
         radius: Theme.smallRadius
         color: Theme.page
-        border.width: wheel.activeFocus ? 2 : 1
-        border.color: wheel.activeFocus ? Theme.magenta : Theme.outline
+        border.width: tumbler.activeFocus ? 2 : 1
+        border.color: tumbler.activeFocus ? Theme.magenta : Theme.outline
     }
     contentItem: ListView {
-        model: wheel.model
-        delegate: wheel.delegate
+        model: tumbler.model
+        delegate: tumbler.delegate
         clip: true
         snapMode: ListView.SnapToItem
         highlightRangeMode: ListView.StrictlyEnforceRange
@@ -39,19 +49,25 @@ T.Tumbler {
         required property var modelData
         required property int index
 
-        width: wheel.width
-        height: wheel.height / 3
+        width: tumbler.width
+        height: tumbler.height / 3
         text: modelData
-        color: index === wheel.currentIndex ? Theme.blue : Theme.hint
+        color: index === tumbler.currentIndex ? Theme.blue : Theme.hint
         font.family: Theme.family
         font.pixelSize: Theme.titleSize
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
+
+        MouseArea {
+            anchors.fill: parent
+            onPressed: tumbler.forceActiveFocus(Qt.MouseFocusReason)
+            onClicked: tumbler.turnTo(parent.index)
+        }
     }
 
     Accessible.role: Accessible.SpinBox
     Accessible.name: label
     Accessible.description: model[currentIndex]
-    Accessible.onIncreaseAction: if (currentIndex < count - 1) currentIndex += 1
-    Accessible.onDecreaseAction: if (currentIndex > 0) currentIndex -= 1
+    Accessible.onIncreaseAction: turnTo(currentIndex + 1)
+    Accessible.onDecreaseAction: turnTo(currentIndex - 1)
 }

@@ -3,7 +3,8 @@ import QtQuick
 import KelPay.Components
 import KelPay.Payment
 
-/// The two wheels of the expiry.
+/// The two wheels of the expiry. They open at the field's date, and write where the person turns one or confirms a first
+/// choice.
 BottomSheet {
     id: sheet
 
@@ -12,7 +13,14 @@ BottomSheet {
     signal done
 
     function start() {
+        // A date of other years stays as it is until a wheel is turned.
+        years.currentIndex = Math.max(0, form.years.indexOf(form.expiration.slice(0, 2)));
+        months.currentIndex = Math.max(0, form.months.indexOf(form.expiration.slice(3)));
         years.forceActiveFocus();
+    }
+
+    function write() {
+        form.selectExpiry(years.currentIndex, months.currentIndex);
     }
 
     height: confirm.height + wheels.height + Theme.spacing + 2 * Theme.margin
@@ -40,7 +48,8 @@ BottomSheet {
             objectName: "expiryDoneButton"
             text: "تایید"
             onClicked: {
-                sheet.form.selectExpiry(years.currentIndex, months.currentIndex);
+                if (sheet.form.expiration === "")
+                    sheet.write();
                 sheet.done();
             }
         }
@@ -75,7 +84,7 @@ BottomSheet {
                 label: "سال"
                 focus: true
                 model: sheet.form.years
-                onCurrentIndexChanged: if (sheet.shown) sheet.form.selectExpiry(currentIndex, months.currentIndex)
+                onTurned: sheet.write()
                 KeyNavigation.tab: months
                 KeyNavigation.right: months
             }
@@ -84,7 +93,7 @@ BottomSheet {
                 objectName: "monthTumbler"
                 label: "ماه"
                 model: sheet.form.months
-                onCurrentIndexChanged: if (sheet.shown) sheet.form.selectExpiry(years.currentIndex, currentIndex)
+                onTurned: sheet.write()
                 KeyNavigation.tab: confirm
                 KeyNavigation.left: years
             }
