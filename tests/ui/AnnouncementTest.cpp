@@ -19,6 +19,8 @@ protected:
         QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(true);
         heard.clear();
         QAccessible::installUpdateHandler([](QAccessibleEvent *event) {
+            if (event->type() == QAccessible::Focus && event->accessibleInterface()->state().focused)
+                heard.append(event->accessibleInterface()->text(QAccessible::Name));
             if (event->type() != QAccessible::Alert)
                 return;
             QAccessibleInterface *alert = event->accessibleInterface();
@@ -50,6 +52,8 @@ TEST_F(AnnouncementTest, tellsWhatThePersonMustKnow)
     click(QStringLiteral("cardNumberTextField"));
     type(QStringLiteral("x"));
     expectHeard("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
+    type(QStringLiteral("x"));
+    expectHeard("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
     type(QStringLiteral("6037991234567890"));
     QTest::keyClick(window(), Qt::Key_Tab);
     expectHeard("شماره کارت وارد شده صحیح نمیباشد");
@@ -68,6 +72,18 @@ TEST_F(AnnouncementTest, tellsWhatThePersonMustKnow)
     storePaymentAnswer({{QStringLiteral("rc"), 51}});
     answer(false, QStringLiteral("پیام"), QStringLiteral("51"));
     expectHeard("پرداخت ناموفق");
+}
+
+TEST_F(AnnouncementTest, tellsTheSavedCardThatIsReached)
+{
+    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    presentPayment();
+    click(QStringLiteral("cardNumberTextField"));
+    click(QStringLiteral("savedCardsButton"));
+    heard.clear();
+    QTest::keyClick(window(), Qt::Key_Down);
+    EXPECT_TRUE(waitFor([] { return !heard.isEmpty() && heard.last().startsWith(QStringLiteral("603799******1234")); }))
+        << qPrintable(heard.join(QStringLiteral(" / ")));
 }
 
 TEST_F(AnnouncementTest, tellsThatTheTimeIsOver)

@@ -140,7 +140,7 @@ TEST_F(CardFormTest, checksACompleteNumberWhenEditingEnds)
         fresh.textFieldDidEndEditing(CardForm::CardNumber);
         EXPECT_EQ(fresh.isBeefStroganoff(), passes) << number;
         EXPECT_EQ(complaint.size(), complains ? 1 : 0) << number;
-        EXPECT_EQ(fresh.cardNumberFault().isEmpty(), !complains) << number;
+        EXPECT_EQ(fresh.faults()[CardForm::CardNumber].isEmpty(), !complains) << number;
     }
     choose();
     form.textFieldDidEndEditing(CardForm::CardNumber);

@@ -4,6 +4,7 @@
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/RootViewController.h"
 #include "ui/components/Storyboard.h"
+#include "ui/payment/VerificationViewController.h"
 #include "ui/payment/ViewUtils.h"
 
 #include <QSignalSpy>
@@ -70,6 +71,23 @@ TEST_F(ComponentsTest, standsAtOnceForWhoWantsNoMotion)
     Appearance::shared().pin({});
 }
 
+TEST_F(ComponentsTest, aControllersViewGoesBeforeItsMembers)
+{
+    struct Probe : VerificationViewController
+    {
+        explicit Probe(bool &hasView) : VerificationViewController(QUrl()), hadView(hasView) {}
+        Probe(const Probe &) = delete;
+        Probe &operator=(const Probe &) = delete;
+        ~Probe() override { hadView = viewIfLoaded() != nullptr; }
+        bool &hadView;
+    };
+    bool hadView = true;
+    std::unique_ptr<ViewController> probe = std::make_unique<Probe>(hadView);
+    ASSERT_TRUE(probe->view());
+    probe.release()->deleteLater();
+    ASSERT_TRUE(waitFor([&] { return !hadView; }));
+}
+
 TEST_F(ComponentsTest, goesWithTheHostsWindow)
 {
     storeToken({{QStringLiteral("wb"), QStringLiteral("100")}});
@@ -91,6 +109,7 @@ TEST_F(ComponentsTest, opensAWindowOfItsOwnWhereTheHostHasNone)
     QQuickWindow *own = navigation()->viewIfLoaded()->window();
     ASSERT_TRUE(own);
     EXPECT_EQ(own->modality(), Qt::ApplicationModal);
+    EXPECT_EQ(own->title(), navigation()->topViewController()->title());
     own->close();
     ASSERT_TRUE(waitFor([&] { return !navigation() && QGuiApplication::topLevelWindows().isEmpty(); }));
     ASSERT_EQ(outcomes().size(), 1U);

@@ -65,6 +65,16 @@ protected:
         EXPECT_LE(place(field).bottom(), place(payButton).top()) << qPrintable(field);
         EXPECT_GE(place(field).top(), place(QStringLiteral("cancelButton")).bottom()) << qPrintable(field);
     }
+    /// A finger rests a moment: what moves from under it is not pressed.
+    void press(const QString &name)
+    {
+        const QPoint centre = place(name).center().toPoint();
+        QTest::mousePress(window(), Qt::LeftButton, {}, centre);
+        settle(400);
+        QTest::mouseRelease(window(), Qt::LeftButton, {}, centre);
+        settle(600);
+    }
+    static bool isKeyboardOpen() { return QGuiApplication::inputMethod()->isVisible(); }
     QQuickItem *key(QQuickItem *below, const QString &text) const
     {
         if (below->isVisible() && QByteArray(below->metaObject()->className()).startsWith("Key_") &&
@@ -107,15 +117,45 @@ TEST_F(KeyboardTest, paysWithTheKeyboardOpen)
     click(QStringLiteral("expirationDateTextField"));
     settle(600);
     EXPECT_FALSE(QGuiApplication::inputMethod()->isVisible()) << "the wheels stand in the keyboard's place";
-    QTest::keyClick(window(), Qt::Key_Down);
+    for (int year = 0; year < 8; ++year)
+        QTest::keyClick(window(), Qt::Key_Down);
+    click(QStringLiteral("monthTumbler"));
+    for (int month = 0; month < 10; ++month)
+        QTest::keyClick(window(), Qt::Key_Down);
     click(QStringLiteral("expiryDoneButton"));
 
     open(QStringLiteral("passwordTextField"));
     tap(QStringLiteral("12345"));
     open(QStringLiteral("cvvTwoTextField"));
     tap(QStringLiteral("123"));
-    click(payButton);
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|59|123|9701|R9|T2")});
+    press(payButton);
+    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|59|123|0411|R9|T2")});
+}
+
+TEST_F(KeyboardTest, paysWithASavedCard)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
+                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0411;")}});
+    presentPayment();
+    open(QStringLiteral("cardNumberTextField"));
+    press(QStringLiteral("savedCardsButton"));
+    ASSERT_TRUE(item(QStringLiteral("panRow1")));
+    EXPECT_FALSE(isKeyboardOpen());
+    press(QStringLiteral("panRow1"));
+    // The list is the field's input until the person asks for the keyboard.
+    scrollTo(QStringLiteral("cardNumberTextField"));
+    press(QStringLiteral("cardNumberTextField"));
+    EXPECT_TRUE(item(QStringLiteral("panRow1")));
+    EXPECT_FALSE(isKeyboardOpen()) << "over the list";
+    press(QStringLiteral("keyboardButton"));
+    EXPECT_TRUE(isKeyboardOpen());
+
+    open(QStringLiteral("passwordTextField"));
+    tap(QStringLiteral("12345"));
+    open(QStringLiteral("cvvTwoTextField"));
+    tap(QStringLiteral("123"));
+    press(payButton);
+    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|11|12345|59|123|0411|R9|T2")});
 }
 
 } // namespace

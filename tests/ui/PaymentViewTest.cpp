@@ -139,6 +139,60 @@ TEST_F(PaymentViewTest, writesTheExpiryOnlyWhereThePersonTurnsIt)
     EXPECT_EQ(screen->form()->expiration(), QStringLiteral("04/11"));
 }
 
+TEST_F(PaymentViewTest, isFilledAndPaidFromTheFirstKeyToTheLast)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    presentPayment();
+    for (const auto *entry : {"6037991234567893", "12345", "123"}) {
+        type(QString::fromLatin1(entry));
+        QTest::keyClick(window(), Qt::Key_Return);
+    }
+    // No year begins with 1, no month is 13.
+    type(QStringLiteral("10۴131"));
+    EXPECT_EQ(item(QStringLiteral("expirationDateText"))->property("text"), QStringLiteral("04/11"));
+    QTest::keyClick(window(), Qt::Key_Return);
+    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|59|123|0411|R9|T2")});
+}
+
+TEST_F(PaymentViewTest, leadsToTheFieldAtFault)
+{
+    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    presentPayment();
+    const struct
+    {
+        const char *typed;
+        const char *field;
+    } steps[] = {{"60379912345678", "cardNumberTextField"},
+                 {"93", "passwordTextField"},
+                 {"12345", "cvvTwoTextField"},
+                 {"123", "expirationDateTextField"}};
+    for (const auto &[typed, field] : steps) {
+        type(QString::fromLatin1(typed));
+        click(QStringLiteral("payButton"));
+        EXPECT_EQ(window()->activeFocusItem()->objectName(), QString::fromLatin1(field));
+        const QQuickItem *complaint = item(QString::fromLatin1(field) + QStringLiteral("Complaint"));
+        ASSERT_TRUE(complaint) << field;
+        EXPECT_FALSE(complaint->property("text").toString().isEmpty());
+        const auto place = [this](const QString &name) {
+            return item(name)->mapRectToScene(QRectF({}, item(name)->size()));
+        };
+        EXPECT_FALSE(place(QStringLiteral("banner")).intersects(place(QStringLiteral("cancelButton"))));
+    }
+    EXPECT_TRUE(sent.isEmpty());
+    type(QStringLiteral("0411"));
+    EXPECT_FALSE(item(QStringLiteral("expirationDateTextFieldComplaint")));
+}
+
+TEST_F(PaymentViewTest, paysNothingByAStrayReturn)
+{
+    storeToken({{QStringLiteral("wb"), QStringLiteral("5400000")}});
+    presentPayment();
+    EXPECT_EQ(window()->activeFocusItem()->objectName(), QStringLiteral("alertCancelButton"));
+    QTest::keyClick(window(), Qt::Key_Return);
+    EXPECT_TRUE(sent.isEmpty());
+    EXPECT_EQ(window()->activeFocusItem()->objectName(), cardField);
+}
+
 TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
 {
     storeToken({{QStringLiteral("vu"), QStringLiteral("ftp://shop.example/")}});
@@ -268,14 +322,14 @@ TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
     storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
                 {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
     presentPayment();
-    const QStringList order{QStringLiteral("verifyButton"),
-                            cardField,
-                            QStringLiteral("savedCardsButton"),
+    const QStringList order{QStringLiteral("savedCardsButton"),
                             pinField,
                             cvvField,
                             QStringLiteral("expirationDateTextField"),
                             QStringLiteral("payButton"),
-                            QStringLiteral("cancelButton")};
+                            QStringLiteral("cancelButton"),
+                            QStringLiteral("verifyButton"),
+                            cardField};
     QStringList reached;
     for (qsizetype stop = 0; stop < order.size(); ++stop) {
         QTest::keyClick(window(), Qt::Key_Tab);
@@ -375,7 +429,7 @@ TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)
 TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
 {
     storeToken();
-    presentPayment();
+    PaymentViewController *screen = presentPayment();
     for (const auto &[state, isCovered] : {std::pair(Qt::ApplicationInactive, false),
                                            {Qt::ApplicationHidden, true},
                                            {Qt::ApplicationActive, false},
@@ -384,6 +438,16 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
         Q_EMIT qGuiApp->applicationStateChanged(state);
         EXPECT_EQ(item(QStringLiteral("veil")) != nullptr, isCovered) << state;
     }
+    // An alert too, which stands above the screens.
+    Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationHidden);
+    settle(50);
+    const QImage covered = window()->grabWindow();
+    screen->escapePressed();
+    settle();
+    EXPECT_TRUE(screen->leaveAlert()->isShown());
+    EXPECT_EQ(window()->grabWindow(), covered);
+    screen->leaveAlert()->dismiss();
+    Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationActive);
     click(pinField);
     type(QStringLiteral("12345"));
     window()->showMinimized();

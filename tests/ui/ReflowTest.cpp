@@ -9,7 +9,9 @@ namespace {
 class ReflowTest : public ScreenTest, public testing::WithParamInterface<double>
 {
 protected:
-    static constexpr QSize sizes[] = {{375, 812}, {1280, 800}, {320, 568}, {812, 375}, {768, 1024}};
+    static constexpr QSize sizes[] = {{375, 812},  {1280, 800}, {320, 568},   {812, 375},
+                                      {768, 1024}, {900, 500},  {1080, 1920}, {1920, 1080}};
+    static bool isKiosk(QSize size) { return std::min(size.width(), size.height()) >= 1000; }
 
     ReflowTest() { Appearance::shared().pin({false, true, GetParam()}); }
     ~ReflowTest() override { Appearance::shared().pin({}); }
@@ -55,7 +57,14 @@ TEST_P(ReflowTest, paymentScreen)
         expectTextsWhole();
         for (const auto *name : {"payButton", "cancelButton"})
             EXPECT_TRUE(inside().contains(place(QString::fromLatin1(name)))) << name;
-        EXPECT_LE(place(card).width(), 460);
+        EXPECT_LE(place(card).width(), isKiosk(size) ? 690 : 460);
+        for (const auto *name : {"payButton", "cancelButton", "verifyButton", "expirationDateTextField"})
+            EXPECT_GE(place(QString::fromLatin1(name)).height(), isKiosk(size) ? 56 : 44) << name;
+        const QQuickItem *form = item(QStringLiteral("formArea"));
+        if (GetParam() == 1 && size.width() >= 900 && size.width() > size.height()) {
+            EXPECT_LE(form->property("contentHeight").toReal(), form->height());
+            EXPECT_GT(place(QStringLiteral("amountLabel")).left(), place(card).right()) << "what is paid stands beside";
+        }
         EXPECT_LE(item(card)->property("contentWidth").toReal(), item(card)->width());
         for (const auto *name :
              {"cardNumberTextField", "passwordTextField", "cvvTwoTextField", "expirationDateTextField"}) {

@@ -10,7 +10,7 @@ T.Button {
     implicitWidth: implicitContentWidth + 4 * Theme.margin
     implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + 2 * Theme.spacing)
     horizontalPadding: Theme.spacing
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: Qt.TabFocus // A press that took the focus would close an on-screen keyboard, and move what is pressed.
     font.family: Theme.boldFamily
     font.bold: true
     font.pixelSize: Theme.bodySize

@@ -97,12 +97,13 @@ FocusScope {
                     width: answers.width
                     text: modelData
                     font: scope.scaled(scope.alert.buttonFont)
-                    focus: index === 0
+                    focus: index === 0 && !scope.alert.startsAtCancel
                     onClicked: scope.alert.press(index)
                 }
             }
             TextButton {
                 objectName: "alertCancelButton"
+                focus: scope.alert.startsAtCancel
                 width: answers.width
                 text: scope.alert.cancelButton
                 font: scope.scaled(scope.alert.cancelButtonFont)

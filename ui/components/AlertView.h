@@ -22,6 +22,8 @@ class AlertView : public QObject
     Q_PROPERTY(QString message READ message NOTIFY shownChanged)
     Q_PROPERTY(QStringList buttons READ buttons NOTIFY shownChanged)
     Q_PROPERTY(QString cancelButton READ cancelButton NOTIFY shownChanged)
+    /// The cancel button has the keys at first: another one is not to be pressed by a stray Return.
+    Q_PROPERTY(bool startsAtCancel MEMBER startsAtCancel NOTIFY shownChanged)
     Q_PROPERTY(QFont titleFont MEMBER titleFont NOTIFY shownChanged)
     Q_PROPERTY(QFont messageFont MEMBER messageFont NOTIFY shownChanged)
     Q_PROPERTY(QFont buttonFont MEMBER buttonFont NOTIFY shownChanged)
@@ -48,6 +50,7 @@ public:
     Q_INVOKABLE void press(int button);
     Q_INVOKABLE void pressCancel();
 
+    bool startsAtCancel = false;
     QFont titleFont;
     QFont messageFont;
     QFont buttonFont;

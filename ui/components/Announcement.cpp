@@ -10,14 +10,18 @@ void Announcement::setText(const QString &text)
         return;
     m_text = text;
     Q_EMIT textChanged();
-    if (text.isEmpty())
-        return;
+    if (!text.isEmpty())
+        announce();
+}
+
+void Announcement::announce()
+{
     // Later, because an item that is being made is not in the tree yet.
-    const auto announce = [this] {
+    const auto tell = [this] {
         QAccessibleEvent event(this, QAccessible::Alert);
         QAccessible::updateAccessibility(&event);
     };
-    QMetaObject::invokeMethod(this, announce, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
 }
 
 } // namespace kelpay

@@ -18,6 +18,8 @@ public:
 
     QString text() const { return m_text; }
     void setText(const QString &text);
+    /// Tells the text once more.
+    Q_INVOKABLE void announce();
 
 Q_SIGNALS:
     void textChanged();

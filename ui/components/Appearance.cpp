@@ -3,8 +3,10 @@
 #include "ScreenEngine.h"
 
 #include <QCoreApplication>
+#include <QInputDevice>
 #include <QJSEngine>
 
+#include <algorithm>
 #include <utility>
 
 namespace kelpay {
@@ -40,6 +42,14 @@ Appearance::Appearance()
     connect(&m_desktop, &DesktopSettings::answered, this, &Appearance::set);
     if (ScreenEngine::hasDisplay())
         m_desktop.follow();
+}
+
+bool Appearance::hasTouch()
+{
+    const auto devices = QInputDevice::devices();
+    return std::any_of(devices.begin(), devices.end(), [](const QInputDevice *device) {
+        return device->type() == QInputDevice::DeviceType::TouchScreen;
+    });
 }
 
 void Appearance::pin(const Look &look)

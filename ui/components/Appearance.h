@@ -21,6 +21,8 @@ class Appearance : public QObject
     Q_PROPERTY(bool dark READ isDark NOTIFY changed FINAL)
     Q_PROPERTY(bool motionReduced READ isMotionReduced NOTIFY changed FINAL)
     Q_PROPERTY(qreal textScale READ textScale NOTIFY changed FINAL)
+    /// Whether there is a screen to touch: a field is given the keys there only when it is touched.
+    Q_PROPERTY(bool hasTouch READ hasTouch CONSTANT FINAL)
 
 public:
     /// The one of the process; made on first use, gone with the application object.
@@ -30,6 +32,7 @@ public:
     bool isDark() const { return m_look.isDark; }
     bool isMotionReduced() const { return m_look.isMotionReduced; }
     qreal textScale() const { return m_look.textScale; }
+    static bool hasTouch();
 
     /// Like this from now on, whatever the desktop says.
     void pin(const Look &look);

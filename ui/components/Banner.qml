@@ -1,16 +1,17 @@
 import QtQuick
 import KelPay.Components
 
-/// The message that slides over the top of the screen.
+/// The message that slides over the top of the screen, from behind what covers its upper `raised` pixels.
 Rectangle {
     id: bar
 
     required property NotificationBanner banner
+    property real raised: 0
 
     objectName: "banner"
-    y: banner.lowered ? 0 : -height
+    y: raised - (banner.lowered ? 0 : height)
     height: Math.max(64, message.implicitHeight + 2 * Theme.spacing)
-    visible: y > -height
+    visible: y > raised - height
     color: Theme.bannerColor
 
     Behavior on y {

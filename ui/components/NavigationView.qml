@@ -31,6 +31,13 @@ FocusScope {
         enabled: !navigation.controller.covered && !navigation.controller.moving
     }
 
+    // From below the bar, whose button stays at hand.
+    Banner {
+        banner: navigation.controller.topViewController.banner
+        width: parent.width
+        raised: bar.height
+    }
+
     Rectangle {
         id: bar
         width: parent.width
@@ -74,10 +81,6 @@ FocusScope {
         }
     }
 
-    Banner {
-        banner: navigation.controller.topViewController.banner
-        width: parent.width
-    }
     // Not the banner's own: that is still out of sight when its message must be told.
     Spoken {
         readonly property NotificationBanner banner: navigation.controller.topViewController.banner

@@ -11,7 +11,7 @@ T.Button {
     implicitWidth: implicitContentWidth + 2 * Theme.margin
     implicitHeight: Math.max(44, implicitContentHeight + Theme.spacing)
     padding: 0
-    focusPolicy: Qt.StrongFocus
+    focusPolicy: Qt.TabFocus // A press that took the focus would close an on-screen keyboard, and move what is pressed.
     font.family: Theme.family
     font.pixelSize: Theme.bodySize
     Keys.onReturnPressed: clicked()

@@ -79,8 +79,8 @@ Page {
         }
         ExpiryField {
             width: parent.width
+            form: page.exhibits.form
             label: "Expiry, empty"
-            text: ""
             icon: BundleIcon {
                 file: "ic_event_white_3x.png"
                 color: Theme.brandBlue
@@ -88,8 +88,9 @@ Page {
         }
         ExpiryField {
             width: parent.width
-            label: "Expiry, open"
-            text: "03/05"
+            form: page.exhibits.form
+            label: "Expiry, open, with a fault"
+            fault: "سال و ماه انقضا را وارد کنید"
             open: true
         }
     }

@@ -77,7 +77,7 @@ bool CardForm::accepts(Field field, const Edit &edit)
         showBank(edit.before, Bundle::sdk());
     }
     m_isSettledDown = CardNumber::isMasked(edit.before);
-    m_cardNumberFault.clear();
+    setFault(CardNumber, {});
     Q_EMIT cardChanged();
     return isAccepted;
 }
@@ -128,10 +128,9 @@ void CardForm::textFieldDidEndEditing(Field field)
     if (field != CardNumber || m_cardNumber.size() != 16)
         return;
     m_isBeefStroganoff = m_isSettledDown || CardNumber::isValid(m_cardNumber);
-    m_cardNumberFault = m_isBeefStroganoff ? QString() : QStringLiteral("شماره کارت وارد شده صحیح نمیباشد");
-    Q_EMIT cardChanged();
+    setFault(CardNumber, m_isBeefStroganoff ? QString() : QStringLiteral("شماره کارت وارد شده صحیح نمیباشد"));
     if (!m_isBeefStroganoff)
-        Q_EMIT notified(m_cardNumberFault);
+        Q_EMIT notified(m_faults[CardNumber]);
 }
 
 void CardForm::notifierFired(const QString &panID, const QString &pan, const QString &exp)
@@ -139,10 +138,9 @@ void CardForm::notifierFired(const QString &panID, const QString &pan, const QSt
     m_panID = panID;
     setCardNumber(pan);
     applyCardRules(pan);
-    setText(m_expiration, exp, &CardForm::expirationChanged);
+    setExpiration(exp);
     showBank(pan, Bundle::sdk());
     m_isSettledDown = true;
-    m_cardNumberFault.clear();
     Q_EMIT cardChanged();
 }
 
@@ -151,13 +149,74 @@ void CardForm::selectExpiry(int yearRow, int monthRow)
     const QStringList years = this->years();
     const QStringList months = this->months();
     if (yearRow >= 0 && yearRow < years.size() && monthRow >= 0 && monthRow < months.size())
-        setText(m_expiration, years[yearRow] + QLatin1Char('/') + months[monthRow], &CardForm::expirationChanged);
+        setExpiration(years[yearRow] + QLatin1Char('/') + months[monthRow]);
 }
 
-bool CardForm::isComplete() const
+bool CardForm::typeExpiry(const QString &typed)
 {
-    return m_cardNumber.size() >= 15 && m_pin.size() >= 5 &&
-           (m_isSimple || (m_cvv2.size() >= 3 && m_expiration.size() == 5));
+    const int digit = typed.size() == 1 ? typed.front().digitValue() : -1;
+    if (digit < 0)
+        return false;
+    QString text = m_expiration.size() < 5 ? m_expiration : QString();
+    if (text.size() == 2)
+        text += QLatin1Char('/');
+    text += QString::number(digit);
+    const auto hasStart = [](const QStringList &rows, const QString &start) {
+        return std::any_of(rows.begin(), rows.end(), [&](const QString &row) { return row.startsWith(start); });
+    };
+    if (hasStart(years(), text.left(2)) && hasStart(months(), text.mid(3)))
+        setExpiration(text);
+    return true;
+}
+
+void CardForm::eraseExpiry()
+{
+    setExpiration(m_expiration.left(m_expiration.size() == 4 ? 2 : m_expiration.size() - 1));
+}
+
+bool CardForm::isLongEnough(Field field) const
+{
+    switch (field) {
+    case CardNumber:
+        return m_cardNumber.size() >= 15;
+    case Pin:
+        return m_pin.size() >= 5;
+    case Cvv2:
+        return m_isSimple || m_cvv2.size() >= 3;
+    case Expiration:
+        break;
+    }
+    return m_isSimple || m_expiration.size() == 5;
+}
+
+std::optional<CardForm::Field> CardForm::firstFault() const
+{
+    for (const Field field : {CardNumber, Pin, Cvv2, Expiration}) {
+        if (!isLongEnough(field))
+            return field;
+    }
+    return std::nullopt;
+}
+
+void CardForm::nameFault()
+{
+    static const QStringList faults{{},
+                                    QStringLiteral("شماره کارت کامل نیست"),
+                                    QStringLiteral("رمز دوم دست‌کم 5 رقم است"),
+                                    QStringLiteral("CVV2 دست‌کم 3 رقم است"),
+                                    QStringLiteral("سال و ماه انقضا را وارد کنید")};
+    if (const auto field = firstFault()) {
+        setFault(*field, faults[*field]);
+        Q_EMIT faultFound(*field);
+    }
+}
+
+void CardForm::setFault(Field field, const QString &fault)
+{
+    if (m_faults[field] == fault)
+        return;
+    m_faults[field] = fault;
+    Q_EMIT faultsChanged();
 }
 
 bool CardForm::isTouched() const
@@ -179,17 +238,26 @@ void CardForm::clearSecrets()
 
 void CardForm::setCardNumber(const QString &cardNumber)
 {
+    setFault(CardNumber, {});
     setText(m_cardNumber, cardNumber, &CardForm::cardNumberChanged);
 }
 
 void CardForm::setPin(const QString &pin)
 {
+    setFault(Pin, {});
     setText(m_pin, pin, &CardForm::pinChanged);
 }
 
 void CardForm::setCvv2(const QString &cvv2)
 {
+    setFault(Cvv2, {});
     setText(m_cvv2, cvv2, &CardForm::cvv2Changed);
+}
+
+void CardForm::setExpiration(const QString &expiration)
+{
+    setFault(Expiration, {});
+    setText(m_expiration, expiration, &CardForm::expirationChanged);
 }
 
 void CardForm::setText(QString &member, const QString &text, void (CardForm::*changed)())
@@ -216,9 +284,11 @@ QString CardForm::text(Field field) const
     case Pin:
         return m_pin;
     case Cvv2:
+        return m_cvv2;
+    case Expiration:
         break;
     }
-    return m_cvv2;
+    return m_expiration;
 }
 
 const std::array<QStringList, 2> &CardForm::dateArray()

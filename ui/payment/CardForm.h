@@ -29,12 +29,13 @@ class CardForm : public QObject
     Q_PROPERTY(bool cardNumberEnabled READ isCardNumberEnabled NOTIFY cardChanged)
     Q_PROPERTY(QUrl bankIcon READ bankIcon NOTIFY cardChanged)
     Q_PROPERTY(QString bankName READ bankName NOTIFY cardChanged)
-    Q_PROPERTY(QString cardNumberFault READ cardNumberFault NOTIFY cardChanged)
+    /// What is wrong with each field, by its number.
+    Q_PROPERTY(QStringList faults READ faults NOTIFY faultsChanged)
     Q_PROPERTY(QStringList years READ years CONSTANT)
     Q_PROPERTY(QStringList months READ months CONSTANT)
 
 public:
-    enum Field { CardNumber = 1, Pin = 2, Cvv2 = 3 };
+    enum Field { CardNumber = 1, Pin = 2, Cvv2 = 3, Expiration = 4 };
     Q_ENUM(Field)
 
     /// What the token answer says about cards.
@@ -64,9 +65,15 @@ public:
     /// Puts a chosen saved card in place of a number.
     void notifierFired(const QString &panID, const QString &pan, const QString &exp);
     Q_INVOKABLE void selectExpiry(int yearRow, int monthRow);
+    /// A key in the expiry: a digit of any keyboard that leads to one of the years and months goes in, after a whole
+    /// date as the first of a new one. False for what is no digit.
+    Q_INVOKABLE bool typeExpiry(const QString &typed);
+    Q_INVOKABLE void eraseExpiry();
 
     /// Whether the fields are long enough to be sent.
-    bool isComplete() const;
+    bool isComplete() const { return !firstFault(); }
+    /// Says what is wrong with the first field that is not, and asks for it by faultFound.
+    void nameFault();
     /// Whether the payer entered anything.
     bool isTouched() const;
     /// The saved card's identifier, or the number; std::nullopt for an identifier that is missing.
@@ -93,7 +100,7 @@ public:
     bool isCardNumberEnabled() const { return m_isCardNumberEnabled; }
     QUrl bankIcon() const { return m_bankIcon; }
     QString bankName() const { return m_bankName; }
-    QString cardNumberFault() const { return m_cardNumberFault; }
+    QStringList faults() const { return m_faults; }
     /// The wheels of the expiry: years and months.
     static const std::array<QStringList, 2> &dateArray();
     QStringList years() const { return dateArray()[0]; }
@@ -106,6 +113,9 @@ Q_SIGNALS:
     void expirationChanged();
     void isSimpleChanged();
     void cardChanged();
+    void faultsChanged();
+    /// The person should go to this field.
+    void faultFound(kelpay::CardForm::Field field);
     /// Something to tell the payer.
     void notified(const QString &message);
 
@@ -119,6 +129,10 @@ private:
     bool accepts(Field field, const Edit &edit);
     static qsizetype maximumLength(Field field);
     QString text(Field field) const;
+    bool isLongEnough(Field field) const;
+    std::optional<Field> firstFault() const;
+    void setFault(Field field, const QString &fault);
+    void setExpiration(const QString &expiration);
     void setText(QString &member, const QString &text, void (CardForm::*changed)());
     void applyCardRules(const QString &cardNumber);
     void showBank(const QString &cardNumber, const Bundle &bundle);
@@ -130,7 +144,7 @@ private:
     QString m_cvv2;
     QString m_expiration;
     QString m_bankName;
-    QString m_cardNumberFault;
+    QStringList m_faults = QStringList(Expiration + 1);
     QUrl m_bankIcon;
     bool m_isSimple = false;
     bool m_isSettledDown = false;

@@ -8,6 +8,8 @@ Card {
 
     required property CardForm form
     property bool expiryOpen: false
+    /// The saved cards stand in the place of the keyboard.
+    property bool listIsInput: false
     readonly property alias cardInput: cardNumberTextField.input
     readonly property alias pinInput: passwordTextField.input
     /// What Tab leads to from the card number, before the PIN.
@@ -20,6 +22,15 @@ Card {
 
     spacing: Theme.margin - 4
 
+    Connections {
+        target: section.form
+
+        function onFaultFound(field: int) {
+            const inputs = [cardNumberTextField.input, passwordTextField.input, cvvTwoTextField.input,
+                            expirationDateView.input];
+            inputs[field - CardForm.CardNumber].forceActiveFocus();
+        }
+    }
     FontLoader {
         id: cardDigits
         source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
@@ -33,11 +44,12 @@ Card {
         field: CardForm.CardNumber
         label: "شماره کارت"
         hint: "۱۶ رقم روی کارت"
-        fault: section.form.cardNumberFault
+        fault: section.form.faults[CardForm.CardNumber]
+        quiet: section.listIsInput
         enabled: section.form.cardNumberEnabled
         entered: section.form.cardNumber
         onEnteredChanged: section.form.cardNumber = entered
-        onAccepted: section.accepted()
+        onAccepted: passwordTextField.input.forceActiveFocus()
         input.KeyNavigation.tab: section.afterCard
         input.onActiveFocusChanged: {
             if (!input.activeFocus) {
@@ -67,10 +79,11 @@ Card {
         field: CardForm.Pin
         label: "رمز دوم"
         hint: "رمز اینترنتی کارت"
+        fault: section.form.faults[CardForm.Pin]
         secret: true
         entered: section.form.pin
         onEnteredChanged: section.form.pin = entered
-        onAccepted: section.accepted()
+        onAccepted: section.form.isSimple ? section.accepted() : cvvTwoTextField.input.forceActiveFocus()
         input.onActiveFocusChanged: if (input.activeFocus) section.edited(passwordTextField)
         icon: BundleIcon {
             id: lockIcon
@@ -95,10 +108,11 @@ Card {
             field: CardForm.Cvv2
             label: "CVV2"
             hint: "کد ۳ یا ۴ رقمی"
+            fault: section.form.faults[CardForm.Cvv2]
             secret: true
             entered: section.form.cvv2
             onEnteredChanged: section.form.cvv2 = entered
-            onAccepted: section.accepted()
+            onAccepted: expirationDateView.input.forceActiveFocus()
             input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
             icon: BundleIcon {
                 id: cvvTwoIcon
@@ -115,7 +129,9 @@ Card {
         label: "تاریخ انقضا"
         opacity: section.form.isSimple ? 0 : 1
         visible: opacity > 0
-        text: section.form.expiration
+        form: section.form
+        fault: section.form.faults[CardForm.Expiration]
+        onAccepted: section.accepted()
         open: section.expiryOpen
         input.onActiveFocusChanged: if (input.activeFocus) section.edited(expirationDateView)
         onOpened: {

@@ -15,6 +15,8 @@ Item {
     property string hint
     property string fault
     property bool secret: false
+    /// Something else is the input: no on-screen keyboard opens.
+    property bool quiet: false
     /// What is known of the text, beside the label.
     property alias note: noteLabel.text
     property alias noteName: noteLabel.objectName
@@ -158,7 +160,13 @@ Item {
                         field: entry.field
                         target: input
                         secret: entry.secret
-                        onRefused: why => entry.refusal = why
+                        quiet: entry.quiet
+                        onRefused: why => {
+                            // Told by its change; the same once more is told as well.
+                            if (entry.refusal === why)
+                                spoken.announce();
+                            entry.refusal = why;
+                        }
                     }
                     onAccepted: entry.accepted()
                     onTextChanged: entry.refusal = ""
@@ -194,6 +202,7 @@ Item {
     }
     // A fault comes with a banner, which is told.
     Spoken {
+        id: spoken
         text: entry.refusal
     }
 }

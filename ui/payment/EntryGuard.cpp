@@ -1,6 +1,7 @@
 #include "EntryGuard.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QInputMethod>
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 
@@ -33,6 +34,16 @@ void EntryGuard::setTarget(QQuickItem *target)
     m_target = target;
     if (m_target)
         m_target->installEventFilter(this);
+    setQuiet(m_isQuiet);
+}
+
+void EntryGuard::setQuiet(bool isQuiet)
+{
+    m_isQuiet = isQuiet;
+    if (!m_target)
+        return;
+    m_target->setFlag(QQuickItem::ItemAcceptsInputMethod, !isQuiet);
+    QGuiApplication::inputMethod()->update(Qt::ImEnabled);
 }
 
 bool EntryGuard::eventFilter(QObject *, QEvent *event)

@@ -20,6 +20,8 @@ class EntryGuard : public QValidator
     Q_PROPERTY(kelpay::CardForm::Field field MEMBER m_field REQUIRED FINAL)
     Q_PROPERTY(QQuickItem *target READ target WRITE setTarget REQUIRED FINAL)
     Q_PROPERTY(bool secret MEMBER m_isSecret FINAL)
+    /// Something else is the field's input: no on-screen keyboard opens for it.
+    Q_PROPERTY(bool quiet READ isQuiet WRITE setQuiet FINAL)
 
 public:
     using QValidator::QValidator;
@@ -27,6 +29,8 @@ public:
     State validate(QString &text, int &position) const override;
     QQuickItem *target() const { return m_target; }
     void setTarget(QQuickItem *target);
+    bool isQuiet() const { return m_isQuiet; }
+    void setQuiet(bool isQuiet);
 
 Q_SIGNALS:
     /// An edit was not taken; `why` is for the person.
@@ -42,6 +46,7 @@ private:
     CardForm::Field m_field = CardForm::CardNumber;
     QPointer<QQuickItem> m_target;
     bool m_isSecret = false;
+    bool m_isQuiet = false;
 };
 
 } // namespace kelpay

@@ -1,17 +1,28 @@
 import QtQuick
 import KelPay.Components
+import KelPay.Payment
 
-/// Shows the expiry, "YY/MM"; a click or a key opens the wheels.
+/// Shows the expiry, "YY/MM"; digits go in, a click, space or Down opens the wheels, and so does Return until it is whole.
 Item {
     id: entry
 
     required property string label
-    required property string text
+    required property CardForm form
+    readonly property string text: form.expiration
+    property string fault
     property bool open: false
     property alias icon: iconPlace.data
     property alias input: expirationDateTextField
 
     signal opened
+    signal accepted
+
+    function takeReturn() {
+        if (text.length === 5)
+            accepted();
+        else
+            opened();
+    }
 
     implicitHeight: column.implicitHeight
 
@@ -36,15 +47,21 @@ Item {
             radius: Theme.smallRadius
             color: Theme.surface
             border.width: activeFocus || entry.open ? 2 : 1
-            border.color: activeFocus || entry.open ? Theme.blue : Theme.outline
+            border.color: entry.fault !== "" ? Theme.fault : activeFocus || entry.open ? Theme.blue : Theme.outline
             activeFocusOnTab: true
             Keys.onSpacePressed: entry.opened()
-            Keys.onReturnPressed: entry.opened()
+            Keys.onReturnPressed: entry.takeReturn()
+            Keys.onEnterPressed: entry.takeReturn()
+            Keys.onPressed: event => {
+                event.accepted = entry.form.typeExpiry(event.text) || event.key === Qt.Key_Backspace;
+                if (event.key === Qt.Key_Backspace)
+                    entry.form.eraseExpiry();
+            }
             Keys.onDownPressed: entry.opened()
 
             Accessible.role: Accessible.ComboBox
             Accessible.name: entry.label
-            Accessible.description: entry.text
+            Accessible.description: [entry.text, entry.fault].join(" ").trim()
             Accessible.focusable: true
             Accessible.focused: activeFocus
             Accessible.onPressAction: entry.opened()
@@ -98,6 +115,15 @@ Item {
                 color: Theme.hint
                 Accessible.ignored: true
             }
+        }
+        Label {
+            objectName: "expirationDateTextFieldComplaint"
+            width: parent.width
+            text: entry.fault
+            visible: text !== ""
+            color: Theme.fault
+            font.pixelSize: Theme.captionSize
+            horizontalAlignment: Text.AlignLeft
         }
     }
 }

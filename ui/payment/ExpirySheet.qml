@@ -12,10 +12,13 @@ BottomSheet {
 
     signal done
 
-    function start() {
-        // A date of other years stays as it is until a wheel is turned.
+    /// A date of other years stays as it is until a wheel is turned.
+    function follow() {
         years.currentIndex = Math.max(0, form.years.indexOf(form.expiration.slice(0, 2)));
         months.currentIndex = Math.max(0, form.months.indexOf(form.expiration.slice(3)));
+    }
+    function start() {
+        follow();
         years.forceActiveFocus();
     }
 
@@ -25,9 +28,18 @@ BottomSheet {
 
     height: confirm.height + wheels.height + Theme.spacing + 2 * Theme.margin
     Keys.onEscapePressed: done()
+    Keys.onPressed: event => event.accepted = form.typeExpiry(event.text)
     Keys.onReturnPressed: confirm.clicked()
     Keys.onEnterPressed: confirm.clicked()
 
+    Connections {
+        target: sheet.form
+
+        function onExpirationChanged() {
+            if (!years.moving && !months.moving)
+                sheet.follow();
+        }
+    }
     Item {
         anchors.fill: parent
         anchors.margins: Theme.margin
@@ -48,7 +60,7 @@ BottomSheet {
             objectName: "expiryDoneButton"
             text: "تایید"
             onClicked: {
-                if (sheet.form.expiration === "")
+                if (sheet.form.expiration.length < 5)
                     sheet.write();
                 sheet.done();
             }

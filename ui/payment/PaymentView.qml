@@ -21,6 +21,8 @@ FocusScope {
     readonly property real sheetHeight: sheet === PaymentView.Expiry ? expirySheet.sheetHeight
                                         : sheet === PaymentView.Cards ? cardSheet.sheetHeight + accessoryHeight : 0
 
+    readonly property Item firstInput: controller.form.cardNumberEnabled ? cards.cardInput : cards.pinInput
+
     function endEditing() {
         sheet = PaymentView.None;
         idle.forceActiveFocus();
@@ -32,9 +34,19 @@ FocusScope {
 
     focus: true
 
+    // An alert has the keys as long as it is there.
+    onActiveFocusChanged: {
+        const alert = [walletPanel, leavePanel].find(panel => panel.item && panel.item.visible);
+        if (activeFocus && alert)
+            alert.item.forceActiveFocus();
+    }
+    // A finger opens an on-screen keyboard where it wants one; keys have a place to go from the beginning.
+    Component.onCompleted: if (!Appearance.hasTouch) firstInput.focus = true
+
     Item {
         id: idle
         focus: true
+        KeyNavigation.tab: view.firstInput
     }
 
     FormArea {
@@ -54,6 +66,7 @@ FocusScope {
             id: cards
             form: view.controller.form
             afterCard: accessory.visible ? accessory.button : null
+            listIsInput: view.controller.isPanListShown
             expiryOpen: view.sheet === PaymentView.Expiry
             onEdited: field => {
                 const isCard = cardInput.activeFocus;
@@ -107,6 +120,7 @@ FocusScope {
         onKeyboardWanted: {
             view.controller.showKeyboard();
             cards.cardInput.forceActiveFocus();
+            Qt.inputMethod.show();
         }
     }
     OnDemand {
@@ -141,12 +155,14 @@ FocusScope {
     }
 
     OnDemand {
+        id: walletPanel
         wanted: view.controller.walletAlert.shown
         sourceComponent: AlertPanel {
             alert: view.controller.walletAlert
         }
     }
     OnDemand {
+        id: leavePanel
         wanted: view.controller.leaveAlert.shown
         sourceComponent: AlertPanel {
             alert: view.controller.leaveAlert

@@ -148,6 +148,7 @@ void PaymentViewController::offerWallet(const QString &balance)
 {
     const QString payByWallet = QStringLiteral("پرداخت با کیف پول");
     setFonts(m_walletAlert);
+    m_walletAlert.startsAtCancel = true;
     m_walletAlert.addButton(payByWallet, [this] { payFromWallet(); });
     m_walletAlert.setCancelButton(QStringLiteral("پرداخت از کارت"), {});
     m_walletAlert.show(
@@ -189,6 +190,7 @@ void PaymentViewController::verifyPayment()
     m_detail.pcc = UserDefaults::standard().string(QStringLiteral("pcc"));
     UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
     if (!m_form.isComplete()) {
+        m_form.nameFault();
         showNotificationErrorWithMessage(QStringLiteral("ورودی ها را بررسی کنید."));
         return;
     }

@@ -55,6 +55,8 @@ BottomSheet {
             height: Math.max(Theme.rowHeight, stacked ? number.height + bank.height + Theme.spacing : 0)
 
             Accessible.role: Accessible.ListItem
+            Accessible.focusable: true
+            Accessible.focused: activeFocus
             Accessible.name: pan + " " + bank.text
             Accessible.onPressAction: sheet.choose(index)
 
