@@ -176,7 +176,7 @@ void Driver::enter(const QString &field, const QString &text)
     if (!m_hands.focus(field))
         return;
     QTest::qWait(50);
-    Screen::type(text);
+    m_hands.type(text);
 }
 
 void Driver::pickSavedCard()
@@ -186,12 +186,7 @@ void Driver::pickSavedCard()
     m_hands.press(QStringLiteral("savedCardsButton"));
     QTest::qWait(600);
     shoot(QStringLiteral("saved-cards"));
-    for (int row = 0; row < *m_options.savedRow; ++row) {
-        Screen::press(Qt::Key_Down);
-        QTest::qWait(250);
-    }
-    shoot(QStringLiteral("saved-card"));
-    Screen::press(Qt::Key_Return);
+    m_hands.pick(*m_options.savedRow);
     QTest::qWait(300);
 }
 
@@ -215,14 +210,13 @@ void Driver::turnTo(const QString &tumbler, const QString &title)
     QQuickItem *wheel = Screen::find(tumbler);
     if (!wheel)
         return;
-    m_hands.focus(tumbler);
     const auto rows = wheel->property("model").toStringList();
     const auto target = rows.indexOf(title);
     for (int turn = 0; target >= 0 && turn < rows.size(); ++turn) {
         const int current = wheel->property("currentIndex").toInt();
         if (current == target)
             return;
-        Screen::press(current < target ? Qt::Key_Down : Qt::Key_Up);
+        m_hands.turn(tumbler, current < target);
         QTest::qWait(250);
     }
 }

@@ -5,18 +5,81 @@
 #include <QAccessible>
 #include <QGuiApplication>
 #include <QMap>
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
 
+#include <memory>
 #include <vector>
 
 namespace {
 
+QString rowName(int row)
+{
+    return QStringLiteral("panRow%1").arg(row);
+}
+
 class Pointer : public Hands
 {
-    bool focus(const QString &name) override { return Screen::click(name); }
-    bool press(const QString &name) override { return Screen::click(name); }
+public:
+    explicit Pointer(Screen::Touch touch) : m_touch(touch) {}
+
+private:
+    bool focus(const QString &name) override { return Screen::click(name, m_touch); }
+    bool press(const QString &name) override { return Screen::click(name, m_touch); }
+    /// On the row above or below the middle.
+    void turn(const QString &wheel, bool forward) override { Screen::click(wheel, m_touch, forward ? 5. / 6 : 1. / 6); }
+    void pick(int row) override { Screen::click(rowName(row), m_touch); }
+
+    Screen::Touch m_touch;
+};
+
+/// A pointer, and Qt's own on-screen keyboard at the window's bottom; QT_IM_MODULE must name it.
+class OnScreen : public Pointer
+{
+public:
+    OnScreen() : Pointer(Screen::Touch::Mouse)
+    {
+        QQmlComponent component(&m_engine);
+        // Wider than a phone's window, because its height follows from its width.
+        component.setData("import QtQuick\nimport QtQuick.VirtualKeyboard\n"
+                          "InputPanel { z: 2000000; width: Math.max(640, parent.width); x: (parent.width - width) / 2\n"
+                          "    y: active ? parent.height - height : parent.height }",
+                          {});
+        m_panel.reset(qobject_cast<QQuickItem *>(component.createWithInitialProperties(
+            {{QStringLiteral("parent"), QVariant::fromValue(Screen::window()->contentItem())}})));
+        if (!m_panel)
+            qWarning("no on-screen keyboard: %s", qPrintable(component.errorString()));
+    }
+
+private:
+    void type(const QString &digits) override
+    {
+        for (const QChar digit : digits) {
+            QQuickItem *key = nullptr;
+            if (!m_panel || !QTest::qWaitFor([&] { return (key = find(m_panel.get(), digit)) != nullptr; }, 3000))
+                return;
+            QTest::qWait(60);
+            Screen::click(key, Screen::Touch::Mouse);
+        }
+    }
+    static QQuickItem *find(QQuickItem *below, const QString &text)
+    {
+        if (!below->isVisible())
+            return nullptr;
+        if (QByteArray(below->metaObject()->className()).startsWith("Key_") && below->property("text") == text)
+            return below;
+        for (QQuickItem *child : below->childItems()) {
+            if (QQuickItem *key = find(child, text))
+                return key;
+        }
+        return nullptr;
+    }
+
+    QQmlEngine m_engine;
+    std::unique_ptr<QQuickItem> m_panel;
 };
 
 /// Tab until the focus is there, then the space bar.
@@ -50,6 +113,11 @@ class ScreenReader : public Hands
         return act(name, {QAccessibleActionInterface::setFocusAction(), QAccessibleActionInterface::pressAction()});
     }
     bool press(const QString &name) override { return act(name, {QAccessibleActionInterface::pressAction()}); }
+    void turn(const QString &wheel, bool forward) override
+    {
+        act(wheel, {forward ? QAccessibleActionInterface::increaseAction() : QAccessibleActionInterface::decreaseAction()});
+    }
+    void pick(int row) override { press(rowName(row)); }
 
     static bool act(const QString &name, const QStringList &actions)
     {
@@ -77,8 +145,12 @@ class ScreenReader : public Hands
             {QStringLiteral("yearTumbler"), QStringLiteral("سال")},
             {QStringLiteral("monthTumbler"), QStringLiteral("ماه")},
         };
-        const QQuickItem *item = Screen::find(name);
-        return fields.value(name, item ? item->property("text").toString() : QString());
+        QQuickItem *item = Screen::find(name);
+        if (!item || fields.contains(name))
+            return fields.value(name);
+        const QString text = item->property("text").toString();
+        const QAccessibleInterface *node = text.isEmpty() ? QAccessible::queryAccessibleInterface(item) : nullptr;
+        return node ? node->text(QAccessible::Name) : text;
     }
 
     static bool isUsable(const QAccessible::State &state)
@@ -103,9 +175,37 @@ class ScreenReader : public Hands
 
 } // namespace
 
+void Hands::type(const QString &digits)
+{
+    Screen::type(digits);
+}
+
+void Hands::turn(const QString &wheel, bool forward)
+{
+    focus(wheel);
+    Screen::press(forward ? Qt::Key_Down : Qt::Key_Up);
+}
+
+void Hands::pick(int row)
+{
+    for (int step = 0; step < row; ++step) {
+        Screen::press(Qt::Key_Down);
+        QTest::qWait(250);
+    }
+    Screen::press(Qt::Key_Return);
+}
+
 Hands &Hands::of(const QString &kind)
 {
-    static Pointer pointer;
+    if (kind == QStringLiteral("touch")) {
+        static Pointer finger(Screen::Touch::Finger);
+        return finger;
+    }
+    if (kind == QStringLiteral("on-screen")) {
+        static OnScreen onScreen;
+        return onScreen;
+    }
+    static Pointer pointer(Screen::Touch::Mouse);
     static Keyboard keyboard;
     static ScreenReader screenReader;
     if (kind == QStringLiteral("keyboard"))

@@ -2,8 +2,7 @@
 
 #include <QString>
 
-/// How the driver reaches what it has found: each kind stands for a person who can do nothing else. All of them type
-/// with the keyboard.
+/// How the driver reaches what it has found: each kind stands for a person who can do nothing else.
 class Hands
 {
 public:
@@ -12,7 +11,13 @@ public:
     virtual bool focus(const QString &name) = 0;
     /// Does what a click on the item does.
     virtual bool press(const QString &name) = 0;
+    /// Enters digits where the focus is; with a keyboard's keys, unless there is none.
+    virtual void type(const QString &digits);
+    /// Turns a wheel by one row.
+    virtual void turn(const QString &wheel, bool forward);
+    /// Picks a row of the saved cards.
+    virtual void pick(int row);
 
-    /// "pointer", "keyboard" or "accessibility".
+    /// "pointer", "touch", "keyboard", "accessibility", or "on-screen": a pointer, and an on-screen keyboard's keys.
     static Hands &of(const QString &kind);
 };

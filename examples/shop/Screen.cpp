@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QImage>
+#include <QPointingDevice>
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
@@ -32,6 +33,34 @@ QQuickItem *findBelow(QQuickItem *parent, const QString &name)
     return parent->objectName() == name && canBeSeen(parent) ? parent : nullptr;
 }
 
+/// A touch screen, from the first finger on.
+QPointingDevice *finger()
+{
+    static QPointingDevice *const device = QTest::createTouchDevice();
+    return device;
+}
+
+void turnWheel(QQuickItem *flickable, int by)
+{
+    const QPointF at = flickable->mapToScene(QPointF(flickable->width() / 2, flickable->height() / 2));
+    QWheelEvent wheel(at, flickable->window()->mapToGlobal(at), QPoint(0, by), QPoint(0, by), Qt::NoButton,
+                      Qt::NoModifier, Qt::NoScrollPhase, false);
+    QCoreApplication::sendEvent(flickable->window(), &wheel);
+}
+
+/// Along the edge, where no button is.
+void drag(QQuickItem *flickable, int by)
+{
+    const QPoint from = flickable->mapToScene(QPointF(6, flickable->height() / 2)).toPoint();
+    QTest::touchEvent(flickable->window(), finger()).press(0, from);
+    for (int step = 1; step <= 6; ++step) {
+        QTest::qWait(15);
+        QTest::touchEvent(flickable->window(), finger()).move(0, from + QPoint(0, by * step / 6));
+    }
+    QTest::qWait(100);
+    QTest::touchEvent(flickable->window(), finger()).release(0, from + QPoint(0, by));
+}
+
 } // namespace
 
 QQuickItem *Screen::find(const QString &name)
@@ -53,7 +82,7 @@ bool Screen::isReady(const QString &name)
     return item && item->isEnabled() && item->width() > 0;
 }
 
-void Screen::scrollIntoView(QQuickItem *item)
+void Screen::scrollIntoView(QQuickItem *item, Touch touch)
 {
     QQuickItem *flickable = item->parentItem();
     while (flickable && !flickable->inherits("QQuickFlickable"))
@@ -62,24 +91,35 @@ void Screen::scrollIntoView(QQuickItem *item)
         const QPointF centre = item->mapToItem(flickable, QPointF(item->width() / 2, item->height() / 2));
         if (centre.y() > 8 && centre.y() < flickable->height() - 8)
             return;
-        const QPointF at = flickable->mapToScene(QPointF(flickable->width() / 2, flickable->height() / 2));
-        const QPoint turn(0, centre.y() > 8 ? -60 : 60);
-        QWheelEvent wheel(at, flickable->window()->mapToGlobal(at), turn, turn, Qt::NoButton, Qt::NoModifier,
-                          Qt::NoScrollPhase, false);
-        QCoreApplication::sendEvent(flickable->window(), &wheel);
+        const int by = centre.y() > 8 ? -60 : 60;
+        if (touch == Touch::Finger)
+            drag(flickable, by);
+        else
+            turnWheel(flickable, by);
         QTest::qWait(20);
     }
 }
 
-bool Screen::click(const QString &name)
+bool Screen::click(const QString &name, Touch touch, qreal down)
 {
     QQuickItem *item = find(name);
     if (!item)
         return false;
-    scrollIntoView(item);
-    const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
-    QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    scrollIntoView(item, touch);
+    click(item, touch, down);
     return true;
+}
+
+void Screen::click(QQuickItem *item, Touch touch, qreal down)
+{
+    const QPoint at = item->mapToScene(QPointF(item->width() / 2, item->height() * down)).toPoint();
+    if (touch == Touch::Mouse) {
+        QTest::mouseClick(item->window(), Qt::LeftButton, Qt::NoModifier, at);
+        return;
+    }
+    QTest::touchEvent(item->window(), finger()).press(0, at);
+    QTest::qWait(60);
+    QTest::touchEvent(item->window(), finger()).release(0, at);
 }
 
 QQuickItem *Screen::focused()

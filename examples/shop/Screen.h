@@ -16,8 +16,11 @@ public:
     /// True when it can be seen and used.
     static bool isReady(const QString &name);
 
-    /// Clicks the item's centre, after scrolling it into view. False when it can't be seen.
-    static bool click(const QString &name);
+    enum class Touch { Mouse, Finger };
+    /// Clicks in the item's middle, `down` of its height from its top, after scrolling it into view. False when it can't
+    /// be seen.
+    static bool click(const QString &name, Touch touch, qreal down = 0.5);
+    static void click(QQuickItem *item, Touch touch, qreal down = 0.5);
     /// What has the keyboard; null when nothing has.
     static QQuickItem *focused();
     static void type(const QString &text);
@@ -30,5 +33,5 @@ public:
     static QQuickWindow *window();
 
 private:
-    static void scrollIntoView(QQuickItem *item);
+    static void scrollIntoView(QQuickItem *item, Touch touch);
 };

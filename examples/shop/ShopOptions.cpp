@@ -74,7 +74,7 @@ void describe(QCommandLineParser &parser)
     option("verify", "Touch the merchant-verification link first.");
     option("idle", "Open the payment screen and touch nothing.");
     option("screenshots", "Save a PNG of every screen into this folder.", "DIR");
-    option("input", "How --auto reaches things: pointer, keyboard or accessibility.", "HANDS");
+    option("input", "How --auto reaches things: pointer, touch, keyboard, accessibility or on-screen.", "HANDS");
     option("size", "The window's size, for example 320x568.", "WxH");
     option("list", "Print a product list, internet or charge, instead of opening the shop.", "LIST");
 #ifdef KELPAY_SHOP_SANDBOX
@@ -112,7 +112,8 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
     reader.text("cvv2", options.cvv2, "[0-9]*", "digits");
     reader.text("expiry", options.expiry, "([0-9]{2}/[0-9]{2})?", "YY/MM, for example 05/09");
     reader.text("screenshots", options.screenshots, ".+", "a folder");
-    reader.text("input", options.input, "pointer|keyboard|accessibility", "pointer, keyboard or accessibility");
+    reader.text("input", options.input, "pointer|touch|keyboard|accessibility|on-screen",
+                "pointer, touch, keyboard, accessibility or on-screen");
     QString size;
     reader.text("size", size, "[1-9][0-9]{2,3}x[1-9][0-9]{2,3}", "WxH, for example 320x568");
     if (!size.isEmpty())

@@ -177,14 +177,22 @@ class Forms(Road):
 
 
 class Hands(Road):
-    """The full form at the smallest size, by people who have no pointer."""
+    """The same two payments at the smallest size, by everybody."""
 
-    def test_pays_without_a_pointer(self):
-        for hands in ("keyboard", "accessibility"):
-            with self.subTest(hands):
-                run = self.pay("--input", hands, "--size", "320x568", "--msisdn", mobile(106))
-                self.assert_success(run)
-                self.assertEqual(run.detail()[4], "59")
+    def test_what_travels_is_the_same_whoever_pays(self):
+        keys = {"QT_IM_MODULE": "qtvirtualkeyboard", "QT_VIRTUALKEYBOARD_DESKTOP_DISABLE": "1"}
+        table = [
+            ("typed", ["--msisdn", mobile(106), "--expiry", "04/11"], [TYPED, "12345", "59", "123", "0411"]),
+            ("saved", ["--msisdn", mobile(101), "--params", "724|2000001|x", "--saved", "1"],
+             ["70010001", "12345", "59", "123", "0512"]),
+        ]
+        for hands in ("pointer", "touch", "keyboard", "accessibility", "on-screen"):
+            for name, arguments, fields in table:
+                with self.subTest(hands=hands, card=name):
+                    run = self.pay("--input", hands, "--size", "320x568", *arguments,
+                                   **(keys if hands == "on-screen" else {}))
+                    self.assert_success(run)
+                    self.assertTrue(run.sent_exactly("724", None, *fields, None, None), run.detail())
 
 
 class TokenFaults(Road):
