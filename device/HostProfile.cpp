@@ -2,7 +2,47 @@
 
 #include "platform/Dispatch.h"
 
+#include <chrono>
+#include <condition_variable>
+
 namespace kelpay {
+
+namespace {
+
+// Calls into the host, of whichever profile.
+std::mutex callMutex;
+std::condition_variable callsChanged;
+bool callsClosed = false;
+int callsRunning = 0;
+thread_local int callsRunningHere = 0;
+
+/// A call into the host, as long as this lives.
+class Call
+{
+public:
+    Call()
+    {
+        const std::scoped_lock lock(callMutex);
+        m_isAllowed = !callsClosed;
+        ++callsRunning;
+        ++callsRunningHere;
+    }
+    Call(const Call &) = delete;
+    Call &operator=(const Call &) = delete;
+    ~Call()
+    {
+        const std::scoped_lock lock(callMutex);
+        --callsRunning;
+        --callsRunningHere;
+        callsChanged.notify_all();
+    }
+    bool isAllowed() const { return m_isAllowed; }
+
+private:
+    bool m_isAllowed;
+};
+
+} // namespace
 
 HostProfile &HostProfile::shared()
 {
@@ -97,50 +137,46 @@ void HostProfile::tellPending()
 {
     std::vector<PaymentEvent> events;
     std::vector<std::pair<QPointer<QObject>, Observer>> observers;
-    Observer ofHost;
     {
         const std::scoped_lock lock(m_mutex);
         events.swap(m_events);
-        if (m_isClosed)
-            return;
         observers = m_observers;
-        ofHost = m_observer;
     }
     for (const PaymentEvent &event : events) {
-        if (ofHost)
+        // Asked for each: an observer may have taken itself away meanwhile.
+        Observer ofHost;
+        {
+            const std::scoped_lock lock(m_mutex);
+            ofHost = m_observer;
+        }
+        const Call call;
+        if (call.isAllowed() && ofHost)
             ofHost(event);
         for (const auto &[context, observer] : observers) {
-            if (context)
+            if (call.isAllowed() && context)
                 observer(event);
         }
     }
 }
 
+HostProfile::Report HostProfile::reporter() const
+{
+    return [block = paymentStatusBlock()](bool success, const QString &code, const QString &description,
+                                          const QString &reference, const QString &merchantReference) {
+        const Call call;
+        if (!block || !call.isAllowed())
+            return false;
+        block(success, code, description, reference, merchantReference);
+        return true;
+    };
+}
+
 void HostProfile::setClosed(bool isClosed)
 {
+    std::unique_lock lock(callMutex);
+    callsClosed = isClosed;
     if (isClosed)
-        tellPending();
-    const std::scoped_lock lock(m_mutex);
-    m_isClosed = isClosed;
-}
-
-bool HostProfile::reportStatus(const Outcome &failure) const
-{
-    return reportStatus(false, failure.code.toString(), failure.description.toString());
-}
-
-bool HostProfile::reportStatus(bool success, const QString &code, const QString &description, const QString &reference,
-                               const QString &merchantReference) const
-{
-    StatusBlock block;
-    {
-        const std::scoped_lock lock(m_mutex);
-        if (!m_isClosed)
-            block = m_paymentStatusBlock;
-    }
-    if (block)
-        block(success, code, description, reference, merchantReference);
-    return block != nullptr;
+        callsChanged.wait_for(lock, std::chrono::seconds(2), [] { return callsRunning == callsRunningHere; });
 }
 
 } // namespace kelpay

@@ -44,16 +44,15 @@ public:
     void addObserver(QObject *context, Observer observer);
     /// Calls the observers, from the main queue.
     void tell(const PaymentEvent &event);
-    /// While closed, neither callback is called: the application is about to quit. What the observers were not told yet
-    /// they are told first. Main queue.
-    void setClosed(bool isClosed);
+    /// The status block as it is now, to be called later. The call gives false where there is none, or nobody may be
+    /// called any more.
+    using Report = std::function<bool(bool success, const QString &code, const QString &description,
+                                      const QString &reference, const QString &merchantReference)>;
+    Report reporter() const;
 
-    /// Reports a failure of the SDK's own.
-    bool reportStatus(const Outcome &failure) const;
-    /// Calls the status block on this thread, outside the lock. False where there is none, or it may not be called any
-    /// more.
-    bool reportStatus(bool success, const QString &code, const QString &description, const QString &reference = {},
-                      const QString &merchantReference = {}) const;
+    /// While closed, no block and no observer of any profile is called: the application is about to quit. Waits for
+    /// calls that run on other threads, two seconds at most. Main queue.
+    static void setClosed(bool isClosed);
 
 private:
     void tellPending();
@@ -67,7 +66,6 @@ private:
     Observer m_observer;
     std::vector<std::pair<QPointer<QObject>, Observer>> m_observers;
     std::vector<PaymentEvent> m_events; // to be told from the main queue
-    bool m_isClosed = false;
 };
 
 } // namespace kelpay

@@ -91,6 +91,11 @@ bool Dispatch::isShuttingDown() noexcept
     return shuttingDown;
 }
 
+void Dispatch::setShuttingDown(bool isShuttingDown) noexcept
+{
+    shuttingDown = isShuttingDown;
+}
+
 bool Dispatch::isMain()
 {
     const auto *application = QCoreApplication::instance();

@@ -26,6 +26,7 @@ public:
     static void waitForGlobal(std::chrono::milliseconds longest);
     /// True once the application is going away; transfers give up when they see it.
     static bool isShuttingDown() noexcept;
+    static void setShuttingDown(bool isShuttingDown) noexcept;
     /// True on the application's thread.
     static bool isMain();
 };

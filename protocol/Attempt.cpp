@@ -9,6 +9,9 @@
 #include <QCryptographicHash>
 #include <QUuid>
 
+#include <cerrno>
+#include <cstring>
+
 namespace kelpay {
 
 namespace {
@@ -38,8 +41,11 @@ std::shared_ptr<Attempt> Attempt::begin(const QString &additionalData)
     if (const auto folder = holder ? std::nullopt : stateFolder();
         folder && Files::makePrivateFolder(*folder + QStringLiteral("/payment"))) {
         gate = std::make_unique<Gate>(*folder + QStringLiteral("/payment"));
-        if (!gate->lock.isHeld())
+        if (!gate->lock.isHeld() && errno == EWOULDBLOCK)
             holder = "another process of this application is taking a payment";
+        else if (!gate->lock.isHeld())
+            qCWarning(logNetwork, "other processes are not kept from paying at the same time: %s",
+                      std::strerror(errno));
     }
     if (holder) {
         qCWarning(logNetwork, "no payment is started: %s; start the next one when that is over", holder);
@@ -79,10 +85,16 @@ bool Attempt::mayHaveMoved() const
     return stage == Stage::Sent || stage == Stage::Answered;
 }
 
+bool Attempt::hasEnded() const
+{
+    const std::scoped_lock lock(m_mutex);
+    return m_isEnded;
+}
+
 bool Attempt::isOver() const
 {
     const std::scoped_lock lock(m_mutex);
-    return m_isEnded && !m_isInFlight;
+    return m_isOver;
 }
 
 UnsettledAttempt Attempt::record() const
@@ -105,25 +117,35 @@ void Attempt::setSilenceListener(SilenceListener listener)
     m_silenceListener.swap(listener);
 }
 
-/// Called with the lock held.
-void Attempt::releaseIfOver()
+/// Makes a change to what is under way; when nothing is any more, the gate opens, and whoever waits for that is told.
+void Attempt::change(const std::function<void()> &change)
 {
-    if (m_isEnded && !m_isInFlight)
+    {
+        const std::scoped_lock lock(m_mutex);
+        change();
+        if (m_isOver || !m_isEnded || m_isInFlight)
+            return;
+        m_isOver = true;
         m_gate.reset();
+    }
+    tell(Kind::Ended);
+}
+
+void Attempt::takeOff()
+{
+    change([this] { m_isInFlight = true; });
 }
 
 void Attempt::landed()
 {
-    const std::scoped_lock lock(m_mutex);
-    m_isInFlight = false;
-    releaseIfOver();
+    change([this] { m_isInFlight = false; });
 }
 
-void Attempt::end()
+bool Attempt::end()
 {
-    const std::scoped_lock lock(m_mutex);
-    m_isEnded = true;
-    releaseIfOver();
+    bool isFirst = false;
+    change([&] { isFirst = !std::exchange(m_isEnded, true); });
+    return isFirst;
 }
 
 void Attempt::tell(Kind kind, bool isPayment, const QString &code) const
@@ -132,23 +154,24 @@ void Attempt::tell(Kind kind, bool isPayment, const QString &code) const
         {.kind = kind, .attempt = identifier(), .isPayment = isPayment, .mayHaveMoved = mayHaveMoved(), .code = code});
 }
 
-void Attempt::asking(bool isPayment, const QString &merchantID)
+bool Attempt::asking(bool isPayment, const QString &merchantID)
 {
     {
         const std::scoped_lock lock(m_mutex);
         m_record.merchantID = merchantID;
-        m_isInFlight = true;
     }
     if (!isPayment) {
         AttemptLedger::shared().begun(record());
         tell(Kind::TokenAsked);
-        return;
+        return true;
     }
-    // Written first: what the ledger calls unsent is unsent.
-    AttemptLedger::shared().aboutToSend(record());
+    // Written first: what the ledger calls unsent is unsent, and what it doesn't know never leaves.
+    if (!AttemptLedger::shared().aboutToSend(record()))
+        return false;
     Stage begun = Stage::Begun;
     if (!m_stage.compare_exchange_strong(begun, Stage::AboutToSend))
         AttemptLedger::shared().withdrawn(identifier());
+    return true;
 }
 
 bool Attempt::leave(bool isPayment)
@@ -174,18 +197,19 @@ void Attempt::fellSilent(bool isPayment, Silence silence)
         return;
     if (silence == Silence::Unsent && isPayment)
         takeBack();
-    if (silence != Silence::Mistake)
-        tell(Kind::TransportError, isPayment);
-    // Without a token there is no payment: its screens have nothing to wait for.
-    if (!isPayment)
-        end();
     SilenceListener listener;
     {
         const std::scoped_lock lock(m_mutex);
         listener.swap(m_silenceListener);
     }
+    // Before the observer hears of it, who may take away what the listener shows.
     if (listener)
         Dispatch::main([listener, silence] { listener(silence); });
+    if (silence != Silence::Mistake)
+        tell(Kind::TransportError, isPayment);
+    // Without a token there is no payment: its screens have nothing to wait for.
+    if (!isPayment)
+        end();
 }
 
 void Attempt::screenShown()
@@ -195,10 +219,7 @@ void Attempt::screenShown()
 
 void Attempt::submitted()
 {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_isInFlight = true;
-    }
+    takeOff();
     tell(Kind::Submitted, true);
 }
 
@@ -232,13 +253,10 @@ void Attempt::reported(const QString &code, bool isOutcome)
 
 void Attempt::abandoned()
 {
-    {
-        const std::scoped_lock lock(m_mutex);
-        if (std::exchange(m_isEnded, true))
-            return;
-        releaseIfOver();
-    }
+    if (hasEnded())
+        return;
     tell(Kind::Abandoned, mayHaveMoved());
+    end();
 }
 
 } // namespace kelpay

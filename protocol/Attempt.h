@@ -34,7 +34,9 @@ public:
     QString identifier() const;
     bool isWithdrawn() const { return m_stage == Stage::Withdrawn; }
     bool mayHaveMoved() const;
-    /// Nothing of it is under way any more: another may begin.
+    /// Its outcome is being told, or it was abandoned.
+    bool hasEnded() const;
+    /// Ended, and nothing of it is on its way: another may begin.
     bool isOver() const;
 
     /// What is paid, from the token's answer.
@@ -44,8 +46,8 @@ public:
 
     // The exchanges, on their threads.
 
-    /// The request is complete and about to be sent.
-    void asking(bool isPayment, const QString &merchantID);
+    /// The request is complete and about to be sent. False where it must not be: a payment that can't be written down.
+    bool asking(bool isPayment, const QString &merchantID);
     /// The last moment before a request's bytes leave; false for a payment that was withdrawn.
     bool leave(bool isPayment);
     /// The exchange has ended, whatever came of it.
@@ -56,12 +58,15 @@ public:
 
     // The screens and the entry point.
 
+    /// An exchange is about to be built, in the background: until it has landed, no other attempt begins.
+    void takeOff();
     void screenShown();
     void submitted();
     /// True when nothing of the payment has left, and from now on nothing will.
     bool withdraw();
-    /// Nothing more is done for it but what is in flight. Before the host is told, who may start the next one then.
-    void end();
+    /// Nothing more is done for it but what is on its way. Before the host is told, who may start the next one then.
+    /// False where it had ended before: somebody else has the last word.
+    bool end();
     /// The host was told `code`; `isOutcome` when it is what became of the payment, as far as the service answered.
     void reported(const QString &code, bool isOutcome);
     /// The screens are gone and nobody is told. Ends it, unless it has ended.
@@ -80,7 +85,7 @@ private:
     void tell(PaymentEvent::Kind kind, bool isPayment = false, const QString &code = {}) const;
     UnsettledAttempt record() const;
     bool takeBack();
-    void releaseIfOver();
+    void change(const std::function<void()> &change);
 
     std::atomic<Stage> m_stage = Stage::Begun;
     mutable std::mutex m_mutex; // over what follows
@@ -89,6 +94,7 @@ private:
     SilenceListener m_silenceListener;
     bool m_isInFlight = false;
     bool m_isEnded = false;
+    bool m_isOver = false;
 };
 
 } // namespace kelpay

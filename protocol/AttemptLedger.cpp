@@ -88,9 +88,9 @@ void AttemptLedger::begun(const UnsettledAttempt &attempt)
     write(insertBegun, textsOf(attempt));
 }
 
-void AttemptLedger::aboutToSend(const UnsettledAttempt &attempt)
+bool AttemptLedger::aboutToSend(const UnsettledAttempt &attempt)
 {
-    write(insertSent, textsOf(attempt) << now());
+    return write(insertSent, textsOf(attempt) << now());
 }
 
 void AttemptLedger::answered(const QString &identifier, const QString &code)

@@ -21,8 +21,8 @@ public:
     explicit AttemptLedger(const QString &path);
 
     void begun(const UnsettledAttempt &attempt);
-    /// From now on the payment's request may leave. The attempt may be new.
-    void aboutToSend(const UnsettledAttempt &attempt);
+    /// From now on the payment's request may leave. The attempt may be new. False where it could not be written.
+    bool aboutToSend(const UnsettledAttempt &attempt);
     void answered(const QString &identifier, const QString &code);
     /// The host was told `code`. With `isSettled` that is the payment's end.
     void reported(const QString &identifier, const QString &code, bool isSettled);

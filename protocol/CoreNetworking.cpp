@@ -94,8 +94,11 @@ void CoreNetworking::send(const Exchange &exchange, const QString &input, Respon
     const auto &request = std::get<QJsonObject>(built);
     const auto &attempt = m_surroundings.attempt;
     const QByteArray envelope = CoreSecurity(*m_surroundings.defaults).encryptRequest(request).toUtf8();
-    if (attempt)
-        attempt->asking(exchange.isPayment, request[QLatin1StringView("mi")].toString());
+    if (attempt && !attempt->asking(exchange.isPayment, request[QLatin1StringView("mi")].toString())) {
+        qCWarning(logNetwork, "the payment isn't sent: it can't be written down; see the line above");
+        fallSilent(exchange, Fault::Unsent);
+        return;
+    }
     m_surroundings.post(
         Deployment::serviceUrl(QStringLiteral("/8/request")), "application/json", envelope,
         [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); },
@@ -106,21 +109,21 @@ void CoreNetworking::fallSilent(const Exchange &exchange, Fault fault) const
 {
     if (!m_surroundings.attempt)
         return;
-    m_surroundings.attempt->landed();
     m_surroundings.attempt->fellSilent(exchange.isPayment, fault);
+    m_surroundings.attempt->landed();
 }
 
 std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exchange &exchange,
                                                                        const QString &text) const
 {
     const auto isWithdrawn = [this] { return m_surroundings.attempt && m_surroundings.attempt->isWithdrawn(); };
+    if (isWithdrawn())
+        return Fault::Unsent;
     UserDefaults &defaults = *m_surroundings.defaults;
     const auto input = exchange.read(text, defaults);
     if (!input)
         return Fault::Mistake;
     m_surroundings.keychain.setString(input->msisdn, QStringLiteral("msisdn"));
-    if (isWithdrawn())
-        return Fault::Unsent;
 
     const CoreFunctions &functions = *m_surroundings.functions;
     const QString localDate = functions.localUserDate();
@@ -205,8 +208,8 @@ void CoreNetworking::finish(const Exchange &exchange, const UrlResult &result) c
     ((*m_surroundings.functions).*exchange.store)(answer);
     const qint32 code = resultCode(answer[QLatin1StringView("rc")]);
     if (attempt) {
-        attempt->landed();
         attempt->answered(exchange.isPayment, QString::number(code), answer.isObject());
+        attempt->landed();
     }
     const ResponseBlock &answered = this->*exchange.answered;
     if (!answered)

@@ -31,9 +31,9 @@ bool hasScreen()
 /// Over the host's window; where the host had one and destroyed it meanwhile, the screen is dropped.
 void presentPaymentScreen(const std::shared_ptr<Attempt> &attempt, bool hostHadWindow)
 {
-    ProgressOverlay::dismiss();
     if (attempt->isWithdrawn())
         return;
+    ProgressOverlay::dismiss();
     if (hostHadWindow && !RootViewController::hostHasWindow()) {
         qCWarning(logScreen, "the payment screen is dropped: the host destroyed its window");
         attempt->withdraw();
@@ -111,6 +111,12 @@ void KelPayCore::loadFontWithName(const QString &name)
 void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &additionalData,
                                         const QString &paymentParams, StatusCallback completion)
 {
+    start(std::nullopt, msisdn, additionalData, paymentParams, std::move(completion));
+}
+
+void KelPayCore::start(const std::optional<QString> &merchantID, const QString &msisdn, const QString &additionalData,
+                       const QString &paymentParams, StatusCallback completion)
+{
     if (!hasScreen()) {
         programmingError(QStringLiteral("a payment needs screens: create a QGuiApplication before starting one"));
         return;
@@ -122,7 +128,12 @@ void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &ad
     const auto attempt = Attempt::begin(additionalData);
     if (!attempt)
         return;
-    HostProfile::shared().setClosed(false);
+    // An application may run again after it quit.
+    HostProfile::setClosed(false);
+    Dispatch::setShuttingDown(false);
+    // Not before the way is free: another payment may be reading it.
+    if (merchantID)
+        initWithMerchantID(*merchantID);
     ProgressOverlay::show();
     if (IntegrityCheck::isSimulator()) {
         qCWarning(logDevice, "payments don't start on a simulated device");
@@ -146,14 +157,16 @@ void KelPayCore::startPaymentWithMSISDN(const QString &msisdn, const QString &ad
             Dispatch::main([attempt, hostHadWindow] { presentPaymentScreen(attempt, hostHadWindow); });
             return;
         }
+        // The block that this payment was started with, whatever is started next.
+        const auto report = profile->reporter();
+        if (!attempt->end())
+            return;
         // The overlay goes first: a host that starts its next payment inside the callback finds the way free.
         Dispatch::main([] { ProgressOverlay::dismiss(); });
-        if (attempt->isWithdrawn())
-            return;
-        attempt->end();
-        if (profile->reportStatus(false, code, message))
+        if (report(false, code, message, {}, {}))
             attempt->reported(code, false);
     };
+    attempt->takeOff();
     Dispatch::global(Dispatch::Priority::High, [input, attempt, receive] {
         Surroundings surroundings;
         surroundings.attempt = attempt;
@@ -184,8 +197,11 @@ void KelPayCore::setObserver(Observer observer)
 
 std::vector<UnsettledAttempt> KelPayCore::unsettledAttempts()
 {
+    // Asked first: one that ends meanwhile is listed, as it should be.
+    const auto current = Attempt::current();
+    const bool isUnderWay = current && !current->hasEnded();
     auto attempts = AttemptLedger::shared().unsettled();
-    if (const auto current = Attempt::current())
+    if (isUnderWay)
         std::erase_if(attempts,
                       [&](const UnsettledAttempt &listed) { return listed.identifier == current->identifier(); });
     return attempts;

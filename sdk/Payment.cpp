@@ -17,7 +17,7 @@ QString nameOf(PaymentEvent::Kind kind)
 {
     static constexpr std::array names{u"Started",   u"Refused",        u"TokenAsked", u"ScreenShown",
                                       u"Submitted", u"TransportError", u"Answered",   u"AnswerUnreadable",
-                                      u"Withdrawn", u"Reported",       u"Abandoned"};
+                                      u"Withdrawn", u"Reported",       u"Abandoned",  u"Ended"};
     return QString::fromUtf16(names[static_cast<std::size_t>(kind)]);
 }
 
@@ -47,11 +47,8 @@ void Payment::start(const QString &msisdn, const QString &additionalData, const 
         programmingError(QStringLiteral("a payment needs a merchant: set merchantId before starting one"));
         return;
     }
-    // Not while another item's payment reads it.
-    if (!isBusy())
-        KelPayCore::initWithMerchantID(m_merchantId);
-    KelPayCore::sharedInstance().startPaymentWithMSISDN(
-        msisdn, additionalData, paymentParams,
+    KelPayCore::sharedInstance().start(
+        m_merchantId, msisdn, additionalData, paymentParams,
         [self = QPointer(this)](bool success, const QString &code, const QString &description, const QString &reference,
                                 const QString &merchantReference) {
             Dispatch::main([=] {

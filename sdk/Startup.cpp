@@ -2,12 +2,15 @@
 
 #include "device/HostProfile.h"
 #include "platform/Dispatch.h"
+#include "protocol/Attempt.h"
 #include "ui/components/Fonts.h"
 #include "ui/components/RootViewController.h"
 
 #include <QGuiApplication>
 
 namespace kelpay {
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -20,15 +23,24 @@ void registerFonts()
 
 } // namespace
 
-/// The screens say their last word; after that nobody calls the host.
-void endWithApplication()
+/// The screens say their last word, what they said is delivered, and after that nobody calls the host.
+static void deliverLastWords()
 {
-    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, [] {
-        if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-            RootViewController::shared().removeScreens();
-        Dispatch::waitForGlobal(std::chrono::seconds(2));
-        HostProfile::shared().setClosed(true);
-    });
+    Dispatch::setShuttingDown(true);
+    // No screen follows any more.
+    if (const auto attempt = Attempt::current())
+        attempt->withdraw();
+    RootViewController::removeAllScreens();
+    // What a background task tells, the main queue delivers, and a background task writes down.
+    Dispatch::waitForGlobal(1500ms);
+    QCoreApplication::sendPostedEvents(QCoreApplication::instance(), QEvent::MetaCall);
+    Dispatch::waitForGlobal(500ms);
+    HostProfile::setClosed(true);
+}
+
+static void endWithApplication()
+{
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, deliverLastWords);
 }
 
 Q_COREAPP_STARTUP_FUNCTION(registerFonts)

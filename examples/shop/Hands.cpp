@@ -115,7 +115,8 @@ class ScreenReader : public Hands
     bool press(const QString &name) override { return act(name, {QAccessibleActionInterface::pressAction()}); }
     void turn(const QString &wheel, bool forward) override
     {
-        act(wheel, {forward ? QAccessibleActionInterface::increaseAction() : QAccessibleActionInterface::decreaseAction()});
+        act(wheel,
+            {forward ? QAccessibleActionInterface::increaseAction() : QAccessibleActionInterface::decreaseAction()});
     }
     void pick(int row) override { press(rowName(row)); }
 

@@ -17,8 +17,8 @@ public:
     static bool isReady(const QString &name);
 
     enum class Touch { Mouse, Finger };
-    /// Clicks in the item's middle, `down` of its height from its top, after scrolling it into view. False when it can't
-    /// be seen.
+    /// Clicks in the item's middle, `down` of its height from its top, after scrolling it into view. False when it
+    /// can't be seen.
     static bool click(const QString &name, Touch touch, qreal down = 0.5);
     static void click(QQuickItem *item, Touch touch, qreal down = 0.5);
     /// What has the keyboard; null when nothing has.

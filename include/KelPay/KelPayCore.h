@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #if defined(KELPAY_BUILD)
@@ -19,6 +20,7 @@
 namespace kelpay {
 
 class HostProfile;
+class Payment;
 
 /// The only class that a host calls: takes a card payment, and fetches the two product lists.
 ///
@@ -77,10 +79,12 @@ public:
     static void setObserver(Observer observer);
 
     /// The payments whose request may have left while no outcome that holds was told: after a crash, a power cut, a
-    /// cancel on the way, an answer that could not be opened. Ask the service about each, then settle it. The payment
-    /// that is under way in this process is left out, one of another process is not. Reads a file; any thread.
+    /// cancel on the way, an answer that could not be opened or confirmed nothing. Ask the service about each, then
+    /// settle it, but not while isBusy(): its request may still arrive. A payment whose outcome is still to be told is
+    /// left out, unless it is another process's. Reads a file; any thread.
     static std::vector<UnsettledAttempt> unsettledAttempts();
-    /// The host knows what became of it; it is listed no more. False where it isn't listed. Any thread.
+    /// The host knows what became of it; it is listed no more. False where there is none of this identifier. Any
+    /// thread.
     static bool settleAttempt(const QString &identifier);
 
     /// What happens on a mistake of the host's code that leaves the SDK without something it must have, such as a
@@ -144,6 +148,9 @@ public:
 
 private:
     explicit KelPayCore(std::shared_ptr<HostProfile> profile);
+    friend class Payment;
+    void start(const std::optional<QString> &merchantID, const QString &msisdn, const QString &additionalData,
+               const QString &paymentParams, StatusCallback completion);
     void warnUnlessShared(const char *setting) const;
 
     std::shared_ptr<HostProfile> m_profile;

@@ -20,6 +20,7 @@ struct PaymentEvent
         Withdrawn,        ///< Nothing of the payment has left, and nothing will.
         Reported,         ///< The status callback returned; `code` is what it was given.
         Abandoned,        ///< The screens went without a report: abandon(), or the host's window was destroyed.
+        Ended,            ///< Nothing of the payment is on its way any more: another may be started.
     };
 
     Kind kind;
@@ -27,7 +28,7 @@ struct PaymentEvent
     QString attempt = {};
     /// It is about the payment's own exchange, not the token's.
     bool isPayment = false;
-    /// The payment's request may have reached the service, whose answer, if any, was no final word.
+    /// The payment's request may have reached the service.
     bool mayHaveMoved = false;
     QString code = {};
 };

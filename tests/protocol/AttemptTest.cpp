@@ -176,7 +176,10 @@ TEST_F(AttemptTest, OnePaymentAtATime)
     send();
     attempt->end();
     EXPECT_FALSE(Attempt::begin({})) << "its request is on its way";
+    EXPECT_FALSE(attempt->end()) << "somebody else has the last word";
+    told();
     std::exchange(completion, {})(TransportError{});
+    EXPECT_EQ(told().back(), Kind::Ended);
     EXPECT_FALSE(Attempt::current());
     begin();
     EXPECT_EQ(Attempt::current(), attempt);
@@ -195,7 +198,7 @@ TEST_F(AttemptTest, OnePaymentAtATime)
 TEST_F(AttemptTest, ATokenWithoutAnAnswerEndsIt)
 {
     run(token, u"0912||x||7"_s, TransportError{u"no"_s, true});
-    EXPECT_EQ(told(), (std::vector{Kind::Started, Kind::TokenAsked, Kind::TransportError}));
+    EXPECT_EQ(told(), (std::vector{Kind::Started, Kind::TokenAsked, Kind::TransportError, Kind::Ended}));
     EXPECT_FALSE(Attempt::current());
     EXPECT_TRUE(AttemptLedger::shared().unsettled().empty());
 }

@@ -13,7 +13,7 @@ class ReceiptScreenTest : public ScreenTest
 {
 protected:
     /// A payment that went through to its receipt.
-    ReceiptViewController *pay(const QJsonObject &stored, bool ok = true)
+    ReceiptViewController *pay(const QJsonObject &stored, bool ok = true, const QString &code = QStringLiteral("51"))
     {
         storeToken();
         PaymentViewController *screen = presentPayment();
@@ -21,7 +21,7 @@ protected:
         screen->form()->setPin(QStringLiteral("12345"));
         screen->verifyPayment();
         storePaymentAnswer(stored);
-        answer(ok, QStringLiteral("پیام"), QStringLiteral("51"));
+        answer(ok, QStringLiteral("پیام"), code);
         return qobject_cast<ReceiptViewController *>(navigation()->topViewController());
     }
 };
@@ -89,6 +89,21 @@ TEST_F(ReceiptScreenTest, reportsOnceAndClosesBothScreens)
         EXPECT_EQ(outcome.description, success ? QStringLiteral("Successful") : QStringLiteral("پیام"));
         EXPECT_EQ(outcome.reference, success ? QStringLiteral("U1") : QString());
         EXPECT_EQ(outcome.merchantReference, success ? QStringLiteral("M1") : QString());
+    }
+}
+
+TEST_F(ReceiptScreenTest, settlesOnlyWhatTheServiceConfirmedOrRefused)
+{
+    for (const UnsettledAttempt &listed : AttemptLedger::shared().unsettled())
+        AttemptLedger::shared().settle(listed.identifier);
+    for (const auto &[stored, code, isListed] : {std::tuple(paidAnswer(), "0", false),
+                                                 {QJsonObject{{QStringLiteral("rc"), 51}}, "51", false},
+                                                 {QJsonObject{{QStringLiteral("rc"), 0}}, "0", true}}) {
+        pay(stored, code == std::string_view("0"), QString::fromLatin1(code))->donePayment();
+        ASSERT_TRUE(waitFor([] { return !Attempt::current(); }));
+        settle(50);
+        EXPECT_EQ(AttemptLedger::shared().unsettled().size(), isListed ? 1U : 0U)
+            << outcomes().back().code.toStdString();
     }
 }
 

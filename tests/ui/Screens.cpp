@@ -88,8 +88,10 @@ void ScreenTest::answer(bool ok, const QString &message, const QString &code)
 {
     // As in life: on a thread of the network.
     Dispatch::transfer([=, block = m_block, of = attempt] {
-        of->landed();
+        of->asking(true, QStringLiteral("1234"));
+        of->leave(true);
         of->answered(true, code, true);
+        of->landed();
         block(ok, message, code);
     });
     settle(500);

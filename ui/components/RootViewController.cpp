@@ -37,6 +37,12 @@ RootViewController::~RootViewController()
     removeScreens();
 }
 
+void RootViewController::removeAllScreens()
+{
+    if (sharedRoot)
+        sharedRoot->removeScreens();
+}
+
 void RootViewController::removeScreens()
 {
     // What a screen presents is its child.

@@ -26,12 +26,13 @@ public:
     void closeStageIfUnused();
 
     /// Deletes all screens at once, those that are sliding away among them; each says its last word while it goes.
-    void removeScreens();
+    static void removeAllScreens();
     /// The same, but nobody says a word.
     void abandonScreens();
 
 private:
     RootViewController();
+    void removeScreens();
 
     std::unique_ptr<Stage> m_stage;
 };

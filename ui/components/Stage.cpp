@@ -5,7 +5,6 @@
 #include <QGuiApplication>
 #include <QQuickWindow>
 #include <QScreen>
-#include <QTimer>
 #include <QUrl>
 
 namespace kelpay {
@@ -93,15 +92,18 @@ void Stage::openOwnWindow(QWindow *host)
 
 bool Stage::eventFilter(QObject *watched, QEvent *event)
 {
-    if (event->type() == QEvent::Quit && watched == QCoreApplication::instance()) {
+    if (event->type() == QEvent::Quit && watched == QCoreApplication::instance() && !m_isQuitting) {
         // An application that quits closes its windows first; ours is not the one to object. Where another window does,
         // ours comes back.
         m_isQuitting = true;
-        QTimer::singleShot(0, this, [this] {
+        const QPointer self(this);
+        QCoreApplication::sendEvent(watched, event);
+        if (self) {
             m_isQuitting = false;
-            m_ownWindow->show();
-        });
-        return false;
+            if (!event->isAccepted())
+                m_ownWindow->show();
+        }
+        return true;
     }
     if (watched != m_ownWindow.get() || event->type() != QEvent::Close || m_isQuitting)
         return false;

@@ -94,9 +94,16 @@ PaymentViewController::~PaymentViewController()
     }
 }
 
+void PaymentViewController::resume()
+{
+    // What is paid from here on is another payment.
+    if (enter(PhaseEvent::CloseReceipt))
+        m_attempt.reset();
+}
+
 void PaymentViewController::viewDidAppear()
 {
-    if (m_attempt)
+    if (m_attempt && m_phase == PaymentPhase::Entering)
         m_attempt->screenShown();
 }
 
@@ -166,7 +173,7 @@ bool PaymentViewController::enter(PhaseEvent event)
 /// False while another payment is under way, which only a screen that was kept can meet.
 bool PaymentViewController::holdAttempt()
 {
-    if (!m_attempt || m_attempt->isOver()) {
+    if (!m_attempt) {
         m_attempt = Attempt::begin(UserDefaults::standard().string(QStringLiteral("rsn")).value_or(QString()));
         if (m_attempt)
             m_attempt->setPurchase(m_amn, m_detail.t.value_or(QString()));
@@ -197,14 +204,18 @@ void PaymentViewController::verifyPayment()
     const QString detail = m_form.isSimple()
                                ? m_detail.simple(m_form.card(), m_form.pin())
                                : m_detail.full(m_form.card(), m_form.pin(), m_form.cvv2(), m_form.expiration());
-    m_form.clearSecrets();
-    pay(detail);
+    if (pay(detail))
+        m_form.clearSecrets();
 }
 
-void PaymentViewController::pay(const QString &detail)
+bool PaymentViewController::pay(const QString &detail)
 {
-    if (!holdAttempt() || !enter(PhaseEvent::Pay))
-        return;
+    if (!holdAttempt()) {
+        showNotificationErrorWithMessage(QStringLiteral("پرداخت دیگری در جریان است؛ پس از پایان آن دوباره بپردازید."));
+        return false;
+    }
+    if (!enter(PhaseEvent::Pay))
+        return false;
     showHUDWithString(QStringLiteral("در حال بررسی پرداخت"));
     m_attempt->submitted();
     m_attempt->setSilenceListener([screen = QPointer(this)](Attempt::Silence silence) {
@@ -217,6 +228,7 @@ void PaymentViewController::pay(const QString &detail)
                 screen->receive(ok, message, code);
         });
     });
+    return true;
 }
 
 void PaymentViewController::fallSilent(Attempt::Silence silence)
@@ -226,7 +238,7 @@ void PaymentViewController::fallSilent(Attempt::Silence silence)
             ProgressOverlay::dismiss();
     } else if (enter(PhaseEvent::FallSilent)) {
         ProgressOverlay::settle(silence == Attempt::Silence::Unsent
-                                    ? QStringLiteral("ارتباط با سرویس پرداخت برقرار نشد.\nپرداختی انجام نشده است.")
+                                    ? QStringLiteral("پرداخت به سرویس پرداخت ارسال نشد.\nپرداختی انجام نشده است.")
                                     : QStringLiteral("نتیجه پرداخت معلوم نیست.\n"
                                                      "پیش از پرداخت دوباره، از پذیرنده یا بانک خود بپرسید."));
     }
@@ -337,9 +349,12 @@ void PaymentViewController::report(PhaseEvent event, const Outcome &outcome)
         attempt->withdraw();
         attempt->end();
     }
-    if (HostProfile::shared().reportStatus(outcome) && attempt)
-        Dispatch::global(Dispatch::Priority::High,
-                         [attempt, code = outcome.code.toString()] { attempt->reported(code, false); });
+    // From the event loop: whoever pressed something still stands on the stack, and a host may open a dialog.
+    Dispatch::main([attempt, outcome, report = HostProfile::shared().reporter()] {
+        const QString code = outcome.code.toString();
+        if (report(false, code, outcome.description.toString(), {}, {}) && attempt)
+            Dispatch::global(Dispatch::Priority::High, [attempt, code] { attempt->reported(code, false); });
+    });
 }
 
 void PaymentViewController::showPanList()

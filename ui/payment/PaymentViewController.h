@@ -57,7 +57,7 @@ public:
     void escapePressed() override;
     /// Asks where something would be lost.
     void closeRequested() override;
-    void resume() override { enter(PhaseEvent::CloseReceipt); }
+    void resume() override;
 
     /// The pay button.
     Q_INVOKABLE void verifyPayment();
@@ -110,7 +110,7 @@ private:
     void askToLeave();
     bool holdAttempt();
     bool canPay() const { return phaseAfter(m_phase, PhaseEvent::Pay).has_value(); }
-    void pay(const QString &detail);
+    bool pay(const QString &detail);
     void receive(bool ok, const QString &message, const QString &code);
     void fallSilent(Attempt::Silence silence);
     void report(PhaseEvent event, const Outcome &outcome);

@@ -25,27 +25,28 @@ void finish(const ReceiptInput &input, const QPointer<NavigationController> &nav
 {
     const auto data = ReceiptViewController::PaymentData::gather();
     const bool staysOpen = Merchants::keepPaymentScreen(data.mpin.value_or(QString()));
+    // The block that this payment was started with, whatever is started next.
+    const auto report = HostProfile::shared().reporter();
+    if (input.attempt && !input.attempt->end())
+        return;
     // The screen goes first: a host that starts its next payment inside the callback finds the way free.
     if (!staysOpen)
         Dispatch::main([navigation] {
             if (navigation)
                 navigation->dismiss(true);
         });
-    if (input.attempt)
-        input.attempt->end();
     const QString code = data.isSuccess() ? Outcomes::successful.code.toString() : input.callbackCode;
-    const bool isTold =
-        data.isSuccess()
-            ? HostProfile::shared().reportStatus(true, code, Outcomes::successful.description.toString(),
-                                                 data.urn.value_or(QString()), data.mrn.value_or(QString()))
-            : HostProfile::shared().reportStatus(false, code, input.callbackDescription);
+    const bool isTold = data.isSuccess() ? report(true, code, Outcomes::successful.description.toString(),
+                                                  data.urn.value_or(QString()), data.mrn.value_or(QString()))
+                                         : report(false, code, input.callbackDescription, {}, {});
+    // An answer that neither confirms nor refuses settles nothing.
     if (isTold && input.attempt)
-        input.attempt->reported(code, true);
+        input.attempt->reported(code, data.isSuccess() || code != QLatin1String("0"));
     // Only now may the payment screen speak again: no other outcome overtakes this one.
     if (staysOpen)
         Dispatch::main([navigation] {
             if (navigation)
-                navigation->topViewController()->resume();
+                navigation->viewControllers().front()->resume();
         });
 }
 
