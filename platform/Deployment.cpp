@@ -42,6 +42,11 @@ QString Deployment::reachabilityHost()
     return QString::fromUtf8(config::reachabilityHost);
 }
 
+QStringList Deployment::expiryYears()
+{
+    return QString::fromUtf8(config::expiryYears).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
 QString Deployment::resourcesOverlay()
 {
     return setting("", "KELPAY_RESOURCES");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QUrl>
 
 namespace kelpay {
@@ -17,6 +18,8 @@ public:
     static QUrl ipEchoUrl();
     /// A host whose reachability stands for that of the network.
     static QString reachabilityHost();
+    /// Years of expiry that cards of this deployment have beyond the usual ten, two digits each.
+    static QStringList expiryYears();
     /// The folder laid over the SDK's bundle at run time; "" for none. Always "" outside sandbox builds.
     static QString resourcesOverlay();
     /// True for a build that pays against the sandbox.

@@ -64,8 +64,7 @@ TEST(Theme, everyPairCanBeReadInBothSchemes)
         {"onColor", "accessory", text},    // the bar above the keyboard
         {"brandBlue", "barSurface", text}, // title and button of the navigation bar
         {"onColor", "successFill", shape}, // the receipt's sign
-        {"brandBlue", "tile", shape},      // icons
-        {"brandMagenta", "tile", shape},   // the verified sign
+        {"blue", "surface", shape},        // icons
         {"outline", "surface", shape},     // a field's edge
         {"outline", "page", shape},        // the edge of one that takes no input, of a wheel
         {"blue", "page", shape},           // the edge of the field being edited

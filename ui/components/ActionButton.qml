@@ -6,7 +6,12 @@ T.Button {
     id: button
 
     property color fill: Theme.action
+    /// False where it can't be pressed for longer than a screen takes to come.
+    property bool available: true
+    /// What it was pressed for is under way.
+    property bool busy: false
 
+    enabled: available && !busy
     implicitWidth: implicitContentWidth + 4 * Theme.margin
     implicitHeight: Math.max(Theme.controlHeight, implicitContentHeight + 2 * Theme.spacing)
     horizontalPadding: Theme.spacing
@@ -21,16 +26,24 @@ T.Button {
 
     background: Rectangle {
         radius: Theme.radius
-        color: !button.enabled ? Theme.disabled
+        color: !button.available ? Theme.disabled
                : button.down ? Qt.darker(button.fill, 1.25) : button.hovered ? Qt.darker(button.fill, 1.1) : button.fill
     }
     contentItem: Text {
         text: button.text
-        color: button.enabled ? Theme.onColor : Theme.inkSoft
+        color: button.available ? Theme.onColor : Theme.inkSoft
         font: button.font
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter
         wrapMode: Text.Wrap
+        opacity: button.busy ? 0 : 1
+
+        Spinner {
+            anchors.centerIn: parent
+            parent: button
+            color: Theme.onColor
+            visible: button.busy
+        }
     }
 
     FocusRing {

@@ -5,7 +5,7 @@ FocusScope {
     property alias button: action
 
     width: parent.width
-    height: action.height + 2 * (Theme.margin - 4)
+    height: action.height + 2 * (Theme.low ? 6 : Theme.margin - 4)
 
     Rectangle {
         anchors.fill: parent

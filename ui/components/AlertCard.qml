@@ -20,7 +20,7 @@ FocusScope {
 
     Rectangle {
         anchors.centerIn: parent
-        width: Math.min(parent.width, 380)
+        width: Math.min(parent.width, Theme.zoomed(380))
         height: Math.min(texts.implicitHeight + answers.implicitHeight + 3.5 * Theme.margin, parent.height)
         radius: Theme.radius
         color: Theme.surface

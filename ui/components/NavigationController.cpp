@@ -13,11 +13,14 @@ NavigationController::NavigationController(std::unique_ptr<ViewController> root,
 
 NavigationController::~NavigationController()
 {
-    // All views go before any controller that they bind to.
+    qDeleteAll(m_stack);
+}
+
+void NavigationController::unloadView()
+{
     for (ViewController *controller : m_stack)
         controller->unloadView();
-    unloadView();
-    qDeleteAll(m_stack);
+    ViewController::unloadView();
 }
 
 void NavigationController::adopt(ViewController *controller)

@@ -44,6 +44,9 @@ Q_SIGNALS:
     void coveredChanged();
     void movingChanged();
 
+protected:
+    void unloadView() override;
+
 private:
     void adopt(ViewController *controller);
     void beginTransition();

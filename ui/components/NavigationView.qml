@@ -1,5 +1,6 @@
 pragma ComponentBehavior: Bound
 import QtQuick
+import QtQuick.Templates as T
 import KelPay.Components
 
 /// A title bar over the screens of a navigation controller. The bar keeps a light surface, because its title's colour is
@@ -9,8 +10,15 @@ FocusScope {
 
     required property NavigationController controller
     readonly property Item container: screens
+    readonly property Item overlay: T.Overlay.overlay
 
     focus: true
+
+    Binding {
+        target: Theme
+        property: "room"
+        value: Qt.size(navigation.width, navigation.height)
+    }
     Keys.onEscapePressed: controller.topViewController.escapePressed()
 
     Rectangle {
@@ -90,7 +98,10 @@ FocusScope {
 
     // No card data in the pictures that a system takes of applications that are put away.
     OnDemand {
+        // Above alerts too, which are popups over the window.
+        parent: navigation.overlay
         anchors.fill: parent
+        z: 1
         visible: wanted
         wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {
@@ -100,7 +111,7 @@ FocusScope {
 
             Logo {
                 anchors.centerIn: parent
-                size: 64
+                size: Theme.zoomed(64)
                 source: "image://kelpay/kel.png"
             }
         }

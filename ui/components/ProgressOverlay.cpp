@@ -57,7 +57,7 @@ private:
         while (top->presentedViewController())
             top = top->presentedViewController();
         if (auto *navigation = qobject_cast<NavigationController *>(top)) {
-            place(navigation->container());
+            place(navigation->container(), false);
             m_covered = navigation;
             m_covered->setCovered(true);
         } else if (QWindow *host = Stage::hostWindow()) {
@@ -74,12 +74,13 @@ private:
         m_covered = nullptr;
     }
 
-    void place(QQuickItem *parent)
+    void place(QQuickItem *parent, bool isAlone)
     {
         m_panel = ScreenEngine::createItem(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ProgressPanel.qml")),
                                            {{QStringLiteral("status"), m_status},
                                             {QStringLiteral("imageUrl"), QUrl(m_imageUrl)},
-                                            {QStringLiteral("settled"), m_isSettled}});
+                                            {QStringLiteral("settled"), m_isSettled},
+                                            {QStringLiteral("alone"), isAlone}});
         if (!m_panel)
             return;
         m_panel->setParent(parent);
@@ -89,18 +90,20 @@ private:
     void placeOver(QWindow *host)
     {
         if (auto *window = qobject_cast<QQuickWindow *>(host)) {
-            place(window->contentItem());
+            place(window->contentItem(), false);
             return;
         }
         // No Qt Quick to draw in: a bare window over the host's, which lets all input through.
-        constexpr QSize size(280, 200);
         m_window = std::make_unique<QQuickWindow>();
         m_window->setFlags(Qt::ToolTip | Qt::FramelessWindowHint | Qt::WindowTransparentForInput |
                            Qt::WindowDoesNotAcceptFocus);
-        m_window->setColor(Qt::transparent);
         m_window->setTransientParent(host);
-        m_window->setGeometry(QRect(host->geometry().center() - QPoint(size.width() / 2, size.height() / 2), size));
-        place(m_window->contentItem());
+        place(m_window->contentItem(), true);
+        if (!m_panel)
+            return;
+        QRect geometry({}, m_panel->property("cardSize").toSizeF().toSize());
+        geometry.moveCenter(host->geometry().center());
+        m_window->setGeometry(geometry);
         m_window->show();
     }
 

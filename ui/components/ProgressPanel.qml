@@ -9,6 +9,9 @@ Item {
     required property string status
     required property url imageUrl
     property bool settled: false
+    /// In a window of its own, as large as the card, with nothing of the screens' below it.
+    property bool alone: false
+    readonly property size cardSize: Qt.size(card.width, card.height)
 
     objectName: "progressOverlay"
     anchors.fill: parent
@@ -23,13 +26,18 @@ Item {
         anchors.fill: parent
         color: Theme.page
         opacity: 0.72
+        visible: !overlay.alone
     }
 
     Rectangle {
+        id: card
+
+        readonly property real wanted: Math.max(content.implicitWidth + 2 * Theme.margin, Math.round(132 * Theme.zoom))
+
         anchors.centerIn: parent
-        width: Math.min(Math.max(content.implicitWidth + 2 * Theme.margin, 132), parent.width - 2 * Theme.margin)
+        width: overlay.alone ? wanted : Math.min(wanted, overlay.width - 2 * Theme.margin)
         height: content.implicitHeight + 3 * Theme.margin
-        radius: Theme.radius
+        radius: overlay.alone ? 0 : Theme.radius
         color: Theme.surface
         border.color: Theme.line
 
@@ -41,7 +49,7 @@ Item {
             Logo {
                 anchors.horizontalCenter: parent.horizontalCenter
                 source: overlay.imageUrl
-                size: 64
+                size: Theme.zoomed(64)
                 visible: isThere
             }
             Spinner {
@@ -51,7 +59,7 @@ Item {
             }
             Text {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: Math.min(implicitWidth, overlay.width - 4 * Theme.margin)
+                width: overlay.alone ? implicitWidth : Math.min(implicitWidth, overlay.width - 4 * Theme.margin)
                 text: overlay.status
                 visible: text !== ""
                 color: Theme.ink

@@ -13,12 +13,17 @@ FocusScope {
     property real offset: shown ? 0 : 1
 
     anchors.fill: parent
-    enabled: shown
+    enabled: shown && offset === 0
     transform: Translate {
         x: frame.horizontal ? -frame.offset * frame.width : 0
         y: frame.horizontal ? 0 : frame.offset * frame.height
     }
 
+    // What is below must not be seen through it while it slides.
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.page
+    }
     Behavior on offset {
         enabled: frame.animated
         NumberAnimation {

@@ -7,6 +7,7 @@ Item {
 
     property int step
     property bool turning: visible
+    property color color: Theme.blue
 
     objectName: "spinner"
     implicitWidth: 36
@@ -32,7 +33,7 @@ Item {
             width: 7
             height: 7
             radius: 3.5
-            color: Theme.blue
+            color: spinner.color
             opacity: 1 - ((spinner.step - index + 8) % 8) / 9
         }
     }

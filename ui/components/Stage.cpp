@@ -73,7 +73,7 @@ void Stage::openOwnWindow(QWindow *host)
 {
     m_ownWindow = std::make_unique<QQuickWindow>();
     m_ownWindow->setProperty(ownWindowMark, true);
-    m_ownWindow->setTitle(QGuiApplication::applicationDisplayName());
+    m_ownWindow->setTitle(QStringLiteral("پرداخت"));
     m_ownWindow->setModality(Qt::ApplicationModal);
     m_ownWindow->setTransientParent(host);
     const QRect available =

@@ -6,10 +6,13 @@ T.Button {
     id: button
 
     property color textColor: Theme.blue
+    /// False where it can't be pressed for longer than a screen takes to come.
+    property bool available: true
     property alias ring: focusRing.ring
 
+    enabled: available
     implicitWidth: implicitContentWidth + 2 * Theme.margin
-    implicitHeight: Math.max(44, implicitContentHeight + Theme.spacing)
+    implicitHeight: Math.max(Theme.buttonHeight, implicitContentHeight + Theme.spacing)
     padding: 0
     focusPolicy: Qt.TabFocus // A press that took the focus would close an on-screen keyboard, and move what is pressed.
     font.family: Theme.family
@@ -26,7 +29,7 @@ T.Button {
     }
     contentItem: Text {
         text: button.text
-        color: button.enabled ? button.textColor : Theme.hint
+        color: button.available ? button.textColor : Theme.hint
         font: button.font
         horizontalAlignment: Text.AlignHCenter
         verticalAlignment: Text.AlignVCenter

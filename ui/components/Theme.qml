@@ -13,7 +13,6 @@ QtObject {
     // The brand's colours, the same in both schemes: only on a light surface.
     readonly property color brandBlue: "#153f8f"
     readonly property color brandMagenta: "#d4006f"
-    readonly property color tile: dark ? "#eef2fa" : "#ffffff"
     readonly property color barSurface: dark ? "#e6ebf5" : "#ffffff"
 
     readonly property color bannerColor: Qt.rgba(0.9, 0, 0.33, 1)
@@ -44,24 +43,40 @@ QtObject {
     readonly property int titleSize: scaled(20)
     readonly property int amountSize: scaled(34)
 
-    readonly property int spacing: 8
-    readonly property int margin: 16
-    readonly property int radius: 14
-    readonly property int smallRadius: 10
+    /// The room that the screens have: who shows them says so.
+    property size room: Qt.size(0, 0)
+    /// Large in both directions: somebody stands before it, and an arm's length away.
+    readonly property bool kiosk: Math.min(room.width, room.height) >= 1000
+    /// A phone on its side.
+    readonly property bool low: room.height > 0 && room.height < 480
+    /// There is room for two columns.
+    readonly property bool wide: room.width > room.height && room.width >= 728 * zoom
+    readonly property real zoom: kiosk ? 1.5 : 1
+
+    readonly property int spacing: zoomed(8)
+    readonly property int margin: zoomed(16)
+    readonly property int radius: zoomed(14)
+    readonly property int smallRadius: zoomed(10)
+    readonly property int iconSize: zoomed(24)
+    readonly property int logoSize: zoomed(36)
+    readonly property int buttonHeight: zoomed(44)
     readonly property int controlHeight: holding(32, 20)
-    readonly property int barHeight: holding(32, 24)
+    readonly property int barHeight: holding(32, low ? 12 : 24)
     readonly property int rowHeight: holding(32, 24)
-    readonly property int columnWidth: 460
+    readonly property int columnWidth: zoomed(460)
 
     readonly property int motion: Appearance.motionReduced ? 0 : 200
     readonly property int bannerMotion: Appearance.motionReduced ? 0 : 300
     readonly property int spinnerTurn: Appearance.motionReduced ? 4000 : 800
 
+    function zoomed(size: real): int {
+        return Math.round(size * zoom);
+    }
     function scaled(size: real): int {
-        return Math.round(size * textScale);
+        return Math.round(size * textScale * zoom);
     }
     /// The height of what holds `text` pixels of text and `rest` of room; never less than at the usual size.
     function holding(text: real, rest: real): int {
-        return Math.round(text * Math.max(1, textScale) + rest);
+        return zoomed(text * Math.max(1, textScale) + rest);
     }
 }

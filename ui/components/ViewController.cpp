@@ -27,9 +27,13 @@ bool ViewController::moves(bool animated)
 
 ViewController::ViewController(const QUrl &view, QObject *parent) : QObject(parent), m_viewUrl(view) {}
 
-ViewController::~ViewController()
+ViewController::~ViewController() = default;
+
+void ViewController::operator delete(ViewController *controller, std::destroying_delete_t)
 {
-    unloadView();
+    controller->unloadView();
+    controller->~ViewController();
+    ::operator delete(controller);
 }
 
 void ViewController::unloadView()

@@ -10,6 +10,7 @@
 
 #include <functional>
 #include <memory>
+#include <new>
 
 namespace kelpay {
 
@@ -35,6 +36,8 @@ public:
     /// `view` is the QML file of the view; an empty one has none.
     explicit ViewController(const QUrl &view = {}, QObject *parent = nullptr);
     ~ViewController() override;
+    /// Whoever deletes a controller, and however: its view goes before any member that it binds to.
+    void operator delete(ViewController *controller, std::destroying_delete_t);
 
     /// Shows `controller` over this one and everything it shows. `completion` runs when it stands, also where no frame
     /// is ever drawn. Dropped, with a log line, while this controller presents another or where there is no display.
@@ -82,8 +85,8 @@ public:
 protected:
     /// Takes the presented controller away at once, without its window; what presents nothing does nothing.
     void dropPresented();
-    /// Deletes the view. What the view binds to must outlive it: a destructor calls this before its members go.
-    void unloadView();
+    /// Deletes the view, and those that stand in it.
+    virtual void unloadView();
 
 private:
     friend class NavigationController;

@@ -26,6 +26,9 @@ T.Tumbler {
     Keys.onDownPressed: turnTo(currentIndex + 1)
     onCurrentIndexChanged: if (moving) turned()
 
+    HoverHandler {
+        id: hover
+    }
     background: Rectangle {
         anchors.verticalCenter: parent.verticalCenter
         width: parent.width
@@ -33,7 +36,7 @@ T.Tumbler {
         radius: Theme.smallRadius
         color: Theme.page
         border.width: tumbler.activeFocus ? 2 : 1
-        border.color: tumbler.activeFocus ? Theme.magenta : Theme.outline
+        border.color: tumbler.activeFocus ? Theme.magenta : hover.hovered ? Theme.blue : Theme.outline
     }
     contentItem: ListView {
         model: tumbler.model

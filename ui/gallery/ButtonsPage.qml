@@ -33,7 +33,15 @@ Page {
         ActionButton {
             width: parent.width
             text: "پرداخت 1,250,000 ریال"
-            enabled: false
+            available: false
+        }
+    }
+    Exhibit {
+        name: "ActionButton, busy"
+        ActionButton {
+            width: parent.width
+            text: "پرداخت 1,250,000 ریال"
+            busy: true
         }
     }
     Exhibit {
@@ -57,7 +65,7 @@ Page {
             }
             TextButton {
                 text: "انصراف"
-                enabled: false
+                available: false
             }
         }
     }
@@ -69,11 +77,11 @@ Page {
 
             BundleIcon {
                 file: "ic_lock_white_3x.png"
-                color: Theme.brandBlue
+                color: Theme.blue
             }
             BundleIcon {
                 file: "ic_verified_user_white_3x.png"
-                color: Theme.brandMagenta
+                color: Theme.magenta
             }
             BundleIcon {
                 file: "ic_event_white_3x.png"

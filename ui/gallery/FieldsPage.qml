@@ -62,7 +62,7 @@ Page {
             name: "disabled"
             label: "Disabled"
             entered: "6037991234567893"
-            enabled: false
+            available: false
         }
         EntryField {
             width: parent.width
@@ -74,7 +74,7 @@ Page {
             entered: "73912"
             icon: BundleIcon {
                 file: "ic_lock_white_3x.png"
-                color: Theme.brandBlue
+                color: Theme.blue
             }
         }
         ExpiryField {
@@ -83,7 +83,7 @@ Page {
             label: "Expiry, empty"
             icon: BundleIcon {
                 file: "ic_event_white_3x.png"
-                color: Theme.brandBlue
+                color: Theme.blue
             }
         }
         ExpiryField {

@@ -5,6 +5,7 @@
 #include "device/cards/CardRules.h"
 #include "device/cards/SavedCard.h"
 #include "platform/Bundle.h"
+#include "platform/Deployment.h"
 #include "platform/Log.h"
 
 #include <algorithm>
@@ -294,7 +295,7 @@ QString CardForm::text(Field field) const
 const std::array<QStringList, 2> &CardForm::dateArray()
 {
     static const std::array<QStringList, 2> lists{
-        QStringLiteral("96 97 98 99 00 01 02 03 04 05").split(QLatin1Char(' ')),
+        QStringLiteral("96 97 98 99 00 01 02 03 04 05").split(QLatin1Char(' ')) + Deployment::expiryYears(),
         QStringLiteral("01 02 03 04 05 06 07 08 09 10 11 12").split(QLatin1Char(' '))};
     return lists;
 }

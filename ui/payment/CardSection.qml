@@ -46,7 +46,7 @@ Card {
         hint: "۱۶ رقم روی کارت"
         fault: section.form.faults[CardForm.CardNumber]
         quiet: section.listIsInput
-        enabled: section.form.cardNumberEnabled
+        available: section.form.cardNumberEnabled
         entered: section.form.cardNumber
         onEnteredChanged: section.form.cardNumber = entered
         onAccepted: passwordTextField.input.forceActiveFocus()
@@ -89,60 +89,72 @@ Card {
             id: lockIcon
             objectName: "lockIcon"
             file: "ic_lock_white_3x.png"
-            color: Theme.brandBlue
+            color: Theme.blue
         }
     }
-    Item {
-        id: cvvTwoView
-        objectName: "cvvTwoView"
-        width: parent.width
-        implicitHeight: cvvTwoTextField.implicitHeight
-        opacity: section.form.isSimple ? 0 : 1
-        visible: opacity > 0
+    // Side by side where that spares the scrolling.
+    Grid {
+        id: pair
 
-        EntryField {
-            id: cvvTwoTextField
-            width: parent.width
-            name: "cvvTwoTextField"
-            form: section.form
-            field: CardForm.Cvv2
-            label: "CVV2"
-            hint: "کد ۳ یا ۴ رقمی"
-            fault: section.form.faults[CardForm.Cvv2]
-            secret: true
-            entered: section.form.cvv2
-            onEnteredChanged: section.form.cvv2 = entered
-            onAccepted: expirationDateView.input.forceActiveFocus()
-            input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
-            icon: BundleIcon {
-                id: cvvTwoIcon
-                objectName: "cvvTwoIcon"
-                file: "ic_lock_white_3x.png"
-                color: Theme.brandBlue
+        readonly property real each: columns === 2 ? (width - spacing) / 2 : width
+
+        width: parent.width
+        columns: Theme.wide && Theme.textScale < 1.5 ? 2 : 1
+        spacing: section.spacing
+        visible: !section.form.isSimple
+
+        Item {
+            id: cvvTwoView
+            objectName: "cvvTwoView"
+            width: pair.each
+            implicitHeight: cvvTwoTextField.implicitHeight
+            opacity: section.form.isSimple ? 0 : 1
+            visible: opacity > 0
+
+            EntryField {
+                id: cvvTwoTextField
+                width: parent.width
+                name: "cvvTwoTextField"
+                form: section.form
+                field: CardForm.Cvv2
+                label: "CVV2"
+                hint: "کد ۳ یا ۴ رقمی"
+                fault: section.form.faults[CardForm.Cvv2]
+                secret: true
+                entered: section.form.cvv2
+                onEnteredChanged: section.form.cvv2 = entered
+                onAccepted: expirationDateView.input.forceActiveFocus()
+                input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
+                icon: BundleIcon {
+                    id: cvvTwoIcon
+                    objectName: "cvvTwoIcon"
+                    file: "ic_lock_white_3x.png"
+                    color: Theme.blue
+                }
             }
         }
-    }
-    ExpiryField {
-        id: expirationDateView
-        objectName: "expirationDateView"
-        width: parent.width
-        label: "تاریخ انقضا"
-        opacity: section.form.isSimple ? 0 : 1
-        visible: opacity > 0
-        form: section.form
-        fault: section.form.faults[CardForm.Expiration]
-        onAccepted: section.accepted()
-        open: section.expiryOpen
-        input.onActiveFocusChanged: if (input.activeFocus) section.edited(expirationDateView)
-        onOpened: {
-            section.edited(expirationDateView);
-            section.expiryOpened();
-        }
-        icon: BundleIcon {
-            id: expirationDate
-            objectName: "expirationDate"
-            file: "ic_event_white_3x.png"
-            color: Theme.brandBlue
+        ExpiryField {
+            id: expirationDateView
+            objectName: "expirationDateView"
+            width: pair.each
+            label: "تاریخ انقضا"
+            opacity: section.form.isSimple ? 0 : 1
+            visible: opacity > 0
+            form: section.form
+            fault: section.form.faults[CardForm.Expiration]
+            onAccepted: section.accepted()
+            open: section.expiryOpen
+            input.onActiveFocusChanged: if (input.activeFocus) section.edited(expirationDateView)
+            onOpened: {
+                section.edited(expirationDateView);
+                section.expiryOpened();
+            }
+            icon: BundleIcon {
+                id: expirationDate
+                objectName: "expirationDate"
+                file: "ic_event_white_3x.png"
+                color: Theme.blue
+            }
         }
     }
 }

@@ -14,6 +14,7 @@ Item {
     required property string name
     property string hint
     property string fault
+    property bool available: true
     property bool secret: false
     /// Something else is the input: no on-screen keyboard opens.
     property bool quiet: false
@@ -34,6 +35,7 @@ Item {
 
     signal accepted
 
+    enabled: available
     implicitHeight: column.implicitHeight
     activeFocusOnTab: false
 
@@ -83,9 +85,14 @@ Item {
             width: parent.width
             height: Theme.controlHeight
             radius: Theme.smallRadius
-            color: entry.enabled ? Theme.surface : Theme.page
+            color: entry.available ? Theme.surface : Theme.page
             border.width: input.activeFocus ? 2 : 1
-            border.color: entry.complaint !== "" ? Theme.fault : input.activeFocus ? Theme.blue : Theme.outline
+            border.color: entry.complaint !== "" ? Theme.fault : input.activeFocus || hover.hovered ? Theme.blue : Theme.outline
+
+            HoverHandler {
+                id: hover
+                enabled: entry.available
+            }
 
             MouseArea {
                 anchors.fill: parent
@@ -100,7 +107,7 @@ Item {
                     verticalCenter: parent.verticalCenter
                 }
                 width: childrenRect.width
-                height: 24
+                height: Theme.iconSize
             }
             Item {
                 id: endPlace
@@ -110,7 +117,7 @@ Item {
                     verticalCenter: parent.verticalCenter
                 }
                 width: childrenRect.width
-                height: 36
+                height: Theme.logoSize
             }
             Item {
                 id: textPlace
@@ -179,7 +186,7 @@ Item {
                 Label {
                     anchors.fill: parent
                     text: entry.hint
-                    visible: input.text === "" && !input.activeFocus
+                    visible: input.text === ""
                     color: Theme.hint
                     horizontalAlignment: Text.AlignLeft
                     verticalAlignment: Text.AlignVCenter

@@ -45,9 +45,9 @@ Item {
             width: parent.width
             height: Theme.controlHeight
             radius: Theme.smallRadius
-            color: Theme.surface
+            color: press.pressed ? Theme.page : Theme.surface
             border.width: activeFocus || entry.open ? 2 : 1
-            border.color: entry.fault !== "" ? Theme.fault : activeFocus || entry.open ? Theme.blue : Theme.outline
+            border.color: entry.fault !== "" ? Theme.fault : activeFocus || entry.open || press.containsMouse ? Theme.blue : Theme.outline
             activeFocusOnTab: true
             Keys.onSpacePressed: entry.opened()
             Keys.onReturnPressed: entry.takeReturn()
@@ -67,7 +67,9 @@ Item {
             Accessible.onPressAction: entry.opened()
 
             MouseArea {
+                id: press
                 anchors.fill: parent
+                hoverEnabled: true
                 onClicked: entry.opened()
             }
             Item {
@@ -78,7 +80,7 @@ Item {
                     verticalCenter: parent.verticalCenter
                 }
                 width: childrenRect.width
-                height: 24
+                height: Theme.iconSize
             }
             Item {
                 anchors {

@@ -15,7 +15,7 @@ FocusScope {
 
     readonly property real keyboardHeight: {
         const keyboard = Qt.inputMethod.keyboardRectangle;
-        return Qt.inputMethod.visible && keyboard.height > 0 ? Math.max(0, height - mapFromItem(null, 0, keyboard.y).y) : 0;
+        return Qt.inputMethod.visible && keyboard.height > 0 ? Math.max(0, Window.height - keyboard.y) : 0;
     }
     readonly property real accessoryHeight: accessory.visible ? accessory.height : 0
     readonly property real sheetHeight: sheet === PaymentView.Expiry ? expirySheet.sheetHeight
@@ -46,22 +46,19 @@ FocusScope {
     Item {
         id: idle
         focus: true
-        KeyNavigation.tab: view.firstInput
+        // KeyNavigation would bind Shift+Tab of the field too.
+        Keys.onTabPressed: view.firstInput.forceActiveFocus(Qt.TabFocusReason)
     }
 
     FormArea {
         id: form
-        anchors {
-            top: parent.top
-            left: parent.left
-            right: parent.right
-            bottom: footer.top
-        }
+        width: parent.width
+        height: Math.min(footer.y, parent.height - view.keyboardHeight - view.accessoryHeight)
         onTapped: view.endEditing()
-
-        PurchaseSection {
+        aside: PurchaseSection {
             controller: view.controller
         }
+
         CardSection {
             id: cards
             form: view.controller.form
@@ -80,6 +77,7 @@ FocusScope {
             onAccepted: view.pay()
         }
         Row {
+            parent: Theme.wide ? form.sideColumn : form.mainColumn
             anchors.horizontalCenter: parent.horizontalCenter
             spacing: 2 * Theme.margin
 
@@ -96,10 +94,15 @@ FocusScope {
         }
     }
 
-    // Stands above an on-screen keyboard, so that the pay button is always at hand; a sheet takes its place.
+    // Stands above an on-screen keyboard, so that the pay button is always at hand, unless that left no room for a field;
+    // a sheet takes its place.
     ActionFooter {
         id: footer
-        y: parent.height - height - Math.max(view.keyboardHeight + view.accessoryHeight, view.sheetHeight - height)
+
+        readonly property real below: view.keyboardHeight + view.accessoryHeight
+
+        y: parent.height - height
+           - Math.max(parent.height - below - height < 2 * Theme.controlHeight ? 0 : below, view.sheetHeight - height)
         button.objectName: "payButton"
         button.text: "پرداخت " + view.controller.amountText
         button.onClicked: view.pay()
@@ -119,6 +122,7 @@ FocusScope {
         }
         onKeyboardWanted: {
             view.controller.showKeyboard();
+            view.sheet = PaymentView.None;
             cards.cardInput.forceActiveFocus();
             Qt.inputMethod.show();
         }

@@ -84,7 +84,6 @@ PaymentViewController::PaymentViewController(std::shared_ptr<Attempt> attempt, Q
 
 PaymentViewController::~PaymentViewController()
 {
-    unloadView();
     m_form.clearSecrets();
     const bool isTold =
         m_phase == PaymentPhase::ReceiptOpen || m_phase == PaymentPhase::Kept || m_phase == PaymentPhase::Reported;

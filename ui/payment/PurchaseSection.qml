@@ -30,7 +30,7 @@ Card {
                 anchors.left: parent.left
                 anchors.verticalCenter: parent.verticalCenter
                 file: "ic_verified_user_white_3x.png"
-                color: Theme.brandMagenta
+                color: Theme.magenta
             }
             Label {
                 id: merchantLabel

@@ -63,7 +63,9 @@ BottomSheet {
             Rectangle {
                 anchors.fill: parent
                 radius: Theme.smallRadius
-                color: row.ListView.isCurrentItem && list.activeFocus ? Theme.page : "transparent"
+                color: press.pressed ? Theme.line
+                       : press.containsMouse || (row.ListView.isCurrentItem && list.activeFocus) ? Theme.page
+                                                                                                 : "transparent"
                 border.width: row.ListView.isCurrentItem && list.activeFocus ? 2 : 0
                 border.color: Theme.magenta
             }
@@ -74,7 +76,6 @@ BottomSheet {
                     leftMargin: Theme.margin
                     verticalCenter: parent.verticalCenter
                 }
-                size: 36
                 source: sheet.delegational.bankLogo(row.modelData)
             }
             Item {
@@ -116,7 +117,9 @@ BottomSheet {
                 }
             }
             MouseArea {
+                id: press
                 anchors.fill: parent
+                hoverEnabled: true
                 onClicked: {
                     list.currentIndex = row.index;
                     sheet.choose(row.index);

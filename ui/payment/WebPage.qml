@@ -1,10 +1,13 @@
 import QtQuick
 import QtWebView
+import KelPay.Components
 import KelPay.Payment
 
 /// The page itself. Where it leads to what the screen may not show, the screen takes it away; Qt WebView tells only once
 /// the way there has begun.
 WebView {
+    id: page
+
     required property VerificationViewController controller
 
     url: controller.url
@@ -12,5 +15,10 @@ WebView {
     onLoadingChanged: request => {
         if (request.status === WebView.LoadStartedStatus && request.url.toString() !== "")
             controller.follow(request.url);
+    }
+
+    Spinner {
+        anchors.centerIn: parent
+        visible: page.loading
     }
 }

@@ -20,21 +20,21 @@ FocusScope {
             bottom: footer.top
         }
 
-        Card {
+        aside: Card {
             spacing: Theme.margin
 
             Rectangle {
                 anchors.horizontalCenter: parent.horizontalCenter
-                width: 64
-                height: 64
-                radius: 32
+                width: Theme.zoomed(64)
+                height: width
+                radius: width / 2
                 color: view.controller.isSuccess ? Theme.successFill : Theme.bannerColor
                 visible: view.controller.statusText !== ""
 
                 BundleIcon {
                     anchors.centerIn: parent
-                    width: 40
-                    height: 40
+                    width: Theme.zoomed(40)
+                    height: width
                     file: view.controller.isSuccess ? "ic_check_white_3x.png" : "ic_close_white_3x.png"
                     color: Theme.onColor
                 }
@@ -71,12 +71,10 @@ FocusScope {
                 color: Theme.inkSoft
                 horizontalAlignment: Text.AlignHCenter
             }
-            Rectangle {
-                width: parent.width
-                height: 1
-                color: Theme.line
-                visible: descriptionLabel.visible
-            }
+        }
+        Card {
+            visible: descriptionLabel.text !== ""
+
             Column {
                 id: descriptionLabel
 
@@ -85,7 +83,6 @@ FocusScope {
                 objectName: "descriptionLabel"
                 width: parent.width
                 spacing: Theme.spacing
-                visible: text !== ""
                 Accessible.role: Accessible.StaticText
                 Accessible.name: text
 

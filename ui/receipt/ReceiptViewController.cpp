@@ -84,7 +84,6 @@ ReceiptViewController::ReceiptViewController(const ReceiptInput &input, QObject 
 
 ReceiptViewController::~ReceiptViewController()
 {
-    unloadView();
     deliver();
 }
 

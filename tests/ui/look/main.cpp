@@ -17,10 +17,11 @@
 namespace kelpay {
 namespace {
 
-constexpr QSize sizes[] = {{320, 568}, {375, 812}, {768, 1024}, {1280, 800}};
+constexpr QSize sizes[] = {{320, 568}, {375, 812}, {768, 1024},  {1280, 800},
+                           {812, 375}, {900, 500}, {1080, 1920}, {1920, 1080}};
 
-/// What the baseline holds of the states: each on a phone, in turns light and dark; the small phone where texts are
-/// large; and the desktop.
+/// What the baseline holds of the states: each on a phone, light and dark; the small phone where texts are large; three
+/// of them in the other sizes.
 struct Kept
 {
     QString file;
@@ -45,8 +46,8 @@ QList<Kept> kept(const QString &only)
         for (const bool isDark : {false, true})
             keep(state, state.textScale > 1 ? sizes[0] : sizes[1], isDark);
         if (name == "payment-full" || name == "payment-expiry" || name == "receipt-paid") {
-            keep(state, sizes[2], true);
-            keep(state, sizes[3], false);
+            for (std::size_t other = 2; other < std::size(sizes); ++other)
+                keep(state, sizes[other], other % 2 == 0);
         }
     }
     return all;
@@ -72,13 +73,13 @@ int writeSheets(const QDir &folder, const QString &only)
                 images.append(Shots::take(state, size, isDark));
                 names.append(name);
             }
-            const bool isPhone = size.width() < 400;
+            const int across = std::clamp(3000 / size.width(), 4, 8);
             const QString file = folder.filePath(QStringLiteral("screens-%1x%2-%3.png")
                                                      .arg(QString::number(size.width()), QString::number(size.height()),
                                                           isDark ? QStringLiteral("dark") : QStringLiteral("light")));
-            const int columns = std::min(isPhone ? 8 : 6, static_cast<int>(images.size()));
-            if (images.isEmpty() ||
-                !contactSheet(images, names, isPhone ? 420 : size.height() * 2 / 7, columns, isDark).save(file))
+            const int columns = std::min(across, static_cast<int>(images.size()));
+            const int height = size.width() < 400 ? 420 : std::clamp(size.height() * 2 / 7, 230, 420);
+            if (images.isEmpty() || !contactSheet(images, names, height, columns, isDark).save(file))
                 return EXIT_FAILURE;
             std::printf("%s\n", qPrintable(file));
         }
