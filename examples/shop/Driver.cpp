@@ -212,12 +212,12 @@ void Driver::turnTo(const QString &tumbler, const QString &title)
         return;
     const auto rows = wheel->property("model").toStringList();
     const auto target = rows.indexOf(title);
-    for (int turn = 0; target >= 0 && turn < rows.size(); ++turn) {
+    for (int turn = 0; target >= 0 && turn < 3 * rows.size(); ++turn) {
         const int current = wheel->property("currentIndex").toInt();
         if (current == target)
             return;
         m_hands.turn(tumbler, current < target);
-        QTest::qWait(250);
+        QTest::qWait(300);
     }
 }
 

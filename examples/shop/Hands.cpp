@@ -45,11 +45,12 @@ public:
         QQmlComponent component(&m_engine);
         // Wider than a phone's window, because its height follows from its width.
         component.setData("import QtQuick\nimport QtQuick.VirtualKeyboard\n"
-                          "InputPanel { z: 2000000; width: Math.max(640, parent.width); x: (parent.width - width) / 2\n"
-                          "    y: active ? parent.height - height : parent.height }",
+                          "InputPanel { required property Item place; parent: place; z: 2000000\n"
+                          "    width: Math.max(640, place.width); x: (place.width - width) / 2\n"
+                          "    y: active ? place.height - height : place.height }",
                           {});
         m_panel.reset(qobject_cast<QQuickItem *>(component.createWithInitialProperties(
-            {{QStringLiteral("parent"), QVariant::fromValue(Screen::window()->contentItem())}})));
+            {{QStringLiteral("place"), QVariant::fromValue(Screen::window()->contentItem())}})));
         if (!m_panel)
             qWarning("no on-screen keyboard: %s", qPrintable(component.errorString()));
     }

@@ -101,7 +101,7 @@ FocusScope {
         // Above alerts too, which are popups over the window.
         parent: navigation.overlay
         anchors.fill: parent
-        z: 1
+        z: 1000
         visible: wanted
         wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {

@@ -8,13 +8,21 @@ T.Tumbler {
 
     property string label
 
+    /// A person has had a hand on it: whatever row it comes to is meant.
+    property bool handled: false
+
     signal turned
 
-    function turnTo(row: int) {
-        if (row < 0 || row >= count || row === currentIndex)
+    function set(row: int) {
+        if (row === currentIndex)
             return;
+        handled = false;
         currentIndex = row;
-        turned();
+    }
+    function turnTo(row: int) {
+        handled = true;
+        if (row >= 0 && row < count)
+            currentIndex = row;
     }
 
     implicitWidth: Theme.holding(48, 48)
@@ -24,7 +32,8 @@ T.Tumbler {
     focusPolicy: Qt.StrongFocus
     Keys.onUpPressed: turnTo(currentIndex - 1)
     Keys.onDownPressed: turnTo(currentIndex + 1)
-    onCurrentIndexChanged: if (moving) turned()
+    onMovingChanged: if (moving) handled = true
+    onCurrentIndexChanged: if (handled) turned()
 
     HoverHandler {
         id: hover
@@ -63,7 +72,10 @@ T.Tumbler {
 
         MouseArea {
             anchors.fill: parent
-            onPressed: tumbler.forceActiveFocus(Qt.MouseFocusReason)
+            onPressed: {
+                tumbler.handled = true; // A press stops it wherever it is.
+                tumbler.forceActiveFocus(Qt.MouseFocusReason);
+            }
             onClicked: tumbler.turnTo(parent.index)
         }
     }

@@ -14,10 +14,11 @@ BottomSheet {
 
     /// A date of other years stays as it is until a wheel is turned.
     function follow() {
-        years.currentIndex = Math.max(0, form.years.indexOf(form.expiration.slice(0, 2)));
-        months.currentIndex = Math.max(0, form.months.indexOf(form.expiration.slice(3)));
+        years.set(Math.max(0, form.years.indexOf(form.expiration.slice(0, 2))));
+        months.set(Math.max(0, form.months.indexOf(form.expiration.slice(3))));
     }
     function start() {
+        years.handled = months.handled = false;
         follow();
         years.forceActiveFocus();
     }
@@ -36,8 +37,7 @@ BottomSheet {
         target: sheet.form
 
         function onExpirationChanged() {
-            if (!years.moving && !months.moving)
-                sheet.follow();
+            sheet.follow();
         }
     }
     Item {

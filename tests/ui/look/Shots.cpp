@@ -66,6 +66,7 @@ QImage Shots::draw()
         spinner->setProperty("turning", false);
         spinner->setProperty("step", 2);
     }
+    QTest::mouseMove(window(), {0, 0}); // nothing is hovered
     settle(60);
     return window()->grabWindow();
 }
