@@ -40,7 +40,7 @@ Flickable {
     }
 
     onHeightChanged: reshape()
-    onWidthChanged: reshape()
+    onContentHeightChanged: reshape()
 
     objectName: "formArea"
     contentWidth: width

@@ -9,6 +9,9 @@ BottomSheet {
     id: sheet
 
     required property CardForm form
+    // Three rows, lower where texts are large on a phone on its side.
+    readonly property real wheelHeight:
+        Math.min(years.implicitHeight, (parent?.height ?? 0) - confirm.height - caption.height - 3 * Theme.margin)
 
     signal done
 
@@ -79,6 +82,7 @@ BottomSheet {
             LayoutMirroring.childrenInherit: true
 
             Label {
+                id: caption
                 text: years.label
                 color: Theme.inkSoft
                 font.pixelSize: Theme.captionSize
@@ -93,6 +97,7 @@ BottomSheet {
             Wheel {
                 id: years
                 objectName: "yearTumbler"
+                height: sheet.wheelHeight
                 label: "سال"
                 focus: true
                 model: sheet.form.years
@@ -103,6 +108,7 @@ BottomSheet {
             Wheel {
                 id: months
                 objectName: "monthTumbler"
+                height: sheet.wheelHeight
                 label: "ماه"
                 model: sheet.form.months
                 onTurned: sheet.write()

@@ -1,6 +1,6 @@
 // screens_look                    compares the screens with the baseline; what differs is saved in ./look
 // screens_look --update           writes the baseline anew
-// screens_look --sheets FOLDER    writes a contact sheet for each size and scheme
+// screens_look --sheets FOLDER    writes a contact sheet for each size and scheme; with --size WxH for one size
 // screens_look --shots FOLDER     writes what the baseline holds in full size, to look at
 // screens_look ... --only PART    only the images whose name holds PART
 #include "Baseline.h"
@@ -59,10 +59,12 @@ QImage smaller(const QImage &image)
         .convertToFormat(QImage::Format_RGB888);
 }
 
-int writeSheets(const QDir &folder, const QString &only)
+int writeSheets(const QDir &folder, const QString &only, const QString &onlySize)
 {
     folder.mkpath(QStringLiteral("."));
     for (const QSize size : sizes) {
+        if (!QStringLiteral("%1x%2").arg(size.width()).arg(size.height()).contains(onlySize))
+            continue;
         for (const bool isDark : {false, true}) {
             QList<QImage> images;
             QStringList names;
@@ -160,7 +162,7 @@ int main(int argc, char **argv)
     const QString only = option(QStringLiteral("--only"));
     const QDir baseline(QStringLiteral(KELPAY_LOOK_FOLDER "/baseline"));
     if (const QString folder = option(QStringLiteral("--sheets")); !folder.isEmpty())
-        return kelpay::writeSheets(QDir(folder), only);
+        return kelpay::writeSheets(QDir(folder), only, option(QStringLiteral("--size")));
     if (const QString folder = option(QStringLiteral("--shots")); !folder.isEmpty())
         return kelpay::writeShots(QDir(folder), only);
     if (arguments.contains(QStringLiteral("--update")))
