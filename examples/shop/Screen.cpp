@@ -9,6 +9,8 @@
 #include <QTest>
 #include <QWheelEvent>
 
+#include <utility>
+
 namespace {
 
 bool canBeSeen(const QQuickItem *item)
@@ -105,7 +107,16 @@ bool Screen::click(const QString &name, Touch touch, qreal down)
     QQuickItem *item = find(name);
     if (!item)
         return false;
+    // Nobody clicks what still moves: a form that scrolls, or makes room for an on-screen keyboard.
+    const auto stands = [item, at = QPointF()]() mutable {
+        const QPointF now = item->mapToScene({});
+        QTest::qWait(60);
+        return std::exchange(at, now) == now;
+    };
     scrollIntoView(item, touch);
+    (void)QTest::qWaitFor(stands, 2000);
+    scrollIntoView(item, touch);
+    (void)QTest::qWaitFor(stands, 2000);
     click(item, touch, down);
     return true;
 }

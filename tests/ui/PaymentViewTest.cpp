@@ -342,15 +342,6 @@ TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
     }
 }
 
-TEST_F(PaymentViewTest, goesBackFromThePinByShiftTab)
-{
-    storeToken();
-    presentPayment();
-    click(pinField);
-    QTest::keyClick(window(), Qt::Key_Backtab);
-    EXPECT_EQ(window()->activeFocusItem()->objectName(), cardField);
-}
-
 TEST_F(PaymentViewTest, leavesAPaymentOnItsWayAlone)
 {
     storeToken();

@@ -10,7 +10,7 @@ Rectangle {
 
     objectName: "banner"
     y: raised - (banner.lowered ? 0 : height)
-    height: Math.max(64, message.implicitHeight + 2 * Theme.spacing)
+    height: Math.max(Theme.low ? 44 : 64, message.implicitHeight + 2 * Theme.spacing)
     visible: y > raised - height
     color: Theme.bannerColor
 

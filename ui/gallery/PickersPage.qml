@@ -10,6 +10,7 @@ Page {
         room: expiry.height
         ExpirySheet {
             id: expiry
+            room: 600
             form: page.exhibits.form
             shown: true
         }
@@ -19,6 +20,7 @@ Page {
         room: cards.height
         SavedCardSheet {
             id: cards
+            room: 600
             delegational: page.exhibits.cards
             shown: true
             Component.onCompleted: start()

@@ -44,6 +44,8 @@ void EntryGuard::setQuiet(bool isQuiet)
         return;
     m_target->setFlag(QQuickItem::ItemAcceptsInputMethod, !isQuiet);
     QGuiApplication::inputMethod()->update(Qt::ImEnabled);
+    if (!isQuiet && m_target->hasActiveFocus())
+        QGuiApplication::inputMethod()->show();
 }
 
 bool EntryGuard::eventFilter(QObject *, QEvent *event)

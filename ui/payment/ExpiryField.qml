@@ -61,7 +61,7 @@ Item {
 
             Accessible.role: Accessible.ComboBox
             Accessible.name: entry.label
-            Accessible.description: [entry.text, entry.fault].join(" ").trim()
+            Accessible.description: (entry.text + " " + entry.fault).trim()
             Accessible.focusable: true
             Accessible.focused: activeFocus
             Accessible.onPressAction: entry.opened()

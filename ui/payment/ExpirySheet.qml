@@ -9,16 +9,25 @@ BottomSheet {
     id: sheet
 
     required property CardForm form
+    /// How high it may be.
+    required property real room
     // Three rows, lower where texts are large on a phone on its side.
     readonly property real wheelHeight:
-        Math.min(years.implicitHeight, (parent?.height ?? 0) - confirm.height - caption.height - 3 * Theme.margin)
+        Math.min(years.implicitHeight, room - confirm.height - caption.height - 3 * Theme.margin)
 
     signal done
 
+    function rowOf(rows: var, text: string): int {
+        for (let row = 0; row < rows.length; ++row) {
+            if (rows[row] === text)
+                return row;
+        }
+        return 0;
+    }
     /// A date of other years stays as it is until a wheel is turned.
     function follow() {
-        years.set(Math.max(0, form.years.indexOf(form.expiration.slice(0, 2))));
-        months.set(Math.max(0, form.months.indexOf(form.expiration.slice(3))));
+        years.set(rowOf(form.years, form.expiration.slice(0, 2)));
+        months.set(rowOf(form.months, form.expiration.slice(3)));
     }
     function start() {
         years.handled = months.handled = false;

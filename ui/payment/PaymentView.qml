@@ -124,7 +124,6 @@ FocusScope {
             view.controller.showKeyboard();
             view.sheet = PaymentView.None;
             cards.cardInput.forceActiveFocus();
-            Qt.inputMethod.show();
         }
     }
     OnDemand {
@@ -136,6 +135,7 @@ FocusScope {
         wanted: view.sheet === PaymentView.Cards
         sourceComponent: SavedCardSheet {
             delegational: view.controller.delegational
+            room: view.height - accessory.height
             shown: view.sheet === PaymentView.Cards
             KeyNavigation.tab: accessory.button
             onDone: view.endEditing()
@@ -150,6 +150,7 @@ FocusScope {
         wanted: view.sheet === PaymentView.Expiry
         sourceComponent: ExpirySheet {
             form: view.controller.form
+            room: view.height
             shown: view.sheet === PaymentView.Expiry
             onDone: {
                 view.sheet = PaymentView.None;

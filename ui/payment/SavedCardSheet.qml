@@ -8,6 +8,8 @@ BottomSheet {
     id: sheet
 
     required property PickerViewDelegate delegational
+    /// How high it may be.
+    required property real room
 
     signal done
 
@@ -21,7 +23,7 @@ BottomSheet {
     }
 
     // A row cut in half says that there are more.
-    height: Math.min(list.count, 3.5) * Theme.rowHeight + 2 * Theme.spacing
+    height: Math.min(Math.min(list.count, 3.5) * Theme.rowHeight + 2 * Theme.spacing, room)
     Keys.onEscapePressed: done()
 
     ListView {
