@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QGuiApplication>
+#include <QInputMethod>
 #include <QMap>
 #include <QQmlComponent>
 #include <QQmlEngine>
@@ -26,13 +27,14 @@ class Pointer : public Hands
 public:
     explicit Pointer(Screen::Touch touch) : m_touch(touch) {}
 
-private:
+protected:
     bool focus(const QString &name) override { return Screen::click(name, m_touch); }
     bool press(const QString &name) override { return Screen::click(name, m_touch); }
     /// On the row above or below the middle.
     void turn(const QString &wheel, bool forward) override { Screen::click(wheel, m_touch, forward ? 5. / 6 : 1. / 6); }
     void pick(int row) override { Screen::click(rowName(row), m_touch); }
 
+private:
     Screen::Touch m_touch;
 };
 
@@ -56,6 +58,15 @@ public:
     }
 
 private:
+    /// Puts the keyboard away first, as its own key for that does.
+    bool press(const QString &name) override
+    {
+        if (QGuiApplication::inputMethod()->isVisible()) {
+            QGuiApplication::inputMethod()->hide();
+            QTest::qWait(600);
+        }
+        return Pointer::press(name);
+    }
     void type(const QString &digits) override
     {
         for (const QChar digit : digits) {
