@@ -91,8 +91,9 @@ add_library(kelpay_build INTERFACE)
 target_compile_options(kelpay_build INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor)
 target_compile_definitions(kelpay_build INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII
                            QT_DISABLE_DEPRECATED_BEFORE=0x060400)
-add_library(kelpay_generated INTERFACE)
-target_compile_options(kelpay_generated INTERFACE -Wno-shadow)
+# Where several sources are one unit, one's names shadow another's.
+add_library(kelpay_unit INTERFACE)
+target_compile_options(kelpay_unit INTERFACE -Wno-shadow)
 # What ships makes a fault in memory harder to use. FORTIFY needs an optimised build.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT KELPAY_SANDBOX)
     include(CheckCXXCompilerFlag)

@@ -18,7 +18,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString password = u"qwpLumaXYT@#781"_s;
+using test::password;
 
 // What the openssl command says of files in a folder of its own.
 class CommandLineTest : public testing::Test

@@ -24,7 +24,7 @@ using test::IdentityRecipe;
 
 namespace {
 
-const QString password = u"qwpLumaXYT@#781"_s;
+using test::password;
 
 AFRSA &rsa()
 {

@@ -158,6 +158,7 @@ QByteArray SecretSession::secretOf(const char *account) const
     QByteArray value;
     secret.beginStructure();
     secret >> session >> parameters >> value;
+    secret.endStructure();
     return value;
 }
 

@@ -8,6 +8,8 @@
 
 namespace kelpay::test {
 
+inline const QString password = QStringLiteral("qwpLumaXYT@#781");
+
 /// What a client certificate file is made with.
 struct IdentityRecipe
 {
@@ -15,7 +17,7 @@ struct IdentityRecipe
     /// Seconds from now.
     long notBefore = -3600;
     long notAfter = 3600;
-    std::string password = "qwpLumaXYT@#781";
+    std::string password = test::password.toStdString();
     enum class Encryption { Aes256, TripleDes, Rc2AndTripleDes } encryption = Encryption::Aes256;
     /// Signed by an intermediate and a root, both in the file, in an order that is not the chain's.
     bool hasIssuers = false;
