@@ -105,11 +105,8 @@ class Request(Road):
 
     def test_application_identifier(self):
         table = [
-            (["--merchant", "3088"], "ir.kel.tobrel"),
             (["--merchant", "319", "--ziaprod"], "ir.kel.tobrel"),
-            (["--merchant", "3089"], "org.example.kelpay-shop"),
             (["--ziaprod"], "com.dorinepay.724"),
-            (["--bid", "x", "--ziaprod"], ""),
         ]
         for arguments, identifier in table:
             with self.subTest(arguments):
@@ -195,56 +192,29 @@ class Hands(Road):
                     self.assertTrue(run.sent_exactly("724", None, *fields, None, None), run.detail())
 
 
-class TokenFaults(Road):
-    def test_reported_as_a_server_error(self):
-        for scenario in (501, 502, 503):
-            with self.subTest(scenario):
-                run = self.pay("--msisdn", mobile(scenario))
-                self.assert_outcome(run, failure(*SERVER_ERROR))
-                self.assertEqual(len(run.exchanges("token")), 1)
-                self.assertEqual(run.exchanges("redirected"), [])
+class Faults(Road):
+    """What the wire does to an exchange; what an answer may hold is tested without it."""
 
-    def test_not_reported_and_sent_once(self):
-        for scenario in (520, 521, 523, 526):
-            with self.subTest(scenario):
-                run = self.pay("--msisdn", mobile(scenario), "--timeout", "6")
-                self.assertEqual(len(run.exchanges("token")), 1)
-                if scenario != 521:  # without a length a cut body reads as a whole one that can't be opened
-                    self.assert_outcome(run, NONE)
+    def test_a_redirect_is_an_answer(self):
+        self.assert_outcome(self.pay("--msisdn", mobile(501)), failure(*SERVER_ERROR))
+        self.assert_outcome(self.pay("--card", card(502), "--timeout", "9"), NONE)
+        self.assertEqual([entry for entry in self.journal() if entry["kind"] == "redirected"], [])
 
-    def test_codes_as_the_service_sends_them(self):
-        table = [(201, "51", "موجودی حساب کافی نیست"), (202, "96", "")]
-        for scenario, code, description in table:
-            with self.subTest(scenario):
-                self.assert_outcome(self.pay("--msisdn", mobile(scenario)), failure(code, description))
-
-    def test_an_answer_that_cannot_be_opened_counts_as_code_0(self):
-        for scenario in (510, 511, 512, 513, 514, 515, 116):
-            with self.subTest(scenario):
-                run = self.shop("--cancel", "--msisdn", mobile(scenario))
-                self.assert_outcome(run, failure(*CANCELLED))
-
-    def test_a_slow_answer_is_waited_for(self):
-        self.assert_outcome(self.shop("--cancel", "--msisdn", mobile(524)), failure(*CANCELLED))
-
-
-class PaymentFaults(Road):
-    def test_not_reported_and_sent_once(self):
-        for scenario in (500, 502, 520, 522, 523):
-            with self.subTest(scenario):
-                run = self.pay("--card", card(scenario), "--timeout", "9")
+    def test_a_broken_answer_is_not_reported_and_nothing_is_sent_again(self):
+        for kind, arguments in [("token", ["--msisdn", mobile(520)]), ("token", ["--msisdn", mobile(526)]),
+                                ("payment", ["--card", card(523)])]:
+            with self.subTest(arguments):
+                run = self.pay(*arguments, "--timeout", "8")
                 self.assert_outcome(run, NONE)
-                self.assertEqual(len(run.exchanges("payment")), 1)
-                self.assertEqual(run.exchanges("redirected"), [])
+                self.assertEqual(len(run.exchanges(kind)), 1)
 
     def test_answers_that_are_no_success(self):
-        table = [(203, "0", ""), (201, "51", "موجودی حساب کافی نیست"), (202, "96", ""), (510, "0", ""), (512, "0", "")]
-        for scenario, code, description in table:
+        for scenario in (203, 512):
             with self.subTest(scenario):
-                self.assert_outcome(self.pay("--card", card(scenario)), failure(code, description))
+                self.assert_outcome(self.pay("--card", card(scenario)), failure("0", ""))
 
     def test_odd_successes(self):
-        for scenario, reference in [(204, r"^$"), (205, r"^\d{12}$"), (206, r"^\d{12}$"), (524, r"^\d{12}$")]:
+        for scenario, reference in [(204, r"^$"), (206, r"^\d{12}$"), (524, r"^\d{12}$")]:
             with self.subTest(scenario):
                 run = self.pay("--card", card(scenario))
                 self.assertEqual((run.code, run.outcome["success"], run.outcome["code"]), (0, True, "1"), run.log)
