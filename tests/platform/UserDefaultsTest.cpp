@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <sqlite3.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 namespace kelpay {
@@ -86,29 +85,6 @@ TEST_F(UserDefaultsTest, FilesArePrivateWhateverTheUmask)
         ASSERT_EQ(::stat(QFile::encodeName(path() + QLatin1StringView(suffix)).constData(), &info), 0) << suffix;
         EXPECT_EQ(info.st_mode & 0777, 0600u) << suffix;
     }
-}
-
-TEST_F(UserDefaultsTest, NoIncrementOfTwoProcessesIsLost)
-{
-    constexpr int rounds = 300;
-    {
-        UserDefaults(path()).setString(key, QStringLiteral("100 and text"));
-    }
-    const auto count = [this] {
-        UserDefaults defaults(path());
-        for (int round = 0; round < rounds; ++round)
-            defaults.increment(key);
-    };
-    const pid_t child = ::fork();
-    ASSERT_GE(child, 0);
-    if (child == 0) {
-        count();
-        ::_exit(0);
-    }
-    count();
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    EXPECT_EQ(UserDefaults(path()).integer(key), 100 + 2 * rounds);
 }
 
 TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory)

@@ -36,22 +36,6 @@ protected:
 
 } // namespace
 
-TEST_F(CashierTest, EchoesTheTraceAndThePurchase)
-{
-    const QJsonObject answer = token(u"09121234567"_s, u"C1|1500000|a title"_s);
-    const QJsonObject detail = answer.value("rd"_L1).toObject();
-    EXPECT_EQ(answer.value("rc"_L1), 0);
-    EXPECT_EQ(answer.value("ti"_L1), 300);
-    EXPECT_EQ(answer.value("pc"_L1), 100003);
-    EXPECT_EQ(detail.value("amn"_L1), u"1500000"_s);
-    EXPECT_EQ(detail.value("ttl"_L1), u"a title"_s);
-    EXPECT_EQ(detail.size(), 13);
-    const QString page = detail.value("vu"_L1).toString().section(u'/', -1);
-    ASSERT_TRUE(ledger->purchaseForPage(page));
-    EXPECT_EQ(ledger->purchaseForPage(page)->amount, 1500000);
-    EXPECT_EQ(token(u"09121234567"_s, u"C1"_s).value("rd"_L1).toObject().value("amn"_L1), u"1250000"_s);
-}
-
 TEST_F(CashierTest, TakesATokenOnceHoweverManyAsk)
 {
     const QJsonObject request = paymentRequest(token(), goodCard);

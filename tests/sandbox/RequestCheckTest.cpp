@@ -22,27 +22,6 @@ QJsonObject changed(QJsonObject request, QLatin1String key, const QJsonValue &va
 
 } // namespace
 
-TEST(RequestCheck, AcceptsWhatADeviceMaySend)
-{
-    const QJsonObject request = tokenRequest();
-    EXPECT_EQ(requestViolation(request), std::nullopt);
-    const std::pair<QLatin1String, QJsonValue> variants[] = {
-        {"ar"_L1, u"0912;(null);"_s},
-        {"ar"_L1, u"0912;2001:db8::1;"_s},
-        {"ar"_L1, u"0912;10.0.0.1\n;"_s},
-        {"ct"_L1, u"۱۴۰۵-۰۹-۰۱ ۱۲:۵۹:۵۹"_s},
-        {"ai"_L1, u"-3"_s},
-        {"vi"_L1, u"(null);100"_s},
-        {"dd"_L1, u"APPL||||"_s},
-    };
-    for (const auto &[key, value] : variants)
-        EXPECT_EQ(requestViolation(changed(request, key, value)), std::nullopt) << qPrintable(value.toString());
-    QJsonObject shared = changed(request, "mi"_L1, u"3088"_s);
-    shared.insert("cs"_L1, u"ir.kel.tobrel"_s);
-    shared.insert("pn"_L1, u"ir.kel.tobrel"_s);
-    EXPECT_EQ(requestViolation(shared), std::nullopt);
-}
-
 TEST(RequestCheck, NamesTheKeyThatIsWrong)
 {
     const QJsonObject request = tokenRequest();
