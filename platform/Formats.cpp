@@ -63,6 +63,24 @@ QString Formats::solarHijriDate(const QString &isoDate)
     return format(formatter.get(), status, date);
 }
 
+QString Formats::shownText(const QString &text)
+{
+    constexpr qsizetype longest = 400;
+    QString shown;
+    for (const QChar character : text) {
+        if (shown.size() >= longest)
+            return shown + QChar(u'…');
+        const char16_t code = character.unicode();
+        const bool isDirection = code == 0x61C || code == 0x200E || code == 0x200F ||
+                                 (code >= 0x202A && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
+        if (character.isSpace())
+            shown += u' ';
+        else if (!isDirection && character.category() != QChar::Other_Control)
+            shown += character;
+    }
+    return shown;
+}
+
 QString Formats::groupedNumber(qint64 number)
 {
     QString digits = QString::number(number);

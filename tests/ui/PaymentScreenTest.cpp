@@ -40,6 +40,19 @@ TEST_F(PaymentScreenTest, showsTheTokenAnswer)
     EXPECT_TRUE(screen->form()->isSimple());
 }
 
+TEST_F(PaymentScreenTest, showsTheServicesTextsHarmlessly)
+{
+    const QString image = QStringLiteral("<img src='http://127.0.0.1:9/x.png'><b>1 ریال</b>");
+    storeToken({{QStringLiteral("mn"), image + QString(1'000'000, u'x')},
+                {QStringLiteral("ttl"), QStringLiteral("a\u202E b\nc\u0007\u2067d")}});
+    PaymentViewController *screen = presentPayment();
+    EXPECT_EQ(screen->detailText(), QStringLiteral(" a b cd"));
+    EXPECT_EQ(screen->merchantText().size(), 402);
+    for (const auto *label : {"merchantLabel", "detailLabel"})
+        EXPECT_EQ(item(QString::fromLatin1(label))->property("textFormat"), 0) << label << " is plain text";
+    EXPECT_TRUE(item(QStringLiteral("cardNumberTextField")));
+}
+
 TEST_F(PaymentScreenTest, choosesTheFormByTheTerminal)
 {
     const struct

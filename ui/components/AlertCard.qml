@@ -54,6 +54,7 @@ FocusScope {
                 spacing: Theme.margin
 
                 Text {
+                    textFormat: Text.PlainText
                     width: parent.width
                     text: scope.alert.title
                     color: Theme.blue
@@ -64,6 +65,7 @@ FocusScope {
                     Accessible.name: text
                 }
                 Text {
+                    textFormat: Text.PlainText
                     width: parent.width
                     text: scope.alert.message
                     color: Theme.ink

@@ -22,6 +22,7 @@ Rectangle {
     }
 
     Text {
+        textFormat: Text.PlainText
         id: message
         anchors {
             left: parent.left

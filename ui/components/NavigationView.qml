@@ -53,6 +53,7 @@ FocusScope {
         color: Theme.barSurface
 
         Text {
+            textFormat: Text.PlainText
             // In the middle, or as near to it as the button at the start, which is at the right, lets it.
             readonly property real room: (barButton.visible ? barButton.x : bar.width) - 2 * Theme.spacing
 

@@ -58,6 +58,7 @@ Item {
                 opacity: overlay.settled ? 0.4 : 1
             }
             Text {
+                textFormat: Text.PlainText
                 anchors.horizontalCenter: parent.horizontalCenter
                 width: overlay.alone ? implicitWidth : Math.min(implicitWidth, overlay.width - 4 * Theme.margin)
                 text: overlay.status

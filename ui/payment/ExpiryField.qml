@@ -93,6 +93,7 @@ Item {
                 }
 
                 Text {
+                    textFormat: Text.PlainText
                     objectName: "expirationDateText"
                     anchors.fill: parent
                     LayoutMirroring.enabled: false

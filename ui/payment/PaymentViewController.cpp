@@ -124,8 +124,8 @@ void PaymentViewController::loadTokenData()
     const auto amn = textValue(rd.amn);
     const auto ta = textValue(rd.ta);
     m_amountText = rials(amn);
-    m_detailText = QLatin1Char(' ') + textValue(rd.ttl).value_or(QString());
-    m_merchantText = QLatin1Char(' ') + textValue(rd.mn).value_or(QString());
+    m_detailText = QLatin1Char(' ') + Formats::shownText(textValue(rd.ttl).value_or(QString()));
+    m_merchantText = QLatin1Char(' ') + Formats::shownText(textValue(rd.mn).value_or(QString()));
     m_detail = {UserDefaults::standard().string(QStringLiteral("pcc")), textValue(rd.t), textValue(rd.rn), ta,
                 textValue(rd.tb)};
     m_amn = amn.value_or(QString());

@@ -92,6 +92,7 @@ BottomSheet {
                 }
 
                 Text {
+                    textFormat: Text.PlainText
                     id: number
                     objectName: "panText" + row.index
                     anchors.left: parent.left

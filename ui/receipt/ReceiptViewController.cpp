@@ -73,8 +73,8 @@ std::vector<ReceiptViewController::Line> ReceiptViewController::linesOf(const Pa
     return {{QStringLiteral("کد پذیرنده"), data.mpin.value_or(QString())},
             {QStringLiteral("شماره کارت"), data.crn.value_or(QString())},
             {QStringLiteral("بانک صادرکننده"), data.bn},
-            {QStringLiteral("شماره مرجع"), data.mrn.value_or(QString())},
-            {QStringLiteral("شماره پیگیری"), data.urn.value_or(QString())},
+            {QStringLiteral("شماره مرجع"), Formats::shownText(data.mrn.value_or(QString()))},
+            {QStringLiteral("شماره پیگیری"), Formats::shownText(data.urn.value_or(QString()))},
             {QStringLiteral("زمان تراکنش"), data.trt}};
 }
 
@@ -124,7 +124,7 @@ void ReceiptViewController::show(const PaymentData &data)
     m_statusText = m_isSuccess ? QStringLiteral("پرداخت موفق") : QStringLiteral("پرداخت ناموفق");
     m_merchantText = QStringLiteral("پذیرنده : %1").arg(m_input.mrc);
     m_amountText = QStringLiteral("مبلغ\u200c : %1").arg(m_input.amn);
-    m_descriptionText = m_input.dsc;
+    m_descriptionText = Formats::shownText(m_input.dsc);
     if (m_isSuccess) {
         m_lines = linesOf(data);
         QStringList texts;
