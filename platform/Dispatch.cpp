@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QThread>
 #include <QThreadPool>
 #include <QTimer>
@@ -14,6 +15,8 @@ namespace kelpay {
 namespace {
 
 std::atomic<bool> shuttingDown{false};
+/// Receives what somebody waits for; null where nobody runs it any more.
+std::atomic<QObject *> courier{nullptr};
 
 /// Idle threads leave after a while, so an SDK at rest costs the host nothing.
 struct Pools
@@ -42,6 +45,7 @@ Pools &pools()
 void finishTasks()
 {
     shuttingDown = true;
+    QCoreApplication::removePostedEvents(courier.exchange(nullptr)); // who waits goes on
     pools().global.waitForDone(2'000);
     pools().transfers.waitForDone(2'000);
 }
@@ -49,6 +53,7 @@ void finishTasks()
 void beginTasks()
 {
     shuttingDown = false;
+    courier = new QObject(QCoreApplication::instance());
     qAddPostRoutine(finishTasks);
 }
 
@@ -71,6 +76,14 @@ void Dispatch::mainAfter(std::chrono::milliseconds delay, Task task)
     main([delay, task = std::move(task)] { QTimer::singleShot(delay, QCoreApplication::instance(), task); });
 }
 
+void Dispatch::mainAndWait(Task task)
+{
+    if (isMain())
+        task();
+    else if (QObject *receiver = courier)
+        QMetaObject::invokeMethod(receiver, std::move(task), Qt::BlockingQueuedConnection);
+}
+
 void Dispatch::global(Priority, Task task)
 {
     pools().global.start(std::move(task));
@@ -83,7 +96,9 @@ void Dispatch::transfer(Task task)
 
 void Dispatch::waitForGlobal(std::chrono::milliseconds longest)
 {
-    pools().global.waitForDone(static_cast<int>(longest.count()));
+    const QDeadlineTimer deadline(longest);
+    while (!pools().global.waitForDone(5) && !deadline.hasExpired())
+        QCoreApplication::sendPostedEvents(courier, QEvent::MetaCall);
 }
 
 bool Dispatch::isShuttingDown() noexcept

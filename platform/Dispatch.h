@@ -17,12 +17,16 @@ public:
     static void main(Task task);
     /// The same, `delay` later.
     static void mainAfter(std::chrono::milliseconds delay, Task task);
+    /// Runs `task` on the main queue and returns when it has run, at once where this is that queue. At the
+    /// application's end waitForGlobal runs it; later it is dropped.
+    static void mainAndWait(Task task);
     /// Queues `task` on the global concurrent queue, which has threads of its own, apart from Qt's shared pool.
     static void global(Priority priority, Task task);
     /// Queues a blocking transfer. These have threads of their own so that a stalled one delays no `global` task.
     static void transfer(Task task);
 
-    /// Waits until no `global` task runs or is queued, `longest` at most.
+    /// Waits until no `global` task runs or is queued, `longest` at most. From the main queue; of that it runs only
+    /// what others wait for.
     static void waitForGlobal(std::chrono::milliseconds longest);
     /// True once the application is going away; transfers give up when they see it.
     static bool isShuttingDown() noexcept;

@@ -51,7 +51,8 @@ void Payment::start(const QString &msisdn, const QString &additionalData, const 
         m_merchantId, msisdn, additionalData, paymentParams,
         [self = QPointer(this)](bool success, const QString &code, const QString &description, const QString &reference,
                                 const QString &merchantReference) {
-            Dispatch::main([=] {
+            // What returns counts as told, so it is told by then.
+            Dispatch::mainAndWait([=] {
                 if (self)
                     Q_EMIT self->finished(success, code, description, reference, merchantReference);
             });
