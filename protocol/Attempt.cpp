@@ -161,8 +161,10 @@ bool Attempt::asking(bool isPayment, const QString &merchantID)
         m_record.merchantID = merchantID;
     }
     if (!isPayment) {
-        AttemptLedger::shared().begun(record());
-        tell(Kind::TokenAsked);
+        if (!isWithdrawn()) {
+            AttemptLedger::shared().begun(record());
+            tell(Kind::TokenAsked);
+        }
         return true;
     }
     // Written first: what the ledger calls unsent is unsent, and what it doesn't know never leaves.
