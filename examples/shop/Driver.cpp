@@ -233,7 +233,8 @@ void Driver::receive(const JsonLine &outcome)
 {
     if (++m_outcomes > 1)
         return;
-    m_outcome = outcome;
+    // At once: what is printed was told, whatever happens to the process next.
+    printLine(outcome);
     m_step = Step::Watch;
     m_deadline.stop();
     // A second more, in which nothing may follow.
@@ -244,7 +245,8 @@ void Driver::finish()
 {
     m_glance.stop();
     shoot(m_outcomes > 0 ? QStringLiteral("outcome") : QStringLiteral("no-outcome"));
-    printLine(m_outcomes > 0 ? m_outcome : JsonLine{{QStringLiteral("outcome"), QStringLiteral("none")}});
+    if (m_outcomes == 0)
+        printLine({{QStringLiteral("outcome"), QStringLiteral("none")}});
     QCoreApplication::exit(m_outcomes == 0 ? 3 : m_outcomes == 1 ? 0 : 4);
 }
 

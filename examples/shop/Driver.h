@@ -48,7 +48,6 @@ private:
     QTimer m_deadline;
     QString m_seen;
     QElapsedTimer m_seenSince;
-    JsonLine m_outcome;
     int m_outcomes = 0;
     int m_pictures = 0;
 };

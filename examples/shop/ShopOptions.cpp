@@ -76,6 +76,8 @@ void describe(QCommandLineParser &parser)
     option("screenshots", "Save a PNG of every screen into this folder.", "DIR");
     option("input", "How --auto reaches things: pointer, touch, keyboard, accessibility or on-screen.", "HANDS");
     option("size", "The window's size, for example 320x568.", "WxH");
+    option("unsettled", "Print the payments whose outcome this application was not told, instead of opening the shop.");
+    option("settle", "One of them is known now: it is listed no more.", "ID");
     option("list", "Print a product list, internet or charge, instead of opening the shop.", "LIST");
 #ifdef KELPAY_SHOP_SANDBOX
     option("about", "Open \"About this device\" and print it as one line of JSON (sandbox builds).");
@@ -125,6 +127,9 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
         options.savedRow = 0;
         reader.number("saved", *options.savedRow, 0, "a row number, 0 or more");
     }
+    options.unsettled = reader.isSet("unsettled");
+    if (reader.isSet("settle"))
+        options.settle = reader.value("settle");
     if (reader.isSet("list")) {
         options.list = QString();
         reader.text("list", *options.list, "internet|charge", "internet or charge");

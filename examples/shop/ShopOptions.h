@@ -34,6 +34,9 @@ struct ShopOptions
     bool simulator = false;
     double clockRate = 1;
 
+    bool unsettled = false;        ///< Print the payments whose outcome is not known, instead of the shop.
+    std::optional<QString> settle; ///< One of them that is known now.
+
     bool about = false;          ///< "About this device", printed once it is whole.
     std::optional<QString> list; ///< "internet" or "charge": a list query instead of the shop.
 

@@ -12,6 +12,7 @@
 #include <QtWebView>
 #endif
 
+#include <QDateTime>
 #include <QDir>
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
@@ -42,6 +43,36 @@ int printList(int &argc, char **argv, const QString &list)
     else
         core.getChargeListWithCompletion(print);
     return 0;
+}
+
+JsonLine lineOf(const kelpay::UnsettledAttempt &attempt)
+{
+    const auto time = [](const QDateTime &when) { return when.toUTC().toString(Qt::ISODateWithMs); };
+    return {{QStringLiteral("identifier"), attempt.identifier},     {QStringLiteral("merchant"), attempt.merchantID},
+            {QStringLiteral("additional"), attempt.additionalData}, {QStringLiteral("amount"), attempt.amount},
+            {QStringLiteral("begun"), time(attempt.begun)},         {QStringLiteral("sent"), time(attempt.sent)},
+            {QStringLiteral("answered"), time(attempt.answered)},   {QStringLiteral("code"), attempt.code},
+            {QStringLiteral("reportedCode"), attempt.reportedCode}};
+}
+
+/// What a shop asks its service about before it sells again. Needs no screen.
+int printUnsettled(int &argc, char **argv, const ShopOptions &options)
+{
+    const QCoreApplication application(argc, argv);
+    identify();
+    if (options.settle)
+        return kelpay::KelPayCore::settleAttempt(*options.settle) ? 0 : 3;
+    for (const auto &attempt : kelpay::KelPayCore::unsettledAttempts())
+        printLine(lineOf(attempt));
+    return 0;
+}
+
+/// A shop would ask its service about these; this one says so.
+void reconcile()
+{
+    for (const auto &attempt : kelpay::KelPayCore::unsettledAttempts())
+        qWarning("kelpay-shop: the outcome of payment %s, \"%s\", is not known: ask the service, then --settle it",
+                 qPrintable(attempt.identifier), qPrintable(attempt.additionalData));
 }
 
 void apply(const ShopOptions &options)
@@ -76,6 +107,7 @@ void printDevice(const Session &session, const ShopOptions &options)
 int runShop(const ShopOptions &options)
 {
     apply(options);
+    reconcile();
     Session session;
     session.merchant = options.merchant;
     session.msisdn = options.msisdn;
@@ -118,6 +150,8 @@ int main(int argc, char **argv)
     }
     if (options->list)
         return printList(argc, argv, *options->list);
+    if (options->unsettled || options->settle)
+        return printUnsettled(argc, argv, *options);
 
 #ifdef KELPAY_SHOP_WEBVIEW
     QtWebView::initialize();
