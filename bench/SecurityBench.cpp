@@ -210,6 +210,7 @@ int main(int argc, char **argv)
                                {"hex text", "base64 bare", 1, "hex text of 1 MiB / the same"},
                                {"aes", "aes bare", 1.1, "AES-256-CBC of 1 MiB / bare calls"},
                                {"default", "default bare", 1.5, "write of a user default / SQLite, no sync"},
+                               {"ledger", "ledger bare", 1.5, "ledger of an exchange / SQLite, two syncs"},
                            });
     std::printf("      memcpy of 1 MiB into fresh memory, for scale: %.2f us\n", results.nanoseconds("memcpy") / 1e3);
     return printFirstSeal() && isReached ? 0 : 1;

@@ -1,8 +1,10 @@
 #include "bench/StoresBench.h"
 
 #include "platform/UserDefaults.h"
+#include "protocol/AttemptLedger.h"
 
 #include <QFile>
+#include <QUuid>
 
 #include <benchmark/benchmark.h>
 #include <sqlite3.h>
@@ -26,12 +28,11 @@ const Bytes &nextValue()
 class BareRow
 {
 public:
-    explicit BareRow(const QString &path)
+    BareRow(const QString &path, const char *durability)
     {
         sqlite3_open(QFile::encodeName(path).constData(), &m_database);
         const bool isReady =
-            sqlite3_exec(m_database, "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr) ==
-                SQLITE_OK &&
+            sqlite3_exec(m_database, durability, nullptr, nullptr, nullptr) == SQLITE_OK &&
             sqlite3_exec(m_database,
                          "CREATE TABLE defaults(key TEXT PRIMARY KEY, type INTEGER NOT NULL, value NOT NULL) "
                          "WITHOUT ROWID",
@@ -71,7 +72,8 @@ private:
 
 void registerStores(const QString &folder)
 {
-    auto row = std::make_shared<BareRow>(folder + QStringLiteral("/bare-default.sqlite"));
+    auto row = std::make_shared<BareRow>(folder + QStringLiteral("/bare-default.sqlite"),
+                                         "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
     benchmark::RegisterBenchmark("default bare", [row](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state) {
             if (row->write() != SQLITE_DONE)
@@ -82,6 +84,25 @@ void registerStores(const QString &folder)
     benchmark::RegisterBenchmark("default", [defaults](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state)
             defaults->setData(QStringLiteral("crn"), nextValue());
+    });
+
+    auto synced = std::make_shared<BareRow>(folder + QStringLiteral("/bare-ledger.sqlite"),
+                                            "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
+    benchmark::RegisterBenchmark("ledger bare", [synced](benchmark::State &state) {
+        for ([[maybe_unused]] auto pass : state) {
+            if (synced->write() != SQLITE_DONE || synced->write() != SQLITE_DONE)
+                state.SkipWithError("not written");
+        }
+    });
+    auto ledger = std::make_shared<AttemptLedger>(folder + QStringLiteral("/ledger.sqlite"));
+    benchmark::RegisterBenchmark("ledger", [ledger](benchmark::State &state) {
+        UnsettledAttempt attempt;
+        attempt.additionalData = QStringLiteral("order 17");
+        for ([[maybe_unused]] auto pass : state) {
+            attempt.identifier = QUuid::createUuid().toString();
+            ledger->aboutToSend(attempt);
+            ledger->answered(attempt.identifier, QStringLiteral("0"));
+        }
     });
 }
 
