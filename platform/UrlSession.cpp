@@ -57,15 +57,17 @@ std::size_t receive(const char *data, std::size_t, std::size_t size, void *conte
 int depart(void *context, char *, char *, int, int)
 {
     auto *transfer = static_cast<Transfer *>(context);
-    if (Dispatch::isShuttingDown() || (transfer->departure && !transfer->departure()))
+    if (Dispatch::isShuttingDown() || (transfer->departure.leave && !transfer->departure.leave()))
         return CURL_PREREQFUNC_ABORT;
     transfer->hasLeft = true;
     return CURL_PREREQFUNC_OK;
 }
 
-int progress(void *, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
+int progress(void *context, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
 {
-    return Dispatch::isShuttingDown() ? 1 : 0;
+    const auto *transfer = static_cast<Transfer *>(context);
+    const bool isWanted = transfer->hasLeft || !transfer->departure.isWanted || transfer->departure.isWanted();
+    return Dispatch::isShuttingDown() || !isWanted ? 1 : 0;
 }
 
 void setTrust(CURL *handle, Trust trust)
@@ -137,6 +139,7 @@ UrlResult perform(const Request &request)
     curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &transfer);
     curl_easy_setopt(handle.get(), CURLOPT_PREREQFUNCTION, depart);
     curl_easy_setopt(handle.get(), CURLOPT_PREREQDATA, &transfer);
+    curl_easy_setopt(handle.get(), CURLOPT_XFERINFODATA, &transfer);
     setSingleUse(handle.get());
     setBounds(handle.get(), request.ceiling);
     setTrust(handle.get(), request.trust);

@@ -34,9 +34,12 @@ class UrlSession
 public:
     using Completion = std::function<void(const UrlResult &)>;
 
-    /// Asked on the session's thread once the connection stands, the moment before the request's first byte leaves.
-    /// False, and it never does: a transport error.
-    using Departure = std::function<bool()>;
+    /// What a request asks of its sender, on the session's thread; false ends it as a transport error.
+    struct Departure
+    {
+        std::function<bool()> isWanted; ///< Asked about once a second until the connection stands.
+        std::function<bool()> leave;    ///< Asked once it stands, the moment before the request's first byte leaves.
+    };
 
     /// POSTs `body` in the background. `completion` runs once, on the session's own thread; it is dropped only when the
     /// application goes away first.

@@ -171,7 +171,7 @@ bool Attempt::asking(bool isPayment, const QString &merchantID)
     if (!AttemptLedger::shared().aboutToSend(record()))
         return false;
     Stage begun = Stage::Begun;
-    if (!m_stage.compare_exchange_strong(begun, Stage::AboutToSend))
+    if (!m_stage.compare_exchange_strong(begun, Stage::AboutToSend) && begun == Stage::Withdrawn)
         AttemptLedger::shared().withdrawn(identifier());
     return true;
 }

@@ -101,7 +101,8 @@ void CoreNetworking::send(const Exchange &exchange, const QString &input, Respon
     }
     m_surroundings.post(
         Deployment::serviceUrl(QStringLiteral("/8/request")), "application/json", envelope,
-        [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); },
+        {.isWanted = [attempt] { return !attempt || !attempt->isWithdrawn(); },
+         .leave = [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); }},
         [self = shared_from_this(), &exchange](const UrlResult &result) { self->finish(exchange, result); });
 }
 

@@ -99,7 +99,7 @@ protected:
             EXPECT_EQ(type, "application/json");
             posts.push_back(body);
             beforeDeparture();
-            departed = leaves && departure();
+            departed = leaves && departure.leave();
             completion = then;
         };
     }
