@@ -21,6 +21,8 @@
 #include <ctime>
 #include <malloc.h>
 
+using namespace Qt::StringLiterals;
+
 using namespace kelpay;
 using namespace kelpay::bench;
 
@@ -35,10 +37,10 @@ QJsonObject sampleRequest()
 {
     QJsonObject request;
     for (const char *key : {"ap", "bid", "crn", "ct", "dm", "ip", "mid", "mn", "pcc", "pn", "rsn", "st", "tr", "uid"})
-        request.insert(QLatin1String(key), QString(24, QLatin1Char('7')));
-    request.insert(QStringLiteral("zz"), QString());
+        request.insert(QLatin1String(key), QString(24, u'7'));
+    request.insert(u"zz"_s, QString());
     const auto size = QJsonDocument(request).toJson(QJsonDocument::Compact).size();
-    request.insert(QStringLiteral("zz"), QString(requestSize - size, QLatin1Char('x')));
+    request.insert(u"zz"_s, QString(requestSize - size, u'x'));
     return request;
 }
 
@@ -67,7 +69,7 @@ void registerSealing(BareCalls &bare, CoreSecurity &inMemory, CoreSecurity &stor
 void registerOpening(BareCalls &bare, CoreSecurity &security, UserDefaults &defaults)
 {
     const auto key = generateSymmetricKeyForAlgorithm(CipherAES);
-    defaults.setUtf8(QStringLiteral("latest_key"), *base64EncodedData(*key));
+    defaults.setUtf8(u"latest_key"_s, *base64EncodedData(*key));
     const Bytes answer(std::string(answerSize, 'x'));
     const QString text = *base64EncodedString(
         *doBlockCipherWithAlgorithm(answer, CipherAES, key, std::nullopt, CipherEncrypt, true, true));
@@ -78,7 +80,7 @@ void registerOpening(BareCalls &bare, CoreSecurity &security, UserDefaults &defa
             benchmark::DoNotOptimize(bare.open(latin, key->data()));
     });
     benchmark::RegisterBenchmark("open memory", [&security, &defaults, key, text](benchmark::State &state) {
-        defaults.setUtf8(QStringLiteral("latest_key"), *base64EncodedData(*key));
+        defaults.setUtf8(u"latest_key"_s, *base64EncodedData(*key));
         for ([[maybe_unused]] auto pass : state)
             benchmark::DoNotOptimize(security.decryptRequest(text));
     });
@@ -138,7 +140,7 @@ int runFirstSeal()
     const std::clock_t start = std::clock();
     const QString envelope = CoreSecurity(defaults).encryptRequest(request);
     std::printf("%.3f\n", 1e3 * static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC);
-    return envelope.contains(QLatin1String("(null)")) ? 1 : 0;
+    return envelope.contains("(null)"_L1) ? 1 : 0;
 }
 
 bool printFirstSeal()
@@ -185,7 +187,7 @@ int main(int argc, char **argv)
     const QTemporaryDir folder;
     UserDefaults inMemory{QString()};
     UserDefaults opening{QString()};
-    UserDefaults inFile(folder.filePath(QStringLiteral("defaults.sqlite")));
+    UserDefaults inFile(folder.filePath(u"defaults.sqlite"_s));
     CoreSecurity memorySecurity(inMemory);
     CoreSecurity openingSecurity(opening);
     CoreSecurity fileSecurity(inFile);

@@ -13,6 +13,8 @@
 
 namespace kelpay::bench {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Two in turn: SQLite writes nothing where the row already holds the value.
@@ -72,7 +74,7 @@ private:
 
 void registerStores(const QString &folder)
 {
-    auto row = std::make_shared<BareRow>(folder + QStringLiteral("/bare-default.sqlite"),
+    auto row = std::make_shared<BareRow>(folder + u"/bare-default.sqlite"_s,
                                          "PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL");
     benchmark::RegisterBenchmark("default bare", [row](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state) {
@@ -80,13 +82,13 @@ void registerStores(const QString &folder)
                 state.SkipWithError("not written");
         }
     });
-    auto defaults = std::make_shared<UserDefaults>(folder + QStringLiteral("/one-default.sqlite"));
+    auto defaults = std::make_shared<UserDefaults>(folder + u"/one-default.sqlite"_s);
     benchmark::RegisterBenchmark("default", [defaults](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state)
-            defaults->setData(QStringLiteral("crn"), nextValue());
+            defaults->setData(u"crn"_s, nextValue());
     });
 
-    auto synced = std::make_shared<BareRow>(folder + QStringLiteral("/bare-ledger.sqlite"),
+    auto synced = std::make_shared<BareRow>(folder + u"/bare-ledger.sqlite"_s,
                                             "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL");
     benchmark::RegisterBenchmark("ledger bare", [synced](benchmark::State &state) {
         for ([[maybe_unused]] auto pass : state) {
@@ -94,14 +96,14 @@ void registerStores(const QString &folder)
                 state.SkipWithError("not written");
         }
     });
-    auto ledger = std::make_shared<AttemptLedger>(folder + QStringLiteral("/ledger.sqlite"));
+    auto ledger = std::make_shared<AttemptLedger>(folder + u"/ledger.sqlite"_s);
     benchmark::RegisterBenchmark("ledger", [ledger](benchmark::State &state) {
         UnsettledAttempt attempt;
-        attempt.additionalData = QStringLiteral("order 17");
+        attempt.additionalData = u"order 17"_s;
         for ([[maybe_unused]] auto pass : state) {
             attempt.identifier = QUuid::createUuid().toString();
             ledger->aboutToSend(attempt);
-            ledger->answered(attempt.identifier, QStringLiteral("0"));
+            ledger->answered(attempt.identifier, u"0"_s);
         }
     });
 }

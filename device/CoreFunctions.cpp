@@ -21,19 +21,21 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 CoreFunctions::CoreFunctions(UserDefaults &defaults, CoreKeychain keychain)
     : m_defaults(defaults), m_keychain(std::move(keychain))
 {}
 
 QString CoreFunctions::versionString() const
 {
-    QString versions = SystemFacts::hostVersion() + QLatin1Char(';') + Deployment::sdkVersion();
-    return versions.remove(QLatin1Char('.'));
+    QString versions = SystemFacts::hostVersion() + u';' + Deployment::sdkVersion();
+    return versions.remove(u'.');
 }
 
 QString CoreFunctions::localUserDate() const
 {
-    return Formats::localDate(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+    return Formats::localDate(QDateTime::currentDateTime(), u"yyyy-MM-dd hh:mm:ss"_s);
 }
 
 std::optional<QString> CoreFunctions::ipAddress() const
@@ -58,29 +60,29 @@ std::optional<QString> CoreFunctions::ipAddress() const
 
 void CoreFunctions::returnThings() const
 {
-    if (m_keychain.stringForKey(QStringLiteral("uuid"))) {
-        m_defaults.increment(QStringLiteral("trace"));
+    if (m_keychain.stringForKey(u"uuid"_s)) {
+        m_defaults.increment(u"trace"_s);
         return;
     }
     const int first = intInRangeMinimum(100, 800);
-    m_keychain.setString(SystemFacts::vendorIdentifier(), QStringLiteral("uuid"));
-    m_defaults.setInteger(QStringLiteral("trace"), first);
-    m_defaults.remove(QStringLiteral("ard"));
+    m_keychain.setString(SystemFacts::vendorIdentifier(), u"uuid"_s);
+    m_defaults.setInteger(u"trace"_s, first);
+    m_defaults.remove(u"ard"_s);
 }
 
 QString CoreFunctions::bundleID() const
 {
     const HostProfile &profile = HostProfile::shared();
     if (!profile.bid().isEmpty())
-        return QStringLiteral("");
-    return profile.ziaprod() ? QStringLiteral("com.dorinepay.724") : SystemFacts::hostIdentifier();
+        return u""_s;
+    return profile.ziaprod() ? u"com.dorinepay.724"_s : SystemFacts::hostIdentifier();
 }
 
 QString CoreFunctions::deviceData() const
 {
-    return QStringList{QStringLiteral("APPL"), hardwareString(), SystemFacts::systemVersion(),
-                       SystemFacts::deviceName(), SystemFacts::localizedModel()}
-        .join(QLatin1Char('|'));
+    return QStringList{u"APPL"_s, hardwareString(), SystemFacts::systemVersion(), SystemFacts::deviceName(),
+                       SystemFacts::localizedModel()}
+        .join(u'|');
 }
 
 QString CoreFunctions::hardwareString() const
@@ -95,7 +97,7 @@ QString CoreFunctions::vulnerabilities() const
 
 std::optional<QString> CoreFunctions::merchantID() const
 {
-    return m_keychain.stringForKey(QStringLiteral("mid"));
+    return m_keychain.stringForKey(u"mid"_s);
 }
 
 int CoreFunctions::intInRangeMinimum(int minimum, int maximum) const
@@ -141,28 +143,28 @@ std::shared_ptr<LocationManager> CoreFunctions::manager() const
 
 void CoreFunctions::showPaymentView() const
 {
-    ScreenPresenter::present(QStringLiteral("PaymentView"));
+    ScreenPresenter::present(u"PaymentView"_s);
 }
 
 void CoreFunctions::parseTokenBody(const QJsonValue &body) const
 {
-    m_defaults.setData(QStringLiteral("tkn"), BaseClass::modelObject(body).archived());
+    m_defaults.setData(u"tkn"_s, BaseClass::modelObject(body).archived());
 }
 
 void CoreFunctions::parsePaymentBody(const QJsonValue &body) const
 {
-    m_defaults.setData(QStringLiteral("pym"), BaseClassp::modelObject(body).archived());
+    m_defaults.setData(u"pym"_s, BaseClassp::modelObject(body).archived());
 }
 
 std::optional<BaseClass> CoreFunctions::storedTokenAnswer() const
 {
-    const auto archive = m_defaults.data(QStringLiteral("tkn"));
+    const auto archive = m_defaults.data(u"tkn"_s);
     return archive ? BaseClass::unarchived(*archive) : std::nullopt;
 }
 
 std::optional<BaseClassp> CoreFunctions::storedPaymentAnswer() const
 {
-    const auto archive = m_defaults.data(QStringLiteral("pym"));
+    const auto archive = m_defaults.data(u"pym"_s);
     return archive ? BaseClassp::unarchived(*archive) : std::nullopt;
 }
 
@@ -178,7 +180,7 @@ bool CoreFunctions::isValidCardNumber(const QString &cardNumber) const
 
 bool CoreFunctions::isValidPhoneNumber(const QString &number) const
 {
-    return number.startsWith(QLatin1StringView("09")) && number.size() == 11;
+    return number.startsWith("09"_L1) && number.size() == 11;
 }
 
 QString CoreFunctions::blackListReturnerFor(const QString &cardNumber, const QString &rules) const
@@ -198,16 +200,16 @@ QString CoreFunctions::policyForCode59On(const QString &cardNumber, const QStrin
 
 QString CoreFunctions::isSimple(const QString &rules, const QString &userValues) const
 {
-    const QStringList values = userValues.split(QLatin1Char(';'));
+    const QStringList values = userValues.split(u';');
     switch (CardRules(rules).verdict(values[0], values.value(1))) {
     case Verdict::Simple:
-        return QStringLiteral("JA");
+        return u"JA"_s;
     case Verdict::Full:
-        return QStringLiteral("NO");
+        return u"NO"_s;
     case Verdict::Refused:
         break;
     }
-    return QStringLiteral("NA");
+    return u"NA"_s;
 }
 
 } // namespace kelpay

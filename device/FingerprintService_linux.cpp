@@ -15,6 +15,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A connection of our own, so that a host's is neither used nor closed, and a bus that comes up later is found.
@@ -22,7 +24,7 @@ class Bus
 {
 public:
     explicit Bus(QDeadlineTimer deadline)
-        : m_name(QStringLiteral("kelpay-fingerprint-%1").arg(++s_count))
+        : m_name(u"kelpay-fingerprint-%1"_s.arg(++s_count))
         , m_connection(QDBusConnection::connectToBus(QDBusConnection::SystemBus, m_name))
         , m_deadline(deadline)
     {}
@@ -34,8 +36,8 @@ public:
     QDBusMessage call(const QString &path, const QString &interface, const QString &method,
                       const QVariantList &arguments = {}) const
     {
-        auto message = QDBusMessage::createMethodCall(QStringLiteral("net.reactivated.Fprint"), path,
-                                                      QStringLiteral("net.reactivated.Fprint.") + interface, method);
+        auto message = QDBusMessage::createMethodCall(u"net.reactivated.Fprint"_s, path,
+                                                      u"net.reactivated.Fprint."_s + interface, method);
         message.setArguments(arguments);
         const auto left = std::max<qint64>(1, m_deadline.remainingTime());
         return m_connection.call(message, QDBus::Block, static_cast<int>(left));
@@ -56,28 +58,28 @@ FingerprintService::Answer FingerprintService::ask()
     constexpr std::chrono::seconds limit(2);
     const QDeadlineTimer deadline(limit);
     const QString address =
-        qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", QStringLiteral("unix:path=/var/run/dbus/system_bus_socket"));
+        qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", u"unix:path=/var/run/dbus/system_bus_socket"_s);
     if (!busGreets(address, limit))
-        return {false, QStringLiteral("no system bus: nobody answers at ") + address};
+        return {false, u"no system bus: nobody answers at "_s + address};
     const Bus bus(deadline);
     if (!bus.connection().isConnected())
-        return {false, QStringLiteral("no system bus: ") + bus.connection().lastError().message()};
+        return {false, u"no system bus: "_s + bus.connection().lastError().message()};
 
-    const QDBusReply<QList<QDBusObjectPath>> devices = bus.call(
-        QStringLiteral("/net/reactivated/Fprint/Manager"), QStringLiteral("Manager"), QStringLiteral("GetDevices"));
+    const QDBusReply<QList<QDBusObjectPath>> devices =
+        bus.call(u"/net/reactivated/Fprint/Manager"_s, u"Manager"_s, u"GetDevices"_s);
     if (!devices.isValid())
-        return {false, QStringLiteral("no fingerprint service: ") + devices.error().message()};
+        return {false, u"no fingerprint service: "_s + devices.error().message()};
 
-    QString reason = QStringLiteral("no fingerprint reader");
+    QString reason = u"no fingerprint reader"_s;
     const auto paths = devices.value();
     for (const QDBusObjectPath &path : paths) {
         // The empty name is the caller's.
         const QDBusReply<QStringList> fingers =
-            bus.call(path.path(), QStringLiteral("Device"), QStringLiteral("ListEnrolledFingers"), {QString()});
+            bus.call(path.path(), u"Device"_s, u"ListEnrolledFingers"_s, {QString()});
         if (fingers.isValid() && !fingers.value().isEmpty())
             return {true, QString()};
-        reason = fingers.isValid() ? QStringLiteral("no finger is enrolled")
-                                   : QStringLiteral("the enrolled fingers are unknown: ") + fingers.error().message();
+        reason = fingers.isValid() ? u"no finger is enrolled"_s
+                                   : u"the enrolled fingers are unknown: "_s + fingers.error().message();
     }
     return {false, reason};
 }

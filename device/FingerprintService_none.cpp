@@ -2,9 +2,11 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 FingerprintService::Answer FingerprintService::ask()
 {
-    return {false, QStringLiteral("no fingerprint service is known on this system")};
+    return {false, u"no fingerprint service is known on this system"_s};
 }
 
 } // namespace kelpay

@@ -10,6 +10,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 enum class Override { None, Simulator, Device };
@@ -21,18 +23,18 @@ QString IntegrityCheck::verdict()
 {
     QStringList findings;
     if (hasDebugger())
-        findings << QStringLiteral("debugger");
+        findings << u"debugger"_s;
     if (hasPreloadedLibraries())
-        findings << QStringLiteral("preload");
+        findings << u"preload"_s;
     if (isTraceable())
-        findings << QStringLiteral("traceable");
+        findings << u"traceable"_s;
     if (isRoot())
-        findings << QStringLiteral("root");
+        findings << u"root"_s;
     if (LibrarySeal::isBroken())
-        findings << QStringLiteral("tampered");
+        findings << u"tampered"_s;
     if (isSimulator())
-        findings << QStringLiteral("emulator");
-    return findings.join(QLatin1Char(','));
+        findings << u"emulator"_s;
+    return findings.join(u',');
 }
 
 bool IntegrityCheck::isSimulator()

@@ -9,6 +9,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString decimal(double degrees)
@@ -18,13 +20,13 @@ QString decimal(double degrees)
 
 QString text(const QGeoPositionInfo &location)
 {
-    return decimal(location.coordinate().latitude()) + QLatin1Char(',') + decimal(location.coordinate().longitude());
+    return decimal(location.coordinate().latitude()) + u',' + decimal(location.coordinate().longitude());
 }
 
 std::unique_ptr<QGeoPositionInfoSource> systemSource()
 {
     // GeoClue asks the user, and remembers the answer, by the application's desktop identifier.
-    const QVariantMap parameters{{QStringLiteral("desktopId"), SystemFacts::hostIdentifier()}};
+    const QVariantMap parameters{{u"desktopId"_s, SystemFacts::hostIdentifier()}};
     return std::unique_ptr<QGeoPositionInfoSource>(QGeoPositionInfoSource::createDefaultSource(parameters, nullptr));
 }
 
@@ -41,7 +43,7 @@ LocationManager::~LocationManager() = default;
 void LocationManager::startUpdatingLocation()
 {
     if (!m_source) {
-        const auto fail = [this] { didFailWithError(QStringLiteral("the system has no source of positions")); };
+        const auto fail = [this] { didFailWithError(u"the system has no source of positions"_s); };
         QMetaObject::invokeMethod(this, fail, Qt::QueuedConnection);
         return;
     }
@@ -69,7 +71,7 @@ void LocationManager::didUpdateLocations(const QList<QGeoPositionInfo> &location
 
 void LocationManager::didUpdateToLocation(const QGeoPositionInfo &newLocation, const QGeoPositionInfo &)
 {
-    const QString described = newLocation.isValid() ? text(newLocation) : QStringLiteral("(null)");
+    const QString described = newLocation.isValid() ? text(newLocation) : u"(null)"_s;
     qCInfo(logDevice, "didUpdateToLocation: %s", qUtf8Printable(described));
     if (newLocation.isValid())
         tell(text(newLocation));
@@ -78,7 +80,7 @@ void LocationManager::didUpdateToLocation(const QGeoPositionInfo &newLocation, c
 void LocationManager::didFailWithError(const QString &error)
 {
     qCWarning(logDevice, "didFailWithError: %s", qUtf8Printable(error));
-    tell(QStringLiteral("0.0,0.0"));
+    tell(u"0.0,0.0"_s);
 }
 
 void LocationManager::tell(const QString &location)

@@ -6,6 +6,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The system's network service, or null where none runs. A back end that the host loaded stays.
@@ -108,13 +110,13 @@ QString Reachability::text(NetworkStatus status)
 {
     switch (status) {
     case ReachableViaWiFi:
-        return QStringLiteral("WiFi");
+        return u"WiFi"_s;
     case ReachableViaWWAN:
-        return QStringLiteral("Cellular");
+        return u"Cellular"_s;
     case NotReachable:
         break;
     }
-    return QStringLiteral("No Connection");
+    return u"No Connection"_s;
 }
 
 void Reachability::compare()

@@ -11,13 +11,15 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // "" for what is no name of a file in the bundle.
 QString fileName(const QString &name, const QString &type)
 {
-    const QString file = type.isEmpty() ? name : name + QLatin1Char('.') + type;
-    return file.contains(QLatin1Char('/')) ? QString() : file;
+    const QString file = type.isEmpty() ? name : name + u'.' + type;
+    return file.contains(u'/') ? QString() : file;
 }
 
 std::optional<Bytes> readResource(const QString &path)
@@ -49,10 +51,10 @@ const Bundle &Bundle::main()
 QStringList Bundle::folders() const
 {
     if (m_kind == Kind::Main)
-        return {QStringLiteral(":/"), QCoreApplication::applicationDirPath() + QLatin1Char('/')};
-    QStringList folders{QStringLiteral(":/dev.kel.KelPay/")};
+        return {u":/"_s, QCoreApplication::applicationDirPath() + u'/'};
+    QStringList folders{u":/dev.kel.KelPay/"_s};
     if (const QString overlay = Deployment::resourcesOverlay(); !overlay.isEmpty())
-        folders.prepend(overlay + QLatin1Char('/'));
+        folders.prepend(overlay + u'/');
     return folders;
 }
 
@@ -85,12 +87,12 @@ QString Bundle::urlForImage(const QString &fileName) const
     const auto path = pathForResource(fileName);
     if (!path)
         return {};
-    return path->startsWith(QLatin1Char(':')) ? QStringLiteral("qrc") + *path : QUrl::fromLocalFile(*path).toString();
+    return path->startsWith(u':') ? u"qrc"_s + *path : QUrl::fromLocalFile(*path).toString();
 }
 
 std::optional<Bytes> readFile(const QString &path)
 {
-    if (path.startsWith(QLatin1Char(':')))
+    if (path.startsWith(u':'))
         return readResource(path);
     // The client certificate is read for each request; QFile takes twice as long for it.
     return Files::read(path);

@@ -4,6 +4,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString setting(const char *compiledIn, [[maybe_unused]] const char *variable)
@@ -25,7 +27,7 @@ QString Deployment::serviceHost()
 QUrl Deployment::serviceUrl(const QString &path)
 {
     QUrl url;
-    url.setScheme(QStringLiteral("https"));
+    url.setScheme(u"https"_s);
     url.setHost(serviceHost());
     url.setPort(1443);
     url.setPath(path);
@@ -44,7 +46,7 @@ QString Deployment::reachabilityHost()
 
 QStringList Deployment::expiryYears()
 {
-    return QString::fromUtf8(config::expiryYears).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return QString::fromUtf8(config::expiryYears).split(u' ', Qt::SkipEmptyParts);
 }
 
 QString Deployment::resourcesOverlay()

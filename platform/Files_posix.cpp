@@ -14,6 +14,8 @@
 
 namespace kelpay::Files {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr mode_t ownerOnlyFile = S_IRUSR | S_IWUSR;
@@ -145,7 +147,7 @@ std::optional<Bytes> read(const QString &path)
 
 bool write(const QString &path, const Bytes &content)
 {
-    const QString fresh = path + QStringLiteral(".new");
+    const QString fresh = path + u".new"_s;
     const QByteArray name = QFile::encodeName(fresh);
     ::unlink(name.constData());
     const auto fill = [&] {

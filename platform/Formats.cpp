@@ -86,15 +86,15 @@ QString Formats::groupedNumber(qint64 number)
     QString digits = QString::number(number);
     const qsizetype first = number < 0 ? 1 : 0;
     for (qsizetype position = digits.size() - 3; position > first; position -= 3)
-        digits.insert(position, QLatin1Char(','));
+        digits.insert(position, u',');
     return digits;
 }
 
 qint64 integerValue(const QString &text)
 {
     const QString trimmed = text.trimmed();
-    const bool negative = trimmed.startsWith(QLatin1Char('-'));
-    qsizetype position = negative || trimmed.startsWith(QLatin1Char('+')) ? 1 : 0;
+    const bool negative = trimmed.startsWith(u'-');
+    qsizetype position = negative || trimmed.startsWith(u'+') ? 1 : 0;
     constexpr qint64 limit = std::numeric_limits<qint64>::max();
     qint64 value = 0;
     for (; position < trimmed.size(); ++position) {

@@ -18,6 +18,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The kernel's own form of `address` with the discard port; returns its length.
@@ -54,7 +56,7 @@ QString interfaceWith(const QHostAddress &address)
                 return interface.name();
         }
     }
-    return QStringLiteral("");
+    return u""_s;
 }
 
 /// Closes its socket when it goes.
@@ -102,12 +104,12 @@ std::optional<QString> KernelRoutes::interfaceTo(const QHostAddress &address)
         return std::nullopt;
     const QHostAddress local(reinterpret_cast<const sockaddr *>(&source));
     // The whole of 127.0.0.0/8 is local, and only its first address is on an interface.
-    return local.isLoopback() ? QStringLiteral("lo") : interfaceWith(local);
+    return local.isLoopback() ? u"lo"_s : interfaceWith(local);
 }
 
 bool KernelRoutes::isCellular(const QString &interface)
 {
-    QFile description(QStringLiteral("/sys/class/net/%1/uevent").arg(interface));
+    QFile description(u"/sys/class/net/%1/uevent"_s.arg(interface));
     return description.open(QIODevice::ReadOnly) && description.read(4096).contains("DEVTYPE=wwan\n");
 }
 

@@ -18,6 +18,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const char *const damageAdvice = "what can be read of it goes to a new file, the damaged one stays beside that";
@@ -158,7 +160,7 @@ bool SqliteDatabase::connect(bool isPatient)
     // On a read-only medium SQLite needs the companion files of a database that was in use. A database without them,
     // a copy say, can be read as it lies; one with a log of changes can't, because that would give old values.
     const QByteArray url = QUrl::fromLocalFile(m_path).toEncoded() + "?immutable=1";
-    if (QStorageInfo(m_path).isReadOnly() && QFileInfo(m_path + QStringLiteral("-wal")).size() == 0 &&
+    if (QStorageInfo(m_path).isReadOnly() && QFileInfo(m_path + u"-wal"_s).size() == 0 &&
         connectTo(url, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, isPatient))
         return true;
     noteFailure("opened");
@@ -203,7 +205,7 @@ bool SqliteDatabase::isWhole()
     const auto step = check.step();
     if (step == SqliteStatement::Step::Failed)
         noteFailure("read");
-    if (step != SqliteStatement::Step::Row || check.text(0) == QStringLiteral("ok"))
+    if (step != SqliteStatement::Step::Row || check.text(0) == u"ok"_s)
         return !m_isDamaged;
     m_isDamaged = true;
     qCWarning(logStore, "%s is damaged (%s): %s", QFile::encodeName(m_path).constData(), qUtf8Printable(check.text(0)),

@@ -14,6 +14,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int folderPatience = 400; // milliseconds
@@ -37,7 +39,7 @@ QStringList damagedCopies(const QString &path)
     QStringList copies;
     const QDir folder(folderOf(path));
     for (const QString &name :
-         folder.entryList({QFileInfo(path).fileName() + QStringLiteral(".damaged-*")}, QDir::Files, QDir::Name)) {
+         folder.entryList({QFileInfo(path).fileName() + u".damaged-*"_s}, QDir::Files, QDir::Name)) {
         if (name.back().isDigit())
             copies.append(folder.filePath(name));
     }
@@ -73,8 +75,8 @@ bool putBack(const QString &path, const QString &aside)
 // last step, this is undone by the next process that opens the file: see undoInterruptedRepair().
 bool replace(const QString &path, const QString &fresh, const QString &aside)
 {
-    const QString log = QStringLiteral("-wal");
-    const QString index = QStringLiteral("-shm");
+    const QString log = u"-wal"_s;
+    const QString index = u"-shm"_s;
     const bool isAside = Files::link(path, aside) && linkIfThere(path + log, aside + log) &&
                          linkIfThere(path + index, aside + index) && Files::syncFolder(folderOf(path));
     if (isAside) {
@@ -158,8 +160,8 @@ bool SqliteDatabase::keepForReading()
 
 bool SqliteDatabase::replaceByReadableRows()
 {
-    const QString fresh = m_path + QStringLiteral(".new");
-    const QString aside = m_path + QStringLiteral(".damaged-") + QString::number(QDateTime::currentMSecsSinceEpoch());
+    const QString fresh = m_path + u".new"_s;
+    const QString aside = m_path + u".damaged-"_s + QString::number(QDateTime::currentMSecsSinceEpoch());
     const QByteArray name = QFile::encodeName(m_path);
     // Nobody else writes meanwhile, unless the damage is where it keeps everybody from locking the file. The pragma
     // lets a file be locked that lost its end.
@@ -180,8 +182,8 @@ bool SqliteDatabase::replaceByReadableRows()
             rows = std::nullopt;
     }
     // Closing left them there.
-    QFile::remove(fresh + QStringLiteral("-wal"));
-    QFile::remove(fresh + QStringLiteral("-shm"));
+    QFile::remove(fresh + u"-wal"_s);
+    QFile::remove(fresh + u"-shm"_s);
     if (!rows || !replace(m_path, fresh, aside)) {
         qCWarning(logStore,
                   "%s is damaged and can't be replaced: check that the disk has room and that this user may write "

@@ -13,10 +13,12 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 std::optional<QString> stateFolder()
 {
-    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QLatin1Char('/') +
-                         SystemFacts::hostIdentifier() + QStringLiteral("/kelpay");
+    const QString path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u'/' +
+                         SystemFacts::hostIdentifier() + u"/kelpay"_s;
     if (Files::makePrivateFolder(path))
         return path;
     const int reason = errno;

@@ -16,9 +16,9 @@ namespace {
 
 QString reversedDomain(const QString &domain)
 {
-    QStringList parts = domain.split(QLatin1Char('.'), Qt::SkipEmptyParts);
+    QStringList parts = domain.split(u'.', Qt::SkipEmptyParts);
     std::reverse(parts.begin(), parts.end());
-    return parts.join(QLatin1Char('.'));
+    return parts.join(u'.');
 }
 
 struct Name
@@ -57,7 +57,7 @@ QString SystemFacts::hostIdentifier()
     }
     const QString domain = reversedDomain(QCoreApplication::organizationDomain());
     const QString application = QCoreApplication::applicationName();
-    return domain.isEmpty() ? application : domain + QLatin1Char('.') + application;
+    return domain.isEmpty() ? application : domain + u'.' + application;
 }
 
 QString SystemFacts::hostVersion()

@@ -7,6 +7,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString firstLine(const char *path)
@@ -32,10 +34,10 @@ QString assignment(const char *path, QLatin1StringView key)
         return {};
     while (!file.atEnd()) {
         const QString line = QString::fromUtf8(file.readLine(1024)).trimmed();
-        if (!line.startsWith(key + QLatin1Char('=')))
+        if (!line.startsWith(key + u'='))
             continue;
         QString value = line.mid(key.size() + 1);
-        if (value.size() >= 2 && value.startsWith(QLatin1Char('"')) && value.endsWith(QLatin1Char('"')))
+        if (value.size() >= 2 && value.startsWith(u'"') && value.endsWith(u'"'))
             value = value.mid(1, value.size() - 2);
         return value;
     }
@@ -87,7 +89,7 @@ QString SystemFacts::hardwareModel()
 QString SystemFacts::systemVersion()
 {
     for (const char *path : {"/etc/os-release", "/usr/lib/os-release"}) {
-        if (QString version = assignment(path, QLatin1StringView("VERSION_ID")); !version.isEmpty())
+        if (QString version = assignment(path, "VERSION_ID"_L1); !version.isEmpty())
             return version;
     }
     return kernelField(&utsname::release);
@@ -95,7 +97,7 @@ QString SystemFacts::systemVersion()
 
 QString SystemFacts::deviceName()
 {
-    const QString pretty = assignment("/etc/machine-info", QLatin1StringView("PRETTY_HOSTNAME"));
+    const QString pretty = assignment("/etc/machine-info", "PRETTY_HOSTNAME"_L1);
     return pretty.isEmpty() ? QSysInfo::machineHostName() : pretty;
 }
 
@@ -110,7 +112,7 @@ SystemFacts::Chassis SystemFacts::chassis()
                  {"tablet", Chassis::Tablet},
                  {"handset", Chassis::Handset},
                  {"embedded", Chassis::Other}};
-    const QString configured = assignment("/etc/machine-info", QLatin1StringView("CHASSIS"));
+    const QString configured = assignment("/etc/machine-info", "CHASSIS"_L1);
     for (const auto &kind : kinds) {
         if (configured == QLatin1StringView(kind.name))
             return kind.chassis;

@@ -4,6 +4,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 QString SystemFacts::hardwareModel()
 {
     return QSysInfo::currentCpuArchitecture();
@@ -12,7 +14,7 @@ QString SystemFacts::hardwareModel()
 QString SystemFacts::systemVersion()
 {
     const QString version = QSysInfo::productVersion();
-    return version == QLatin1StringView("unknown") ? QSysInfo::kernelVersion() : version;
+    return version == "unknown"_L1 ? QSysInfo::kernelVersion() : version;
 }
 
 QString SystemFacts::deviceName()

@@ -12,6 +12,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using namespace std::chrono_literals;
@@ -77,7 +79,7 @@ void setTrust(CURL *handle, Trust trust)
     curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
     if (trust == Trust::System)
         return;
-    const auto anchors = Bundle::sdk().dataForResource(QStringLiteral("service-anchors"), QStringLiteral("pem"));
+    const auto anchors = Bundle::sdk().dataForResource(u"service-anchors"_s, u"pem"_s);
     if (!anchors)
         return;
     if (trust == Trust::Service) {
@@ -126,7 +128,7 @@ UrlResult perform(const Request &request)
     static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(), curl_easy_cleanup);
     if (initialised != CURLE_OK || !handle)
-        return TransportError{QStringLiteral("the HTTPS client can't be started")};
+        return TransportError{u"the HTTPS client can't be started"_s};
 
     const Headers headers = headersFor(request);
     Transfer transfer{.departure = request.departure, .largestBody = request.largestBody};
@@ -151,10 +153,9 @@ UrlResult perform(const Request &request)
 
     const CURLcode code = curl_easy_perform(handle.get());
     if (code != CURLE_OK) {
-        const QString reason = transfer.tooLarge
-                                   ? QStringLiteral("the answer is larger than %1 bytes").arg(request.largestBody)
-                                   : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
-        return TransportError{QStringLiteral("%1 (%2)").arg(reason, request.url.host()), transfer.hasLeft};
+        const QString reason = transfer.tooLarge ? u"the answer is larger than %1 bytes"_s.arg(request.largestBody)
+                                                 : QString::fromUtf8(*details ? details : curl_easy_strerror(code));
+        return TransportError{u"%1 (%2)"_s.arg(reason, request.url.host()), transfer.hasLeft};
     }
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);

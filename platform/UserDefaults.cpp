@@ -12,6 +12,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr const char *schema = "CREATE TABLE IF NOT EXISTS defaults("
@@ -163,7 +165,7 @@ UserDefaults &UserDefaults::standard()
 {
     static UserDefaults defaults([] {
         const auto folder = stateFolder();
-        return folder ? *folder + QStringLiteral("/defaults.sqlite") : QString();
+        return folder ? *folder + u"/defaults.sqlite"_s : QString();
     }());
     return defaults;
 }

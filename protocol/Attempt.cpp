@@ -14,6 +14,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Kind = PaymentEvent::Kind;
@@ -39,8 +41,8 @@ std::shared_ptr<Attempt> Attempt::begin(const QString &additionalData)
     std::unique_ptr<Gate> gate;
     // Without a folder there is nothing that processes could share.
     if (const auto folder = holder ? std::nullopt : stateFolder();
-        folder && Files::makePrivateFolder(*folder + QStringLiteral("/payment"))) {
-        gate = std::make_unique<Gate>(*folder + QStringLiteral("/payment"));
+        folder && Files::makePrivateFolder(*folder + u"/payment"_s)) {
+        gate = std::make_unique<Gate>(*folder + u"/payment"_s);
         if (!gate->lock.isHeld() && errno == EWOULDBLOCK)
             holder = "another process of this application is taking a payment";
         else if (!gate->lock.isHeld())

@@ -6,6 +6,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Times are milliseconds since 1970.
@@ -56,7 +58,7 @@ QDateTime time(const SqliteStatement &row, int column)
 QString ledgerPath()
 {
     const auto folder = stateFolder();
-    return folder ? *folder + QStringLiteral("/attempts.sqlite") : QString();
+    return folder ? *folder + u"/attempts.sqlite"_s : QString();
 }
 
 } // namespace

@@ -13,11 +13,13 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString nullable(const std::optional<QString> &text)
 {
-    return text.value_or(QStringLiteral("(null)"));
+    return text.value_or(u"(null)"_s);
 }
 
 } // namespace
@@ -64,23 +66,20 @@ void CoreNetworking::sendPaymentRequest(const QString &input, ResponseBlock bloc
 
 std::optional<CoreNetworking::Input> CoreNetworking::readTokenInput(const QString &input, UserDefaults &defaults)
 {
-    const QStringList fields = input.split(QLatin1String("||"));
+    const QStringList fields = input.split("||"_L1);
     if (fields.size() < 3) {
-        programmingError(
-            QStringLiteral("a token request needs three fields: MSISDN||additional data||payment parameters"));
+        programmingError(u"a token request needs three fields: MSISDN||additional data||payment parameters"_s);
         return std::nullopt;
     }
-    defaults.setString(QStringLiteral("rsn"), fields[1]);
-    defaults.setString(QStringLiteral("pcc"), fields[2].split(QLatin1Char('|')).first());
-    defaults.setString(QStringLiteral("pn"), fields[0]);
+    defaults.setString(u"rsn"_s, fields[1]);
+    defaults.setString(u"pcc"_s, fields[2].split(u'|').first());
+    defaults.setString(u"pn"_s, fields[0]);
     return Input{.msisdn = fields[0], .applicationData = fields[2], .additionalData = fields[1]};
 }
 
 std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const QString &input, UserDefaults &defaults)
 {
-    return Input{.msisdn = defaults.string(QStringLiteral("pn")),
-                 .applicationData = input,
-                 .additionalData = QStringLiteral("NA")};
+    return Input{.msisdn = defaults.string(u"pn"_s), .applicationData = input, .additionalData = u"NA"_s};
 }
 
 void CoreNetworking::send(const Exchange &exchange, const QString &input, ResponseBlock block)
@@ -94,13 +93,13 @@ void CoreNetworking::send(const Exchange &exchange, const QString &input, Respon
     const auto &request = std::get<QJsonObject>(built);
     const auto &attempt = m_surroundings.attempt;
     const QByteArray envelope = CoreSecurity(*m_surroundings.defaults).encryptRequest(request).toUtf8();
-    if (attempt && !attempt->asking(exchange.isPayment, request[QLatin1StringView("mi")].toString())) {
+    if (attempt && !attempt->asking(exchange.isPayment, request["mi"_L1].toString())) {
         qCWarning(logNetwork, "the payment isn't sent: it can't be written down; see the line above");
         fallSilent(exchange, Fault::Unsent);
         return;
     }
     m_surroundings.post(
-        Deployment::serviceUrl(QStringLiteral("/8/request")), "application/json", envelope,
+        Deployment::serviceUrl(u"/8/request"_s), "application/json", envelope,
         {.isWanted = [attempt] { return !attempt || !attempt->isWithdrawn(); },
          .leave = [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); }},
         [self = shared_from_this(), &exchange](const UrlResult &result) { self->finish(exchange, result); });
@@ -124,7 +123,7 @@ std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exc
     const auto input = exchange.read(text, defaults);
     if (!input)
         return Fault::Mistake;
-    m_surroundings.keychain.setString(input->msisdn, QStringLiteral("msisdn"));
+    m_surroundings.keychain.setString(input->msisdn, u"msisdn"_s);
 
     const CoreFunctions &functions = *m_surroundings.functions;
     const QString localDate = functions.localUserDate();
@@ -135,33 +134,31 @@ std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exc
     if (isWithdrawn() || Dispatch::isShuttingDown())
         return Fault::Unsent;
 
-    const auto mid = identity(QStringLiteral("mid"), "call initWithMerchantID before starting a payment");
-    const auto uuid = identity(QStringLiteral("uuid"), "check that the keychain can be written");
+    const auto mid = identity(u"mid"_s, "call initWithMerchantID before starting a payment");
+    const auto uuid = identity(u"uuid"_s, "check that the keychain can be written");
     for (const auto *entry : {&mid, &uuid}) {
         if (const auto *fault = std::get_if<Fault>(entry))
             return *fault;
     }
     const QString &merchant = std::get<QString>(mid);
     const QString &identifier = std::get<QString>(uuid);
-    const QString bundle =
-        Merchants::haveServiceIdentifier(merchant) ? QStringLiteral("ir.kel.tobrel") : functions.bundleID();
+    const QString bundle = Merchants::haveServiceIdentifier(merchant) ? u"ir.kel.tobrel"_s : functions.bundleID();
     return QJsonObject{
-        {QStringLiteral("vi"), functions.versionString()},
-        {QStringLiteral("ar"), nullable(input->msisdn) + QLatin1Char(';') + nullable(address) + QLatin1Char(';')},
-        {QStringLiteral("m"), exchange.messageType},
-        {QStringLiteral("ct"), localDate},
-        {QStringLiteral("ti"), defaults.integer(QStringLiteral("trace")).value_or(0)},
-        {QStringLiteral("cs"), bundle},
-        {QStringLiteral("dd"), functions.deviceData()},
-        {QStringLiteral("ai"), QString::number(defaults.integer(QStringLiteral("ard")).value_or(0))},
-        {QStringLiteral("di"), identifier},
-        {QStringLiteral("ap"),
-         QJsonObject{{QStringLiteral("v"), vulnerabilities}, {QStringLiteral("r"), input->applicationData}}},
-        {QStringLiteral("pc"), exchange.processingCode},
-        {QStringLiteral("ad"), QJsonObject{{QStringLiteral("r"), input->additionalData}}},
-        {QStringLiteral("pn"), bundle},
-        {QStringLiteral("mi"), merchant},
-        {QStringLiteral("fp"), identifier},
+        {u"vi"_s, functions.versionString()},
+        {u"ar"_s, nullable(input->msisdn) + u';' + nullable(address) + u';'},
+        {u"m"_s, exchange.messageType},
+        {u"ct"_s, localDate},
+        {u"ti"_s, defaults.integer(u"trace"_s).value_or(0)},
+        {u"cs"_s, bundle},
+        {u"dd"_s, functions.deviceData()},
+        {u"ai"_s, QString::number(defaults.integer(u"ard"_s).value_or(0))},
+        {u"di"_s, identifier},
+        {u"ap"_s, QJsonObject{{u"v"_s, vulnerabilities}, {u"r"_s, input->applicationData}}},
+        {u"pc"_s, exchange.processingCode},
+        {u"ad"_s, QJsonObject{{u"r"_s, input->additionalData}}},
+        {u"pn"_s, bundle},
+        {u"mi"_s, merchant},
+        {u"fp"_s, identifier},
     };
 }
 
@@ -174,8 +171,8 @@ std::variant<QString, CoreNetworking::Fault> CoreNetworking::identity(const QStr
     Error error;
     m_surroundings.keychain.dataForKey(key, {}, &error);
     if (error.code == SecStatus::ItemNotFound) {
-        programmingError(QStringLiteral("the request can't be built: keychain entry \"%1\" is missing; %2")
-                             .arg(key, QLatin1StringView(advice)));
+        programmingError(
+            u"the request can't be built: keychain entry \"%1\" is missing; %2"_s.arg(key, QLatin1StringView(advice)));
         return Fault::Mistake;
     }
     qCWarning(logNetwork, "the request isn't sent: keychain entry \"%s\" can't be read: %s", qUtf8Printable(key),
@@ -207,7 +204,7 @@ void CoreNetworking::finish(const Exchange &exchange, const UrlResult &result) c
     const QJsonValue answer = open(response.body);
     // Stored before anybody is called, so that who is called can read it.
     ((*m_surroundings.functions).*exchange.store)(answer);
-    const qint32 code = resultCode(answer[QLatin1StringView("rc")]);
+    const qint32 code = resultCode(answer["rc"_L1]);
     if (attempt) {
         attempt->answered(exchange.isPayment, QString::number(code), answer.isObject());
         attempt->landed();
@@ -216,16 +213,16 @@ void CoreNetworking::finish(const Exchange &exchange, const UrlResult &result) c
     if (!answered)
         return;
     if (code == 0)
-        answered(true, QStringLiteral(""), QStringLiteral("0"));
+        answered(true, u""_s, u"0"_s);
     else
-        answered(false, textValue(answer[QLatin1StringView("ds")]).value_or(QString()), QString::number(code));
+        answered(false, textValue(answer["ds"_L1]).value_or(QString()), QString::number(code));
 }
 
 /// The answer's JSON object: a string literal whose quotes and escapes are stripped, opened with the latest request's
 /// key; undefined, with a log line, where that gives none.
 QJsonValue CoreNetworking::open(const QByteArray &body) const
 {
-    QString text = QString::fromUtf8(body).remove(QLatin1Char('\\'));
+    QString text = QString::fromUtf8(body).remove(u'\\');
     text = text.size() < 2 ? QString() : text.sliced(1, text.size() - 2);
     const auto plain = text.isEmpty() ? std::nullopt : CoreSecurity(*m_surroundings.defaults).decryptRequest(text);
     const QJsonDocument document = plain

@@ -7,6 +7,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 std::optional<QString> textValue(const QJsonValue &value)
 {
     switch (value.type()) {
@@ -19,7 +21,7 @@ std::optional<QString> textValue(const QJsonValue &value)
                                                     : QString::number(number, 'g', QLocale::FloatingPointShortest);
     }
     case QJsonValue::Bool:
-        return value.toBool() ? QStringLiteral("1") : QStringLiteral("0");
+        return value.toBool() ? u"1"_s : u"0"_s;
     default:
         return std::nullopt;
     }

@@ -10,6 +10,8 @@
 
 namespace kelpay::sandbox {
 
+using namespace Qt::StringLiterals;
+
 /// How the client's PKCS#12 file is protected: as desktop keychains export it (RC2-40 certificates, Triple DES key,
 /// SHA-1 MAC), or with AES-256, PBKDF2 and SHA-256.
 enum class PfxFormat { Legacy, Modern };
@@ -18,11 +20,11 @@ enum class PfxFormat { Legacy, Modern };
 class Identity
 {
 public:
-    static inline const QString clientPfx = QStringLiteral("IOSNewCert.pfx");
-    static inline const QString envelopeKeyFile = QStringLiteral("envelope.key");
-    static inline const QString tlsCertificateFile = QStringLiteral("tls.crt");
-    static inline const QString tlsKeyFile = QStringLiteral("tls.key");
-    static inline const QString anchorsFile = QStringLiteral("service-anchors.pem");
+    static inline const QString clientPfx = u"IOSNewCert.pfx"_s;
+    static inline const QString envelopeKeyFile = u"envelope.key"_s;
+    static inline const QString tlsCertificateFile = u"tls.crt"_s;
+    static inline const QString tlsKeyFile = u"tls.key"_s;
+    static inline const QString anchorsFile = u"service-anchors.pem"_s;
     static constexpr const char *pfxPassword = "qwpLumaXYT@#781";
 
     /// The identity in `folder` when it is whole: every file there, keys and certificates belong together, and none

@@ -285,12 +285,12 @@ const Scenario &scenarioForCard(const QString &card)
 
 QString mobileNumberFor(int scenario)
 {
-    return mobilePrefix + u"%1"_s.arg(scenario, 4, 10, QLatin1Char('0'));
+    return mobilePrefix + u"%1"_s.arg(scenario, 4, 10, QChar(u'0'));
 }
 
 QString cardNumberFor(int scenario, const QString &issuer)
 {
-    const QString digits = issuer + magicZeros + u"%1"_s.arg(scenario, 3, 10, QLatin1Char('0'));
+    const QString digits = issuer + magicZeros + u"%1"_s.arg(scenario, 3, 10, QChar(u'0'));
     return digits + QString::number(checkDigit(digits));
 }
 

@@ -13,13 +13,15 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString onItsWay = QStringLiteral("…");
+const QString onItsWay = u"…"_s;
 
 QString text(bool answer)
 {
-    return answer ? QStringLiteral("YES") : QStringLiteral("NO");
+    return answer ? u"YES"_s : u"NO"_s;
 }
 
 QString text(const QString &value)
@@ -29,7 +31,7 @@ QString text(const QString &value)
 
 QString text(const std::optional<QString> &value)
 {
-    return value.value_or(QStringLiteral("(null)"));
+    return value.value_or(u"(null)"_s);
 }
 
 } // namespace
@@ -49,8 +51,8 @@ void DeviceReport::addFacts()
     add("bundleID", m_functions.bundleID());
     add("hardwareString", m_functions.hardwareString());
     add("deviceData", m_functions.deviceData());
-    add("uuid", text(CoreKeychain().stringForKey(QStringLiteral("uuid"))));
-    add("trace", text(UserDefaults::standard().string(QStringLiteral("trace"))));
+    add("uuid", text(CoreKeychain().stringForKey(u"uuid"_s)));
+    add("trace", text(UserDefaults::standard().string(u"trace"_s)));
     add("merchantID", text(m_functions.merchantID()));
     add("vulnerabilities", onItsWay);
     add("isSimulator", text(IntegrityCheck::isSimulator()));

@@ -21,6 +21,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool hasScreen()
@@ -40,8 +42,8 @@ void presentPaymentScreen(const std::shared_ptr<Attempt> &attempt, bool hostHadW
         attempt->abandoned();
         return;
     }
-    auto payment = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"),
-                                                                           QVariant::fromValue(attempt));
+    auto payment =
+        ViewUtils::returnStoryboard().instantiateViewController(u"PaymentView"_s, QVariant::fromValue(attempt));
     if (payment)
         ViewUtils::topMostViewController()->present(std::move(payment), true);
 }
@@ -86,7 +88,7 @@ KelPayCore &KelPayCore::sharedInstance()
 
 std::unique_ptr<KelPayCore> KelPayCore::initWithMerchantID(const QString &merchantID)
 {
-    if (!CoreKeychain().setString(merchantID, QStringLiteral("mid")))
+    if (!CoreKeychain().setString(merchantID, u"mid"_s))
         qCWarning(logStore, "the merchant identifier can't be stored, payments can't start: see the line above");
     return std::make_unique<KelPayCore>();
 }
@@ -94,7 +96,7 @@ std::unique_ptr<KelPayCore> KelPayCore::initWithMerchantID(const QString &mercha
 void KelPayCore::clearKeys()
 {
     for (const auto *entry : {"username", "panid", "exp", "password", "cvv2"})
-        CoreKeychain(QStringLiteral("kehlpehy")).deleteEntryForKey(QString::fromLatin1(entry));
+        CoreKeychain(u"kehlpehy"_s).deleteEntryForKey(QString::fromLatin1(entry));
 }
 
 void KelPayCore::setProgrammingErrorHandler(ProgrammingErrorHandler handler)
@@ -118,7 +120,7 @@ void KelPayCore::start(const std::optional<QString> &merchantID, const QString &
                        const QString &paymentParams, StatusCallback completion)
 {
     if (!hasScreen()) {
-        programmingError(QStringLiteral("a payment needs screens: create a QGuiApplication before starting one"));
+        programmingError(u"a payment needs screens: create a QGuiApplication before starting one"_s);
         return;
     }
     if (!Dispatch::isMain()) {
@@ -148,9 +150,9 @@ void KelPayCore::start(const std::optional<QString> &merchantID, const QString &
         if (silence == Attempt::Silence::Mistake)
             ProgressOverlay::dismiss();
         else
-            ProgressOverlay::settle(QStringLiteral("ارتباط با سرویس پرداخت برقرار نشد.\nپرداختی انجام نشده است."));
+            ProgressOverlay::settle(u"ارتباط با سرویس پرداخت برقرار نشد.\nپرداختی انجام نشده است."_s);
     });
-    const QString input = QStringList{msisdn, additionalData, paymentParams}.join(QLatin1StringView("||"));
+    const QString input = QStringList{msisdn, additionalData, paymentParams}.join("||"_L1);
     const auto receive = [attempt, profile = m_profile, hostHadWindow = RootViewController::hostHasWindow()](
                              bool ok, const QString &message, const QString &code) {
         if (ok) {
@@ -214,12 +216,12 @@ bool KelPayCore::settleAttempt(const QString &identifier)
 
 void KelPayCore::getInternetListWithCompletion(const ListCallback &completion)
 {
-    fetchList(QStringLiteral("/3/Internet/get"), completion);
+    fetchList(u"/3/Internet/get"_s, completion);
 }
 
 void KelPayCore::getChargeListWithCompletion(const ListCallback &completion)
 {
-    fetchList(QStringLiteral("/3/Charge/get"), completion);
+    fetchList(u"/3/Charge/get"_s, completion);
 }
 
 bool KelPayCore::ziaprod() const

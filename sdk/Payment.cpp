@@ -11,6 +11,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString nameOf(PaymentEvent::Kind kind)
@@ -44,7 +46,7 @@ void Payment::abandon()
 void Payment::start(const QString &msisdn, const QString &additionalData, const QString &paymentParams)
 {
     if (m_merchantId.isEmpty()) {
-        programmingError(QStringLiteral("a payment needs a merchant: set merchantId before starting one"));
+        programmingError(u"a payment needs a merchant: set merchantId before starting one"_s);
         return;
     }
     KelPayCore::sharedInstance().start(

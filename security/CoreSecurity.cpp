@@ -15,11 +15,13 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int lineLength = 76;
 
-const QString latestKey = QStringLiteral("latest_key");
+const QString latestKey = u"latest_key"_s;
 
 std::optional<Bytes> plainText(const Bytes &iv, const QJsonObject &request)
 try {
@@ -35,8 +37,8 @@ try {
 std::optional<Bytes> wrapped(const Bytes &key)
 {
     auto &rsa = AFRSA::sharedAFRSA();
-    const auto path = Bundle::sdk().pathForResource(QStringLiteral("IOSNewCert"), QStringLiteral("pfx"));
-    if (!rsa.keysFromPersonalInformationExchangeFile(path.value_or(QString()), QStringLiteral("qwpLumaXYT@#781")))
+    const auto path = Bundle::sdk().pathForResource(u"IOSNewCert"_s, u"pfx"_s);
+    if (!rsa.keysFromPersonalInformationExchangeFile(path.value_or(QString()), u"qwpLumaXYT@#781"_s))
         qCWarning(logSecurity,
                   "IOSNewCert.pfx is missing or can't be used, so the service will refuse the request: put the "
                   "certificate that it issued among the SDK's resources");
@@ -59,9 +61,8 @@ QString CoreSecurity::encryptRequest(const QJsonObject &request) const
     const auto rsaText = keyBlock ? base64EncodedString(*keyBlock) : std::nullopt;
     const auto aesText = cipher ? base64EncodedString(*cipher, lineLength) : std::nullopt;
 
-    const QString null = QStringLiteral("(null)");
-    return QLatin1Char('\'') % rsaText.value_or(null) % QLatin1Char('#') % aesText.value_or(null) %
-           QLatin1String("\n'");
+    const QString null = u"(null)"_s;
+    return u'\'' % rsaText.value_or(null) % u'#' % aesText.value_or(null) % "\n'"_L1;
 }
 
 std::optional<Bytes> CoreSecurity::decryptRequest(const QString &text) const

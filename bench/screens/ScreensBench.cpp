@@ -25,12 +25,14 @@
 #include <chrono>
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 using namespace kelpay;
 
 namespace {
 
-const QString screenOption = QStringLiteral("--screen");
-const QString emptyOption = QStringLiteral("--empty");
+const QString screenOption = u"--screen"_s;
+const QString emptyOption = u"--empty"_s;
 
 struct Sample
 {
@@ -40,7 +42,7 @@ struct Sample
 
 double residentMebibytes()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QByteArray text = status.readAll();
@@ -56,8 +58,8 @@ void awaitFrame(QQuickWindow &window)
 
 void showEmptyWindow(QQmlApplicationEngine &engine)
 {
-    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/ScreensBench/EmptyWindow.qml")));
+    engine.addImportPath(u"qrc:/qt/qml"_s);
+    engine.load(QUrl(u"qrc:/qt/qml/ScreensBench/EmptyWindow.qml"_s));
     awaitFrame(*qobject_cast<QQuickWindow *>(engine.rootObjects().constFirst()));
 }
 
@@ -70,19 +72,17 @@ int measureOne(bool isScreen)
         warm.show();
         awaitFrame(warm);
     }
-    const QJsonObject rd{{QStringLiteral("amn"), QStringLiteral("1250000")},
-                         {QStringLiteral("ta"), QStringLiteral("NA")},
-                         {QStringLiteral("mn"), QStringLiteral("فروشگاه نمونه")},
-                         {QStringLiteral("ttl"), QStringLiteral("خرید")},
-                         {QStringLiteral("wb"), QStringLiteral("NA")}};
-    UserDefaults::standard().setData(QStringLiteral("tkn"),
-                                     BaseClass::modelObject(QJsonObject{{QStringLiteral("rd"), rd}}).archived());
+    const QJsonObject rd{{u"amn"_s, u"1250000"_s},
+                         {u"ta"_s, u"NA"_s},
+                         {u"mn"_s, u"فروشگاه نمونه"_s},
+                         {u"ttl"_s, u"خرید"_s},
+                         {u"wb"_s, u"NA"_s}};
+    UserDefaults::standard().setData(u"tkn"_s, BaseClass::modelObject(QJsonObject{{u"rd"_s, rd}}).archived());
 
     QElapsedTimer timer;
     timer.start();
     if (isScreen) {
-        RootViewController::shared().present(
-            Storyboard::main().instantiateViewController(QStringLiteral("PaymentView")), false);
+        RootViewController::shared().present(Storyboard::main().instantiateViewController(u"PaymentView"_s), false);
         const QWindowList windows = QGuiApplication::topLevelWindows();
         awaitFrame(*qobject_cast<QQuickWindow *>(windows.constLast()));
     } else {
@@ -99,7 +99,7 @@ Sample runOne(const QString &option, const QString &state)
 {
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_DATA_HOME"), state);
+    environment.insert(u"XDG_DATA_HOME"_s, state);
     process.setProcessEnvironment(environment);
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     process.start(QCoreApplication::applicationFilePath(), {option});
@@ -139,16 +139,15 @@ bool benchFirstFrame()
     const bool isMeasured = ours > 0 && theirs > 0;
     const bool isFast = printLine(
         isMeasured && ours <= 1.3 * theirs,
-        qPrintable(QStringLiteral(
-                       "first frame of the payment screen / empty window     %1 ms against %2 ms: %3 times, reach 1.30")
+        qPrintable(u"first frame of the payment screen / empty window     %1 ms against %2 ms: %3 times, reach 1.30"_s
                        .arg(ours, 8, 'f', 2)
                        .arg(theirs, 8, 'f', 2)
                        .arg(ours / theirs, 5, 'f', 2)));
-    const bool isSmall = printLine(
-        isMeasured && more <= 8,
-        qPrintable(QStringLiteral("memory over the empty window                         %1 MiB over %2 MiB, reach 8")
-                       .arg(more, 8, 'f', 2)
-                       .arg(median(emptyMemory), 0, 'f', 1)));
+    const bool isSmall =
+        printLine(isMeasured && more <= 8,
+                  qPrintable(u"memory over the empty window                         %1 MiB over %2 MiB, reach 8"_s
+                                 .arg(more, 8, 'f', 2)
+                                 .arg(median(emptyMemory), 0, 'f', 1)));
     return isFast && isSmall;
 }
 
@@ -157,17 +156,17 @@ double keystroke(int entries)
 {
     QString rules;
     for (int entry = 0; entry < entries; ++entry)
-        rules += QStringLiteral("%1;59;0;5000000000|").arg(900000 + entry % 90000);
+        rules += u"%1;59;0;5000000000|"_s.arg(900000 + entry % 90000);
     CardForm form;
     // Listed, and out of its range: every look-up runs.
-    rules += QStringLiteral("603799;5;0;10|603799;59;0;20|");
-    form.setTerms({QStringLiteral("T1"), rules, QStringLiteral("1250000")});
-    form.setCardNumber(QStringLiteral("60379912"));
+    rules += u"603799;5;0;10|603799;59;0;20|"_s;
+    form.setTerms({u"T1"_s, rules, u"1250000"_s});
+    form.setCardNumber(u"60379912"_s);
     double fastest = 1e9;
     for (int round = 0; round < 200; ++round) {
         QElapsedTimer timer;
         timer.start();
-        form.acceptsText(CardForm::CardNumber, QStringLiteral("603799123"));
+        form.acceptsText(CardForm::CardNumber, u"603799123"_s);
         fastest = std::min(fastest, static_cast<double>(timer.nsecsElapsed()) / 1e3);
     }
     return fastest;
@@ -177,14 +176,11 @@ bool benchKeystroke()
 {
     const double few = keystroke(1'000);
     const double many = keystroke(10'000);
-    return printLine(
-        many < 1'000 && many < 13 * few,
-        qPrintable(
-            QStringLiteral("a key in the card number, 10,000 rules / 1,000        %1 us against %2 us: %3 times, "
-                           "reach 1,000 us and 13 times")
-                .arg(many, 8, 'f', 1)
-                .arg(few, 8, 'f', 1)
-                .arg(many / few, 5, 'f', 1)));
+    return printLine(many < 1'000 && many < 13 * few,
+                     qPrintable(u"a key in the card number, 10,000 rules / 1,000        %1 us against %2 us: %3 times, "
+                                u"reach 1,000 us and 13 times"_s.arg(many, 8, 'f', 1)
+                                    .arg(few, 8, 'f', 1)
+                                    .arg(many / few, 5, 'f', 1)));
 }
 
 } // namespace
@@ -194,8 +190,8 @@ int main(int argc, char **argv)
     for (const auto &[name, value] : {std::pair("QT_QPA_PLATFORM", "offscreen"), {"QT_QUICK_BACKEND", "software"}})
         qputenv(name, value);
     QGuiApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("screens_bench"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("bench.kelpay.example"));
+    QCoreApplication::setApplicationName(u"screens_bench"_s);
+    QCoreApplication::setOrganizationDomain(u"bench.kelpay.example"_s);
     loadFonts();
     const QStringList arguments = application.arguments();
     if (arguments.contains(screenOption) || arguments.contains(emptyOption))

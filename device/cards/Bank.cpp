@@ -5,6 +5,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 struct Row
@@ -25,7 +27,7 @@ Bank Bank::issuerOf(const QString &cardNumber)
     const QString prefix = cardNumber.left(6);
     const auto *const found =
         std::find_if(table.begin(), table.end(), [&](const Row &row) { return row.prefix == prefix; });
-    return {prefix, found == table.end() ? QString() : found->name.toString(), prefix + QStringLiteral(".png")};
+    return {prefix, found == table.end() ? QString() : found->name.toString(), prefix + u".png"_s};
 }
 
 } // namespace kelpay

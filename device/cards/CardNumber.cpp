@@ -7,6 +7,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 bool CardNumber::isValid(const QString &number)
 {
     if (number.size() < 16)
@@ -24,7 +26,7 @@ bool CardNumber::isValid(const QString &number)
 
 bool CardNumber::isMasked(const QString &number)
 {
-    return number.contains(QLatin1String("***"));
+    return number.contains("***"_L1);
 }
 
 QString CardNumber::masked(const QString &number)

@@ -53,7 +53,7 @@ int intValue(const QString &text)
 
 bool isInRange(const QString &policy, int amount)
 {
-    const QStringList bounds = policy.split(QLatin1Char(';'));
+    const QStringList bounds = policy.split(u';');
     return intValue(fieldAt(bounds, 0)) <= amount && amount <= intValue(fieldAt(bounds, 1));
 }
 

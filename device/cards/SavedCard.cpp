@@ -8,6 +8,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::size_t most = 100; // no payer picks from more, and each is a row of the list
@@ -16,16 +18,16 @@ constexpr std::size_t most = 100; // no payer picks from more, and each is a row
 
 std::vector<SavedCard> SavedCard::fromList(const QString &pl)
 {
-    QStringList entries = pl.split(QLatin1Char(';'));
+    QStringList entries = pl.split(u';');
     entries.removeLast();
     std::vector<SavedCard> cards;
     qsizetype malformed = 0;
     for (const QString &entry : std::as_const(entries)) {
-        const QStringList fields = entry.split(QLatin1Char('.'));
+        const QStringList fields = entry.split(u'.');
         if (fields.size() < 4)
             ++malformed;
         else if (cards.size() < most)
-            cards.push_back({fields[0], fields[1] == QLatin1String("d"), fields[2], fields[3]});
+            cards.push_back({fields[0], fields[1] == "d"_L1, fields[2], fields[3]});
     }
     if (malformed > 0)
         qCWarning(logDevice, "%lld saved cards have fewer than four fields and are left out", qint64(malformed));
@@ -42,7 +44,7 @@ const SavedCard *SavedCard::defaultOf(const std::vector<SavedCard> &cards)
 
 QString SavedCard::slashed(const QString &expiry)
 {
-    return expiry.size() < 2 ? expiry : QString(expiry).insert(2, QLatin1Char('/'));
+    return expiry.size() < 2 ? expiry : QString(expiry).insert(2, u'/');
 }
 
 } // namespace kelpay

@@ -6,17 +6,19 @@
 #include <QGuiApplication>
 #include <QTextStream>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char **argv)
 {
     QGuiApplication application(argc, argv);
-    QGuiApplication::setApplicationName(QStringLiteral("kelpay-minimal"));
-    QGuiApplication::setOrganizationDomain(QStringLiteral("example.org"));
-    QGuiApplication::setApplicationVersion(QStringLiteral("1.0"));
+    QGuiApplication::setApplicationName(u"kelpay-minimal"_s);
+    QGuiApplication::setOrganizationDomain(u"example.org"_s);
+    QGuiApplication::setApplicationVersion(u"1.0"_s);
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
-    kelpay::KelPayCore::initWithMerchantID(QStringLiteral("1001"));
+    kelpay::KelPayCore::initWithMerchantID(u"1001"_s);
     kelpay::KelPayCore::sharedInstance().startPaymentWithMSISDN(
-        QStringLiteral("09120000000"), QStringLiteral("order 17"), QStringLiteral("724|150000|Books"),
+        u"09120000000"_s, u"order 17"_s, u"724|150000|Books"_s,
         [&](bool success, const QString &code, const QString &description, const QString &reference, const QString &) {
             QTextStream(stdout) << (success ? "paid, tracking number " + reference : code + ": " + description)
                                 << Qt::endl;

@@ -8,18 +8,20 @@
 #include <QQuickItem>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using namespace std::chrono_literals;
 
-const auto shopPayButton = QStringLiteral("shopPayButton");
-const auto alertButton = QStringLiteral("alertButton");
-const auto cardField = QStringLiteral("cardNumberTextField");
-const auto pinField = QStringLiteral("passwordTextField");
-const auto cvvField = QStringLiteral("cvvTwoTextField");
-const auto expiryField = QStringLiteral("expirationDateTextField");
-const auto payButton = QStringLiteral("payButton");
-const auto doneButton = QStringLiteral("doneButton");
+const auto shopPayButton = u"shopPayButton"_s;
+const auto alertButton = u"alertButton"_s;
+const auto cardField = u"cardNumberTextField"_s;
+const auto pinField = u"passwordTextField"_s;
+const auto cvvField = u"cvvTwoTextField"_s;
+const auto expiryField = u"expirationDateTextField"_s;
+const auto payButton = u"payButton"_s;
+const auto doneButton = u"doneButton"_s;
 
 } // namespace
 
@@ -29,11 +31,11 @@ Driver::Driver(const ShopOptions &options, Session *session, QObject *parent)
     connect(session, &Session::finished, this,
             [this](bool success, const QString &code, const QString &description, const QString &reference,
                    const QString &merchantReference) {
-                receive({{QStringLiteral("success"), success},
-                         {QStringLiteral("code"), code},
-                         {QStringLiteral("description"), description},
-                         {QStringLiteral("reference"), reference},
-                         {QStringLiteral("merchantReference"), merchantReference}});
+                receive({{u"success"_s, success},
+                         {u"code"_s, code},
+                         {u"description"_s, description},
+                         {u"reference"_s, reference},
+                         {u"merchantReference"_s, merchantReference}});
             });
     m_glance.setInterval(40ms);
     connect(&m_glance, &QTimer::timeout, this, &Driver::look);
@@ -80,7 +82,7 @@ bool Driver::take(Step step)
     case Step::Buy:
         if (!stands(shopPayButton))
             return false;
-        shoot(QStringLiteral("shop"));
+        shoot(u"shop"_s);
         return m_hands.press(shopPayButton);
     case Step::AnswerWallet:
         return answerWallet();
@@ -91,7 +93,7 @@ bool Driver::take(Step step)
     case Step::Fill:
         return fill();
     case Step::Pay:
-        shoot(QStringLiteral("payment-filled"));
+        shoot(u"payment-filled"_s);
         return m_hands.press(payButton);
     case Step::Close:
         return close();
@@ -106,18 +108,18 @@ bool Driver::answerWallet()
     if (Screen::isReady(alertButton)) {
         if (!stands(alertButton))
             return false;
-        shoot(QStringLiteral("wallet"));
+        shoot(u"wallet"_s);
         if (m_options.idle) {
             m_step = Step::Watch;
             return true;
         }
         if (m_options.wallet)
             m_step = Step::Close;
-        return m_hands.press(m_options.wallet ? alertButton : QStringLiteral("alertCancelButton"));
+        return m_hands.press(m_options.wallet ? alertButton : u"alertCancelButton"_s);
     }
-    if (!stands(QStringLiteral("cancelButton")))
+    if (!stands(u"cancelButton"_s))
         return false;
-    shoot(QStringLiteral("payment"));
+    shoot(u"payment"_s);
     return true;
 }
 
@@ -131,30 +133,30 @@ bool Driver::verify()
         m_step = Step::Fill;
         return true;
     }
-    return stands(QStringLiteral("verifyButton")) && m_hands.press(QStringLiteral("verifyButton"));
+    return stands(u"verifyButton"_s) && m_hands.press(u"verifyButton"_s);
 }
 
 /// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
 bool Driver::leavePage()
 {
-    if (Screen::isReady(QStringLiteral("banner"))) {
-        if (!stands(QStringLiteral("banner")))
+    if (Screen::isReady(u"banner"_s)) {
+        if (!stands(u"banner"_s))
             return false;
-        shoot(QStringLiteral("banner"));
+        shoot(u"banner"_s);
         m_step = Step::Watch;
         return true;
     }
-    if (!stands(QStringLiteral("backButton")))
+    if (!stands(u"backButton"_s))
         return false;
-    shoot(QStringLiteral("verification"));
-    return m_hands.press(QStringLiteral("backButton"));
+    shoot(u"verification"_s);
+    return m_hands.press(u"backButton"_s);
 }
 
 bool Driver::fill()
 {
     if (m_options.cancel) {
         m_step = Step::Watch;
-        return m_hands.press(QStringLiteral("cancelButton"));
+        return m_hands.press(u"cancelButton"_s);
     }
     if (!stands(payButton))
         return false;
@@ -183,25 +185,25 @@ void Driver::pickSavedCard()
 {
     m_hands.focus(cardField);
     QTest::qWait(300);
-    m_hands.press(QStringLiteral("savedCardsButton"));
+    m_hands.press(u"savedCardsButton"_s);
     QTest::qWait(600);
-    shoot(QStringLiteral("saved-cards"));
+    shoot(u"saved-cards"_s);
     m_hands.pick(*m_options.savedRow);
     QTest::qWait(300);
 }
 
 void Driver::pickExpiry()
 {
-    const QQuickItem *shown = Screen::find(QStringLiteral("expirationDateText"));
+    const QQuickItem *shown = Screen::find(u"expirationDateText"_s);
     if (m_options.expiry.isEmpty() || (shown && !shown->property("text").toString().isEmpty()))
         return;
     m_hands.press(expiryField);
     QTest::qWait(600);
-    const QStringList parts = m_options.expiry.split(QLatin1Char('/'));
-    turnTo(QStringLiteral("yearTumbler"), parts[0]);
-    turnTo(QStringLiteral("monthTumbler"), parts[1]);
-    shoot(QStringLiteral("expiry"));
-    m_hands.press(QStringLiteral("expiryDoneButton"));
+    const QStringList parts = m_options.expiry.split(u'/');
+    turnTo(u"yearTumbler"_s, parts[0]);
+    turnTo(u"monthTumbler"_s, parts[1]);
+    shoot(u"expiry"_s);
+    m_hands.press(u"expiryDoneButton"_s);
     QTest::qWait(300);
 }
 
@@ -225,7 +227,7 @@ bool Driver::close()
 {
     if (!stands(doneButton))
         return false;
-    shoot(QStringLiteral("receipt"));
+    shoot(u"receipt"_s);
     return m_hands.press(doneButton);
 }
 
@@ -244,9 +246,9 @@ void Driver::receive(const JsonLine &outcome)
 void Driver::finish()
 {
     m_glance.stop();
-    shoot(m_outcomes > 0 ? QStringLiteral("outcome") : QStringLiteral("no-outcome"));
+    shoot(m_outcomes > 0 ? u"outcome"_s : u"no-outcome"_s);
     if (m_outcomes == 0)
-        printLine({{QStringLiteral("outcome"), QStringLiteral("none")}});
+        printLine({{u"outcome"_s, u"none"_s}});
     QCoreApplication::exit(m_outcomes == 0 ? 3 : m_outcomes == 1 ? 0 : 4);
 }
 
@@ -254,8 +256,7 @@ void Driver::shoot(const QString &name)
 {
     if (m_options.screenshots.isEmpty())
         return;
-    const QString path =
-        QStringLiteral("%1/%2-%3.png").arg(m_options.screenshots).arg(++m_pictures, 2, 10, QLatin1Char('0')).arg(name);
+    const QString path = u"%1/%2-%3.png"_s.arg(m_options.screenshots).arg(++m_pictures, 2, 10, QChar(u'0')).arg(name);
     if (!Screen::save(path))
         qWarning("%s can't be saved: check that the folder can be written", qPrintable(path));
 }

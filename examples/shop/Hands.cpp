@@ -15,11 +15,13 @@
 #include <memory>
 #include <vector>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QString rowName(int row)
 {
-    return QStringLiteral("panRow%1").arg(row);
+    return u"panRow%1"_s.arg(row);
 }
 
 class Pointer : public Hands
@@ -52,7 +54,7 @@ public:
                           "    y: active ? place.height - height : place.height }",
                           {});
         m_panel.reset(qobject_cast<QQuickItem *>(component.createWithInitialProperties(
-            {{QStringLiteral("place"), QVariant::fromValue(Screen::window()->contentItem())}})));
+            {{u"place"_s, QVariant::fromValue(Screen::window()->contentItem())}})));
         if (!m_panel)
             qWarning("no on-screen keyboard: %s", qPrintable(component.errorString()));
     }
@@ -151,12 +153,12 @@ class ScreenReader : public Hands
     static QString spokenName(const QString &name)
     {
         static const QMap<QString, QString> fields{
-            {QStringLiteral("cardNumberTextField"), QStringLiteral("شماره کارت")},
-            {QStringLiteral("passwordTextField"), QStringLiteral("رمز دوم")},
-            {QStringLiteral("cvvTwoTextField"), QStringLiteral("CVV2")},
-            {QStringLiteral("expirationDateTextField"), QStringLiteral("تاریخ انقضا")},
-            {QStringLiteral("yearTumbler"), QStringLiteral("سال")},
-            {QStringLiteral("monthTumbler"), QStringLiteral("ماه")},
+            {u"cardNumberTextField"_s, u"شماره کارت"_s},
+            {u"passwordTextField"_s, u"رمز دوم"_s},
+            {u"cvvTwoTextField"_s, u"CVV2"_s},
+            {u"expirationDateTextField"_s, u"تاریخ انقضا"_s},
+            {u"yearTumbler"_s, u"سال"_s},
+            {u"monthTumbler"_s, u"ماه"_s},
         };
         QQuickItem *item = Screen::find(name);
         if (!item || fields.contains(name))
@@ -210,20 +212,20 @@ void Hands::pick(int row)
 
 Hands &Hands::of(const QString &kind)
 {
-    if (kind == QStringLiteral("touch")) {
+    if (kind == u"touch"_s) {
         static Pointer finger(Screen::Touch::Finger);
         return finger;
     }
-    if (kind == QStringLiteral("on-screen")) {
+    if (kind == u"on-screen"_s) {
         static OnScreen onScreen;
         return onScreen;
     }
     static Pointer pointer(Screen::Touch::Mouse);
     static Keyboard keyboard;
     static ScreenReader screenReader;
-    if (kind == QStringLiteral("keyboard"))
+    if (kind == u"keyboard"_s)
         return keyboard;
-    if (kind == QStringLiteral("accessibility")) {
+    if (kind == u"accessibility"_s) {
         QAccessible::setActive(true); // as the arrival of a screen reader does
         return screenReader;
     }

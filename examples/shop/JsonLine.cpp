@@ -5,13 +5,15 @@
 #include <QStringList>
 #include <QTextStream>
 
+using namespace Qt::StringLiterals;
+
 void printLine(const JsonLine &line)
 {
     QStringList members;
     for (const auto &[name, value] : line) {
         QByteArray text = QJsonDocument(QJsonArray{value}).toJson(QJsonDocument::Compact);
         text = text.sliced(1, text.size() - 2);
-        members << QStringLiteral("\"%1\":%2").arg(name, QString::fromUtf8(text));
+        members << u"\"%1\":%2"_s.arg(name, QString::fromUtf8(text));
     }
-    QTextStream(stdout) << QLatin1Char('{') << members.join(QLatin1Char(',')) << QLatin1Char('}') << Qt::endl;
+    QTextStream(stdout) << u'{' << members.join(u',') << u'}' << Qt::endl;
 }

@@ -24,7 +24,7 @@ public:
         target = value(name);
         const auto whole = QRegularExpression::anchoredPattern(QString::fromLatin1(pattern ? pattern : ".*"));
         if (!QRegularExpression(whole).match(target).hasMatch())
-            fail(QStringLiteral("--%1 takes %2").arg(QString::fromLatin1(name), QString::fromLatin1(shape)));
+            fail(u"--%1 takes %2"_s.arg(QString::fromLatin1(name), QString::fromLatin1(shape)));
     }
 
     template <class Number> void number(const char *name, Number &target, Number minimum, const char *shape)
@@ -35,7 +35,7 @@ public:
         const double read = value(name).toDouble(&ok);
         target = static_cast<Number>(read);
         if (!ok || static_cast<double>(target) != read || target < minimum)
-            fail(QStringLiteral("--%1 takes %2").arg(QString::fromLatin1(name), QString::fromLatin1(shape)));
+            fail(u"--%1 takes %2"_s.arg(QString::fromLatin1(name), QString::fromLatin1(shape)));
     }
 
     void fail(const QString &message)
@@ -54,7 +54,7 @@ void describe(QCommandLineParser &parser)
     const auto option = [&](const char *name, const char *text, const char *value = "") {
         parser.addOption({QString::fromLatin1(name), QString::fromLatin1(text), QString::fromLatin1(value)});
     };
-    parser.setApplicationDescription(QStringLiteral("A shop that pays with KelPay."));
+    parser.setApplicationDescription(u"A shop that pays with KelPay."_s);
     parser.addHelpOption();
     option("merchant", "Merchant identifier.", "ID");
     option("msisdn", "The payer's mobile number; the sandbox's magic numbers are in docs/sandbox.md.", "N");
@@ -96,7 +96,7 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
         error = parser.errorText();
         return std::nullopt;
     }
-    if (parser.isSet(QStringLiteral("help"))) {
+    if (parser.isSet(u"help"_s)) {
         QTextStream(stderr) << parser.helpText();
         return std::nullopt;
     }
@@ -104,7 +104,7 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
     ShopOptions options;
     Reader reader(parser, error);
     if (!parser.positionalArguments().isEmpty())
-        reader.fail(QStringLiteral("\"%1\" is no option").arg(parser.positionalArguments().first()));
+        reader.fail(u"\"%1\" is no option"_s.arg(parser.positionalArguments().first()));
     reader.text("merchant", options.merchant);
     reader.text("msisdn", options.msisdn);
     reader.text("additional", options.additional);
@@ -119,7 +119,7 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
     QString size;
     reader.text("size", size, "[1-9][0-9]{2,3}x[1-9][0-9]{2,3}", "WxH, for example 320x568");
     if (!size.isEmpty())
-        options.size = {size.section(QLatin1Char('x'), 0, 0).toInt(), size.section(QLatin1Char('x'), 1).toInt()};
+        options.size = {size.section(u'x', 0, 0).toInt(), size.section(u'x', 1).toInt()};
     reader.number("timeout", options.timeoutSeconds, 1, "a number of seconds, 1 or more");
     if (reader.isSet("params"))
         options.params = reader.value("params");
@@ -139,6 +139,8 @@ std::optional<ShopOptions> ShopOptions::parse(const QStringList &arguments, QStr
     options.simulator = reader.isSet("simulator");
     reader.number("clock-rate", options.clockRate, 0.001, "a number above 0");
 #endif
+
+    using namespace Qt::StringLiterals;
     options.ziaprod = reader.isSet("ziaprod");
     options.wallet = reader.isSet("wallet");
     options.cancel = reader.isSet("cancel");

@@ -6,30 +6,32 @@
 
 #include <optional>
 
+using namespace Qt::StringLiterals;
+
 /// The command line of kelpay-shop, with a working default for everything.
 struct ShopOptions
 {
-    QString merchant = QStringLiteral("1001");
-    QString msisdn = QStringLiteral("09120000000");
-    QString additional = QStringLiteral("سفارش ۱۷");
+    QString merchant = u"1001"_s;
+    QString msisdn = u"09120000000"_s;
+    QString additional = u"سفارش ۱۷"_s;
     std::optional<QString> params; ///< The basket's, when absent.
     int timeoutSeconds = 60;
     QString bid;
     bool ziaprod = false;
 
     bool automatic = false;
-    QString card = QStringLiteral("6037991234567893");
-    QString pin = QStringLiteral("12345");
-    QString cvv2 = QStringLiteral("123");
-    QString expiry = QStringLiteral("05/09");
+    QString card = u"6037991234567893"_s;
+    QString pin = u"12345"_s;
+    QString cvv2 = u"123"_s;
+    QString expiry = u"05/09"_s;
     std::optional<int> savedRow; ///< A row of the saved-card picker, whose heading is row 0.
     bool wallet = false;
     bool cancel = false;
     bool verify = false;
     bool idle = false;
     QString screenshots;
-    QString input = QStringLiteral("pointer"); ///< How --auto reaches things; see Hands.
-    QSize size;                                ///< The window's, where given.
+    QString input = u"pointer"_s; ///< How --auto reaches things; see Hands.
+    QSize size;                   ///< The window's, where given.
 
     bool simulator = false;
     double clockRate = 1;

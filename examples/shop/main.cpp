@@ -24,8 +24,8 @@ namespace {
 
 void identify()
 {
-    QCoreApplication::setApplicationName(QStringLiteral("kelpay-shop"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("example.org"));
+    QCoreApplication::setApplicationName(u"kelpay-shop"_s);
+    QCoreApplication::setOrganizationDomain(u"example.org"_s);
     QCoreApplication::setApplicationVersion(QStringLiteral(KELPAY_SHOP_VERSION));
 }
 
@@ -35,10 +35,10 @@ int printList(int &argc, char **argv, const QString &list)
     const QCoreApplication application(argc, argv);
     identify();
     const auto print = [](bool ok, const QVariant &items) {
-        printLine({{QStringLiteral("ok"), ok}, {QStringLiteral("list"), QJsonValue::fromVariant(items)}});
+        printLine({{u"ok"_s, ok}, {u"list"_s, QJsonValue::fromVariant(items)}});
     };
     auto &core = kelpay::KelPayCore::sharedInstance();
-    if (list == QStringLiteral("internet"))
+    if (list == u"internet"_s)
         core.getInternetListWithCompletion(print);
     else
         core.getChargeListWithCompletion(print);
@@ -48,11 +48,11 @@ int printList(int &argc, char **argv, const QString &list)
 JsonLine lineOf(const kelpay::UnsettledAttempt &attempt)
 {
     const auto time = [](const QDateTime &when) { return when.toUTC().toString(Qt::ISODateWithMs); };
-    return {{QStringLiteral("identifier"), attempt.identifier},     {QStringLiteral("merchant"), attempt.merchantID},
-            {QStringLiteral("additional"), attempt.additionalData}, {QStringLiteral("amount"), attempt.amount},
-            {QStringLiteral("begun"), time(attempt.begun)},         {QStringLiteral("sent"), time(attempt.sent)},
-            {QStringLiteral("answered"), time(attempt.answered)},   {QStringLiteral("code"), attempt.code},
-            {QStringLiteral("reportedCode"), attempt.reportedCode}};
+    return {{u"identifier"_s, attempt.identifier},     {u"merchant"_s, attempt.merchantID},
+            {u"additional"_s, attempt.additionalData}, {u"amount"_s, attempt.amount},
+            {u"begun"_s, time(attempt.begun)},         {u"sent"_s, time(attempt.sent)},
+            {u"answered"_s, time(attempt.answered)},   {u"code"_s, attempt.code},
+            {u"reportedCode"_s, attempt.reportedCode}};
 }
 
 /// What a shop asks its service about before it sells again. Needs no screen.
@@ -97,7 +97,7 @@ void printDevice(const Session &session, const ShopOptions &options)
                 line.append({names[fact], values[fact]});
             printLine(line);
             if (!options.screenshots.isEmpty() && QDir().mkpath(options.screenshots))
-                Screen::save(options.screenshots + QStringLiteral("/about.png"));
+                Screen::save(options.screenshots + u"/about.png"_s);
             QCoreApplication::quit();
         },
         Qt::SingleShotConnection);
@@ -118,9 +118,9 @@ int runShop(const ShopOptions &options)
         printDevice(session, options);
 
     QQmlApplicationEngine engine;
-    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
-    engine.setInitialProperties({{QStringLiteral("session"), QVariant::fromValue(&session)}});
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Shop/Main.qml")));
+    engine.addImportPath(u"qrc:/qt/qml"_s);
+    engine.setInitialProperties({{u"session"_s, QVariant::fromValue(&session)}});
+    engine.load(QUrl(u"qrc:/qt/qml/Shop/Main.qml"_s));
     if (engine.rootObjects().isEmpty())
         return 1;
 
@@ -156,6 +156,8 @@ int main(int argc, char **argv)
 #ifdef KELPAY_SHOP_WEBVIEW
     QtWebView::initialize();
 #endif
+
+    using namespace Qt::StringLiterals;
     QGuiApplication application(argc, argv);
     identify();
     return runShop(*options);

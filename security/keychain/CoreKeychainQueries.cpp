@@ -7,6 +7,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr int userPresence = 1;
@@ -40,7 +42,7 @@ constexpr std::array statusTexts{
 
 } // namespace
 
-const QString CoreKeychain::ErrorDomain = QStringLiteral("dev.kel.KelPay.CoreKeychain");
+const QString CoreKeychain::ErrorDomain = u"dev.kel.KelPay.CoreKeychain"_s;
 
 QString CoreKeychain::stringForSecStatus(int status)
 {
@@ -49,27 +51,26 @@ QString CoreKeychain::stringForSecStatus(int status)
         if (known.status == status)
             return QCoreApplication::translate(table, known.text);
     }
-    return QCoreApplication::translate(table, "Unknown error code %d")
-        .replace(QLatin1String("%d"), QString::number(status));
+    return QCoreApplication::translate(table, "Unknown error code %d").replace("%d"_L1, QString::number(status));
 }
 
 QString CoreKeychain::accessibility() const
 {
     switch (m_accessibility) {
     case 0:
-        return QStringLiteral("kSecAttrAccessibleWhenUnlocked");
+        return u"kSecAttrAccessibleWhenUnlocked"_s;
     case 1:
-        return QStringLiteral("kSecAttrAccessibleAfterFirstUnlock");
+        return u"kSecAttrAccessibleAfterFirstUnlock"_s;
     case 2:
-        return QStringLiteral("kSecAttrAccessibleAlways");
+        return u"kSecAttrAccessibleAlways"_s;
     case 3:
-        return QStringLiteral("kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly");
+        return u"kSecAttrAccessibleWhenPasscodeSetThisDeviceOnly"_s;
     case 5:
-        return QStringLiteral("kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly");
+        return u"kSecAttrAccessibleAfterFirstUnlockThisDeviceOnly"_s;
     case 6:
-        return QStringLiteral("kSecAttrAccessibleAlwaysThisDeviceOnly");
+        return u"kSecAttrAccessibleAlwaysThisDeviceOnly"_s;
     default:
-        return QStringLiteral("kSecAttrAccessibleWhenUnlockedThisDeviceOnly");
+        return u"kSecAttrAccessibleWhenUnlockedThisDeviceOnly"_s;
     }
 }
 
@@ -122,8 +123,7 @@ QVariantMap CoreKeychain::queryNewKey(const QString &key, const std::optional<By
     if (value)
         query.insert(SecAttribute::ValueData, QVariant::fromValue(*value));
     if (m_useAccessControl) {
-        const QVariantMap control{{QStringLiteral("protection"), accessibility()},
-                                  {QStringLiteral("flags"), userPresence}};
+        const QVariantMap control{{u"protection"_s, accessibility()}, {u"flags"_s, userPresence}};
         query.insert(SecAttribute::AccessControl, control);
         query.insert(SecAttribute::UseNoAuthenticationUI, true);
     } else {

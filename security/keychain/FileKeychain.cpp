@@ -13,6 +13,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // "part" is the access group: GROUP is a word of SQL.
@@ -84,8 +86,7 @@ SqliteStore *FileKeychain::store()
     if (m_folder.isEmpty())
         m_folder = stateFolder().value_or(QString());
     if (!m_store && !m_folder.isEmpty())
-        m_store.emplace(m_folder + QStringLiteral("/keychain.sqlite"), SqliteStore::Durability::SurvivesPowerLoss,
-                        schema);
+        m_store.emplace(m_folder + u"/keychain.sqlite"_s, SqliteStore::Durability::SurvivesPowerLoss, schema);
     return m_store ? &*m_store : nullptr;
 }
 
@@ -103,7 +104,7 @@ template <class Operation> int FileKeychain::write(Operation operation)
 
 QString FileKeychain::keyPath() const
 {
-    return m_folder + QStringLiteral("/keychain.key");
+    return m_folder + u"/keychain.key"_s;
 }
 
 int FileKeychain::insert(SqliteDatabase &database, const KeychainItem &item) const

@@ -6,36 +6,38 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 // The keychain's calls as the platform words them: queries and attributes are maps keyed by attribute names, results
 // are status codes. They stand on KeychainStore. Any thread.
 
 /// Names of attributes and of their fixed values.
 namespace SecAttribute {
-inline const QString Class = QStringLiteral("kSecClass");
-inline const QString ClassGenericPassword = QStringLiteral("kSecClassGenericPassword");
-inline const QString ClassKey = QStringLiteral("kSecClassKey");
-inline const QString Service = QStringLiteral("kSecAttrService");
-inline const QString AccessGroup = QStringLiteral("kSecAttrAccessGroup");
-inline const QString Account = QStringLiteral("kSecAttrAccount");
-inline const QString Accessible = QStringLiteral("kSecAttrAccessible");
-inline const QString AccessControl = QStringLiteral("kSecAttrAccessControl");
-inline const QString ValueData = QStringLiteral("kSecValueData");
-inline const QString ReturnData = QStringLiteral("kSecReturnData");
-inline const QString ReturnAttributes = QStringLiteral("kSecReturnAttributes");
-inline const QString ReturnRef = QStringLiteral("kSecReturnRef");
-inline const QString MatchLimit = QStringLiteral("kSecMatchLimit");
-inline const QString MatchLimitOne = QStringLiteral("kSecMatchLimitOne");
-inline const QString MatchLimitAll = QStringLiteral("kSecMatchLimitAll");
-inline const QString UseOperationPrompt = QStringLiteral("kSecUseOperationPrompt");
-inline const QString UseNoAuthenticationUI = QStringLiteral("kSecUseNoAuthenticationUI");
-inline const QString ApplicationTag = QStringLiteral("kSecAttrApplicationTag");
-inline const QString Type = QStringLiteral("kSecAttrType");
-inline const QString KeyType = QStringLiteral("kSecAttrKeyType");
-inline const QString KeyTypeRSA = QStringLiteral("kSecAttrKeyTypeRSA");
-inline const QString KeyClass = QStringLiteral("kSecAttrKeyClass");
-inline const QString KeyClassPublic = QStringLiteral("kSecAttrKeyClassPublic");
-inline const QString KeyClassPrivate = QStringLiteral("kSecAttrKeyClassPrivate");
-inline const QString KeySizeInBits = QStringLiteral("kSecAttrKeySizeInBits");
+inline const QString Class = u"kSecClass"_s;
+inline const QString ClassGenericPassword = u"kSecClassGenericPassword"_s;
+inline const QString ClassKey = u"kSecClassKey"_s;
+inline const QString Service = u"kSecAttrService"_s;
+inline const QString AccessGroup = u"kSecAttrAccessGroup"_s;
+inline const QString Account = u"kSecAttrAccount"_s;
+inline const QString Accessible = u"kSecAttrAccessible"_s;
+inline const QString AccessControl = u"kSecAttrAccessControl"_s;
+inline const QString ValueData = u"kSecValueData"_s;
+inline const QString ReturnData = u"kSecReturnData"_s;
+inline const QString ReturnAttributes = u"kSecReturnAttributes"_s;
+inline const QString ReturnRef = u"kSecReturnRef"_s;
+inline const QString MatchLimit = u"kSecMatchLimit"_s;
+inline const QString MatchLimitOne = u"kSecMatchLimitOne"_s;
+inline const QString MatchLimitAll = u"kSecMatchLimitAll"_s;
+inline const QString UseOperationPrompt = u"kSecUseOperationPrompt"_s;
+inline const QString UseNoAuthenticationUI = u"kSecUseNoAuthenticationUI"_s;
+inline const QString ApplicationTag = u"kSecAttrApplicationTag"_s;
+inline const QString Type = u"kSecAttrType"_s;
+inline const QString KeyType = u"kSecAttrKeyType"_s;
+inline const QString KeyTypeRSA = u"kSecAttrKeyTypeRSA"_s;
+inline const QString KeyClass = u"kSecAttrKeyClass"_s;
+inline const QString KeyClassPublic = u"kSecAttrKeyClassPublic"_s;
+inline const QString KeyClassPrivate = u"kSecAttrKeyClassPrivate"_s;
+inline const QString KeySizeInBits = u"kSecAttrKeySizeInBits"_s;
 } // namespace SecAttribute
 
 int secItemAdd(const QVariantMap &attributes);

@@ -15,6 +15,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr guint limitMs = 2000;
@@ -254,7 +256,7 @@ public:
             m_status = SecStatus::NotAvailable;
         if (!isGood())
             return nullptr;
-        const QByteArray shown = (item.service + QStringLiteral(": ") + item.account).toUtf8();
+        const QByteArray shown = (item.service + u": "_s + item.account).toUtf8();
         return Ref<SecretItem>(await(
             [&](auto... rest) {
                 secret_item_create(m_collection.get(), nullptr, attributes.table(), shown.constData(), secret.get(),

@@ -11,6 +11,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr std::string_view digits = "0123456789abcdef";
@@ -84,9 +86,8 @@ try {
         const auto high = values[in[i]];
         const auto low = values[in[i + 1]];
         if (high == invalid || low == invalid) {
-            programmingError(
-                QStringLiteral("numberFromHex: (hex >= '0' && hex <= '9') || (hex >= 'a' && hex <= 'f') || "
-                               "(hex >= 'A' && hex <= 'F')"));
+            programmingError(u"numberFromHex: (hex >= '0' && hex <= '9') || (hex >= 'a' && hex <= 'f') || "
+                             u"(hex >= 'A' && hex <= 'F')"_s);
             return std::nullopt;
         }
         *out++ = static_cast<std::uint8_t>(high << 4 | low);

@@ -31,7 +31,7 @@ std::optional<KeychainItem> itemOf(const KeyPair &pair, KeyRef::Half half, const
     KeychainItem item;
     item.itemClass = KeychainItemClass::Key;
     item.account = tag;
-    item.label = keyClass + QLatin1Char(' ') + *name;
+    item.label = keyClass + u' ' + *name;
     item.attributes = {{SecAttribute::KeyType, SecAttribute::KeyTypeRSA},
                        {SecAttribute::KeyClass, keyClass},
                        {SecAttribute::KeySizeInBits, bits}};

@@ -11,7 +11,9 @@
 
 namespace kelpay {
 
-const QString PPRSAErrorDomain = QStringLiteral("PPRSAErrorDomain");
+using namespace Qt::StringLiterals;
+
+const QString PPRSAErrorDomain = u"PPRSAErrorDomain"_s;
 
 namespace {
 
@@ -31,13 +33,13 @@ struct Failure
 
 bool PPRSA::loadPublicKeyFromBundledCertificate(const QString &name, Error *error)
 {
-    const auto path = Bundle::main().pathForResource(name, QStringLiteral("cer"));
+    const auto path = Bundle::main().pathForResource(name, u"cer"_s);
     // The text says .crt, the file is a .cer.
     if (!path)
-        return Failure(error, QStringLiteral("Bundled certificate named «%1.crt» not found").arg(name));
+        return Failure(error, u"Bundled certificate named «%1.crt» not found"_s.arg(name));
     const auto data = readFile(*path);
     if (!data)
-        return Failure(error, QStringLiteral("Failed to read bundled public key data"));
+        return Failure(error, u"Failed to read bundled public key data"_s);
     auto key = publicKeyFromData(*data, error);
     if (!key)
         return false;
@@ -47,12 +49,12 @@ bool PPRSA::loadPublicKeyFromBundledCertificate(const QString &name, Error *erro
 
 bool PPRSA::loadPrivateKeyFromBundledP12(const QString &name, const QString &password, Error *error)
 {
-    const auto path = Bundle::main().pathForResource(name, QStringLiteral("p12"));
+    const auto path = Bundle::main().pathForResource(name, u"p12"_s);
     if (!path)
-        return Failure(error, QStringLiteral("Bundled private key file named «%1.p12» not found").arg(name));
+        return Failure(error, u"Bundled private key file named «%1.p12» not found"_s.arg(name));
     const auto data = readFile(*path);
     if (!data)
-        return Failure(error, QStringLiteral("Failed to read bundled private key data"));
+        return Failure(error, u"Failed to read bundled private key data"_s);
     return loadPrivateKeyFromP12Data(*data, password, error);
 }
 
@@ -69,10 +71,9 @@ std::optional<KeyRef> PPRSA::publicKeyFromData(const Bytes &certificate, Error *
 {
     auto [isCertificate, key] = KeyRef::readCertificate(certificate);
     if (!isCertificate)
-        return Failure(error, QStringLiteral("Failed to create certificate"));
+        return Failure(error, u"Failed to create certificate"_s);
     if (!key)
-        return Failure(
-            error, errorMessageForCode(SecStatus::Param, QStringLiteral("Failed to establish trust with certificate")));
+        return Failure(error, errorMessageForCode(SecStatus::Param, u"Failed to establish trust with certificate"_s));
     return key;
 }
 
@@ -80,37 +81,36 @@ std::optional<KeyRef> PPRSA::privateKeyFromData(const Bytes &pkcs12, const QStri
 {
     const auto [status, item] = Pkcs12Item::import(pkcs12, password);
     if (!item)
-        return Failure(error, errorMessageForCode(status, QStringLiteral("Failed to import P12 data")));
+        return Failure(error, errorMessageForCode(status, u"Failed to import P12 data"_s));
     return item->privateKey();
 }
 
 std::optional<Bytes> PPRSA::encryptData(const Bytes &data, Error *error) const
 {
     if (!m_publicKey)
-        return Failure(error, QStringLiteral("No public key has been loaded, cannot encrypt"));
+        return Failure(error, u"No public key has been loaded, cannot encrypt"_s);
     const std::size_t most = m_publicKey->blockSize() - std::min(m_publicKey->blockSize(), KeyRef::paddingSize);
     if (data.size() > most)
-        return Failure(
-            error, QStringLiteral("Too much data, cannot encrypt. Max %1 byte, have %2").arg(most).arg(data.size()));
+        return Failure(error, u"Too much data, cannot encrypt. Max %1 byte, have %2"_s.arg(most).arg(data.size()));
     if (auto block = m_publicKey->encrypt(data))
         return block;
-    return Failure(error, errorMessageForCode(SecStatus::Param, QStringLiteral("Failed to encrypt data")));
+    return Failure(error, errorMessageForCode(SecStatus::Param, u"Failed to encrypt data"_s));
 }
 
 std::optional<Bytes> PPRSA::decryptData(const Bytes &data, Error *error) const
 try {
     if (!m_privateKey)
-        return Failure(error, QStringLiteral("No private key has been loaded, cannot decrypt"));
+        return Failure(error, u"No private key has been loaded, cannot decrypt"_s);
     const auto plain = m_privateKey->decrypt(data);
     if (!plain)
-        return Failure(error, errorMessageForCode(SecStatus::CryptoFailed, QStringLiteral("Failed to decrypt data")));
+        return Failure(error, errorMessageForCode(SecStatus::CryptoFailed, u"Failed to decrypt data"_s));
     const std::size_t zeros = m_privateKey->blockSize() - plain->size();
     BytesBuilder block(m_privateKey->blockSize());
     block.append(*plain);
     std::fill_n(block.extend(zeros), zeros, std::uint8_t{0});
     return block.take();
 } catch (const std::bad_alloc &) {
-    return Failure(error, errorMessageForCode(SecStatus::Allocate, QStringLiteral("Failed to decrypt data")));
+    return Failure(error, errorMessageForCode(SecStatus::Allocate, u"Failed to decrypt data"_s));
 }
 
 QString PPRSA::randomStringOfLength(std::size_t length)
@@ -134,10 +134,10 @@ try {
 
 QString PPRSA::errorMessageForCode(int status, const QString &message)
 {
-    const QString reason = status == SecStatus::CryptoFailed ? QStringLiteral("invalid encryption")
-                           : status == SecStatus::AuthFailed ? QStringLiteral("wrong password")
-                                                             : QStringLiteral("Error code %1").arg(status);
-    return message + QLatin1String(": ") + reason;
+    const QString reason = status == SecStatus::CryptoFailed ? u"invalid encryption"_s
+                           : status == SecStatus::AuthFailed ? u"wrong password"_s
+                                                             : u"Error code %1"_s.arg(status);
+    return message + ": "_L1 + reason;
 }
 
 } // namespace kelpay

@@ -10,7 +10,7 @@ BundleImages::BundleImages() : QQuickImageProvider(QQuickImageProvider::Image) {
 
 QImage BundleImages::requestImage(const QString &request, QSize *size, const QSize &requestedSize)
 {
-    const QStringList parts = request.split(QLatin1Char('/'));
+    const QStringList parts = request.split(u'/');
     const auto path = Bundle::sdk().pathForResource(parts.first());
     // A missing file is drawn as nothing: logos are the deployer's to leave out.
     QImage image = path ? QImage(*path) : QImage();
@@ -26,7 +26,7 @@ QImage BundleImages::requestImage(const QString &request, QSize *size, const QSi
         image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
         QPainter painter(&image);
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(image.rect(), QColor(QLatin1Char('#') + parts.at(1)));
+        painter.fillRect(image.rect(), QColor(u'#' + parts.at(1)));
     }
     return image;
 }

@@ -16,29 +16,31 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using namespace std::chrono_literals;
 using Settings = QMap<QString, QVariantMap>;
 
 namespace portal {
-const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
-const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
-const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+const QString service = u"org.freedesktop.portal.Desktop"_s;
+const QString path = u"/org/freedesktop/portal/desktop"_s;
+const QString interface = u"org.freedesktop.portal.Settings"_s;
 
 // Groups of settings.
-const QString appearance = QStringLiteral("org.freedesktop.appearance");
-const QString gnome = QStringLiteral("org.gnome.desktop.interface");
-const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+const QString appearance = u"org.freedesktop.appearance"_s;
+const QString gnome = u"org.gnome.desktop.interface"_s;
+const QString kde = u"org.kde.kdeglobals.KDE"_s;
 } // namespace portal
 
 /// "" for none, and for an address that would start a bus or a program ("autolaunch:", "unixexec:").
 QString busAddress()
 {
-    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").section(QLatin1Char(';'), 0, 0);
+    QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS").section(u';', 0, 0);
     if (const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR"); address.isEmpty() && !runtime.isEmpty())
-        address = QStringLiteral("unix:path=%1/bus").arg(runtime);
-    return address.startsWith(QLatin1String("unix:")) ? address : QString();
+        address = u"unix:path=%1/bus"_s.arg(runtime);
+    return address.startsWith("unix:"_L1) ? address : QString();
 }
 
 /// The value of a key; some portals wrap it twice.
@@ -99,8 +101,7 @@ private:
 void SettingsPortal::listen()
 {
     // Without a sender, because finding the sender's name would wait; whoever says so, the portal is asked.
-    m_connection.connect(QString(), portal::path, portal::interface, QStringLiteral("SettingChanged"), this,
-                         SLOT(ask()));
+    m_connection.connect(QString(), portal::path, portal::interface, u"SettingChanged"_s, this, SLOT(ask()));
     auto *watcher =
         new QDBusServiceWatcher(portal::service, m_connection, QDBusServiceWatcher::WatchForRegistration, this);
     connect(watcher, &QDBusServiceWatcher::serviceRegistered, this, &SettingsPortal::ask);
@@ -110,13 +111,13 @@ void SettingsPortal::listen()
 void SettingsPortal::ask()
 {
     QDBusMessage question =
-        QDBusMessage::createMethodCall(portal::service, portal::path, portal::interface, QStringLiteral("ReadAll"));
+        QDBusMessage::createMethodCall(portal::service, portal::path, portal::interface, u"ReadAll"_s);
     question << QStringList{portal::appearance, portal::gnome, portal::kde};
     auto *answer = new QDBusPendingCallWatcher(m_connection.asyncCall(question), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
         answer->deleteLater();
         const QDBusMessage reply = answer->reply();
-        if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == QLatin1String("a{sa{sv}}"))
+        if (reply.type() == QDBusMessage::ReplyMessage && reply.signature() == "a{sa{sv}}"_L1)
             Q_EMIT m_settings->answered(lookOf(qdbus_cast<Settings>(reply.arguments().constFirst())));
     });
 }
@@ -132,8 +133,7 @@ void DesktopSettings::follow()
     Dispatch::global(Dispatch::Priority::High, [settings = QPointer(this), address] {
         if (!busGreets(address, 2s))
             return;
-        const auto connection =
-            QDBusConnection::connectToBus(address, QStringLiteral("kelpay-appearance-%1").arg(++count));
+        const auto connection = QDBusConnection::connectToBus(address, u"kelpay-appearance-%1"_s.arg(++count));
         Dispatch::main([settings, connection] {
             if (settings)
                 new SettingsPortal(connection, settings);

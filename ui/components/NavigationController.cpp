@@ -5,8 +5,10 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 NavigationController::NavigationController(std::unique_ptr<ViewController> root, QObject *parent)
-    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/NavigationView.qml")), parent)
+    : ViewController(QUrl(u"qrc:/qt/qml/KelPay/Components/NavigationView.qml"_s), parent)
 {
     adopt(root.release());
 }

@@ -10,6 +10,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // What is shown follows what was asked for at the end of the event, so that a show and a dismiss in one go cost
@@ -76,11 +78,11 @@ private:
 
     void place(QQuickItem *parent, bool isAlone)
     {
-        m_panel = ScreenEngine::createItem(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ProgressPanel.qml")),
-                                           {{QStringLiteral("status"), m_status},
-                                            {QStringLiteral("imageUrl"), QUrl(m_imageUrl)},
-                                            {QStringLiteral("settled"), m_isSettled},
-                                            {QStringLiteral("alone"), isAlone}});
+        m_panel = ScreenEngine::createItem(QUrl(u"qrc:/qt/qml/KelPay/Components/ProgressPanel.qml"_s),
+                                           {{u"status"_s, m_status},
+                                            {u"imageUrl"_s, QUrl(m_imageUrl)},
+                                            {u"settled"_s, m_isSettled},
+                                            {u"alone"_s, isAlone}});
         if (!m_panel)
             return;
         m_panel->setParent(parent);

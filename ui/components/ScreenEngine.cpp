@@ -13,6 +13,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QQmlEngine *sharedEngine = nullptr;
@@ -35,7 +37,7 @@ QQmlEngine &ScreenEngine::shared()
         // Post routines run last in, first out: the engine goes before what its screens are bound to.
         Appearance::shared();
         sharedEngine = new QQmlEngine;
-        sharedEngine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+        sharedEngine->addImportPath(u"qrc:/qt/qml"_s);
         sharedEngine->addImageProvider(BundleImages::id(), new BundleImages);
         qAddPostRoutine(deleteEngine);
     }

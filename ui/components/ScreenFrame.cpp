@@ -7,11 +7,13 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 ScreenFrame::ScreenFrame(QQuickItem *view, QQuickItem *place, Edge edge)
-    : m_item(ScreenEngine::createItem(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/ScreenFrame.qml")),
-                                      {{QStringLiteral("view"), QVariant::fromValue(view)},
-                                       {QStringLiteral("horizontal"), edge == Edge::Side},
-                                       {QStringLiteral("duration"), ViewController::transitionMilliseconds}}))
+    : m_item(ScreenEngine::createItem(QUrl(u"qrc:/qt/qml/KelPay/Components/ScreenFrame.qml"_s),
+                                      {{u"view"_s, QVariant::fromValue(view)},
+                                       {u"horizontal"_s, edge == Edge::Side},
+                                       {u"duration"_s, ViewController::transitionMilliseconds}}))
 {
     if (m_item)
         m_item->setParentItem(place);

@@ -9,6 +9,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 constexpr QSize ownWindowSize(440, 800);
@@ -58,8 +60,8 @@ void Stage::openOver(QQuickWindow *window)
 {
     if (!m_ownWindow)
         m_hostFocus = window->activeFocusItem();
-    m_layer = ScreenEngine::create(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Components/Stage.qml")),
-                                   {{QStringLiteral("parent"), QVariant::fromValue(window->contentItem())}});
+    m_layer = ScreenEngine::create(QUrl(u"qrc:/qt/qml/KelPay/Components/Stage.qml"_s),
+                                   {{u"parent"_s, QVariant::fromValue(window->contentItem())}});
     if (m_layer)
         m_content = m_layer->property("contentItem").value<QQuickItem *>();
     // The content item is the first thing a dying window deletes; later the layer could no longer let go of it.
@@ -73,7 +75,7 @@ void Stage::openOwnWindow(QWindow *host)
 {
     m_ownWindow = std::make_unique<QQuickWindow>();
     m_ownWindow->setProperty(ownWindowMark, true);
-    m_ownWindow->setTitle(QStringLiteral("پرداخت"));
+    m_ownWindow->setTitle(u"پرداخت"_s);
     m_ownWindow->setModality(Qt::ApplicationModal);
     m_ownWindow->setTransientParent(host);
     const QRect available =

@@ -10,6 +10,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 void afterTransition(bool animated, std::function<void()> task)
@@ -51,7 +53,7 @@ QQuickItem *ViewController::view()
 {
     if (!m_view && !m_viewUrl.isEmpty()) {
         viewDidLoad();
-        m_view = ScreenEngine::createItem(m_viewUrl, {{QStringLiteral("controller"), QVariant::fromValue(this)}});
+        m_view = ScreenEngine::createItem(m_viewUrl, {{u"controller"_s, QVariant::fromValue(this)}});
         if (!m_view)
             m_viewUrl.clear();
     }

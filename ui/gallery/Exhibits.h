@@ -10,6 +10,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 /// What the shown parts are bound to, with sample data.
 class Exhibits : public QObject
 {
@@ -25,7 +27,7 @@ public:
     Exhibits();
 
     /// Down for a few seconds.
-    Q_INVOKABLE void lowerBanner() { m_banner.show(QStringLiteral("ورودی ها را بررسی کنید.")); }
+    Q_INVOKABLE void lowerBanner() { m_banner.show(u"ورودی ها را بررسی کنید."_s); }
 
     CardForm *form() { return &m_form; }
     AlertView *alert() { return &m_alert; }

@@ -13,6 +13,8 @@
 #include <QTimer>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
 namespace {
 
 struct Options
@@ -66,8 +68,8 @@ void savePages(QQuickView &view, const QDir &folder)
     const QStringList pages = view.rootObject()->property("pages").toStringList();
     const int page = view.rootObject()->property("page").toInt();
     QTimer::singleShot(600, &view, [&view, folder, pages, page] {
-        const QString file = folder.filePath(pages[page] + QStringLiteral(".png"));
-        if (!folder.mkpath(QStringLiteral(".")) || !view.grabWindow().save(file)) {
+        const QString file = folder.filePath(pages[page] + u".png"_s);
+        if (!folder.mkpath(u"."_s) || !view.grabWindow().save(file)) {
             QTextStream(stderr) << "kelpay-gallery: " << file << " can't be written\n";
             QCoreApplication::exit(EXIT_FAILURE);
         } else if (page + 1 == pages.size()) {
@@ -90,11 +92,11 @@ int run(const QStringList &arguments)
 
     Exhibits exhibits;
     QQuickView view(&ScreenEngine::shared(), nullptr);
-    view.setTitle(QStringLiteral("KelPay gallery"));
+    view.setTitle(u"KelPay gallery"_s);
     view.setResizeMode(QQuickView::SizeRootObjectToView);
     view.resize(options->size);
-    view.setInitialProperties({{QStringLiteral("exhibits"), QVariant::fromValue(&exhibits)}});
-    view.setSource(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Gallery/Gallery.qml")));
+    view.setInitialProperties({{u"exhibits"_s, QVariant::fromValue(&exhibits)}});
+    view.setSource(QUrl(u"qrc:/qt/qml/KelPay/Gallery/Gallery.qml"_s));
     if (!view.rootObject())
         return EXIT_FAILURE;
     view.show();
@@ -106,10 +108,12 @@ int run(const QStringList &arguments)
 } // namespace
 } // namespace kelpay
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("kelpay-gallery"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("example.org"));
+    QCoreApplication::setApplicationName(u"kelpay-gallery"_s);
+    QCoreApplication::setOrganizationDomain(u"example.org"_s);
     return kelpay::run(application.arguments());
 }

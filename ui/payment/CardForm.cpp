@@ -13,6 +13,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool isDigits(const QString &text)
@@ -38,7 +40,7 @@ void CardForm::setDefaultCard(const SavedCard *card, bool isFixed)
         const QString pan = card ? card->pan : QString();
         setCardNumber(pan);
         // This one logo is the host's to give.
-        showBank(QString(pan).remove(QLatin1Char('-')), Bundle::main());
+        showBank(QString(pan).remove(u'-'), Bundle::main());
     }
     Q_EMIT cardChanged();
 }
@@ -96,20 +98,20 @@ QString CardForm::refusal(Field field, const QString &text) const
     };
     const bool areDigits = std::all_of(text.begin(), text.end(), [](QChar character) { return character.isDigit(); });
     if (others(text) > others(this->text(field)) && areDigits)
-        return QStringLiteral("رقم‌ها را به انگلیسی بچسبانید");
+        return u"رقم‌ها را به انگلیسی بچسبانید"_s;
     if (others(text) > others(this->text(field)))
-        return QStringLiteral("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
-    return QStringLiteral("بیشتر از %1 رقم جا نمی‌گیرد").arg(maximumLength(field));
+        return u"فقط رقم وارد کنید؛ بدون فاصله و نشانه"_s;
+    return u"بیشتر از %1 رقم جا نمی‌گیرد"_s.arg(maximumLength(field));
 }
 
 void CardForm::applyCardRules(const QString &cardNumber)
 {
-    if (m_terms.ta == QLatin1String("NA") || !m_terms.bl || !m_terms.bl->contains(QLatin1Char('|')))
+    if (m_terms.ta == "NA"_L1 || !m_terms.bl || !m_terms.bl->contains(u'|'))
         return;
     try {
         const Verdict verdict = CardRules(*m_terms.bl).verdict(cardNumber, m_terms.amn.value_or(QString()));
         if (verdict == Verdict::Refused)
-            Q_EMIT notified(QStringLiteral("شما مجاز به پرداخت نمیباشید"));
+            Q_EMIT notified(u"شما مجاز به پرداخت نمیباشید"_s);
         else
             setSimple(verdict == Verdict::Simple);
     } catch (const std::out_of_range &) {
@@ -129,7 +131,7 @@ void CardForm::textFieldDidEndEditing(Field field)
     if (field != CardNumber || m_cardNumber.size() != 16)
         return;
     m_isBeefStroganoff = m_isSettledDown || CardNumber::isValid(m_cardNumber);
-    setFault(CardNumber, m_isBeefStroganoff ? QString() : QStringLiteral("شماره کارت وارد شده صحیح نمیباشد"));
+    setFault(CardNumber, m_isBeefStroganoff ? QString() : u"شماره کارت وارد شده صحیح نمیباشد"_s);
     if (!m_isBeefStroganoff)
         Q_EMIT notified(m_faults[CardNumber]);
 }
@@ -150,7 +152,7 @@ void CardForm::selectExpiry(int yearRow, int monthRow)
     const QStringList years = this->years();
     const QStringList months = this->months();
     if (yearRow >= 0 && yearRow < years.size() && monthRow >= 0 && monthRow < months.size())
-        setExpiration(years[yearRow] + QLatin1Char('/') + months[monthRow]);
+        setExpiration(years[yearRow] + u'/' + months[monthRow]);
 }
 
 bool CardForm::typeExpiry(const QString &typed)
@@ -160,7 +162,7 @@ bool CardForm::typeExpiry(const QString &typed)
         return false;
     QString text = m_expiration.size() < 5 ? m_expiration : QString();
     if (text.size() == 2)
-        text += QLatin1Char('/');
+        text += u'/';
     text += QString::number(digit);
     const auto hasStart = [](const QStringList &rows, const QString &start) {
         return std::any_of(rows.begin(), rows.end(), [&](const QString &row) { return row.startsWith(start); });
@@ -202,10 +204,10 @@ std::optional<CardForm::Field> CardForm::firstFault() const
 void CardForm::nameFault()
 {
     static const QStringList faults{{},
-                                    QStringLiteral("شماره کارت کامل نیست"),
-                                    QStringLiteral("رمز دوم دست‌کم 5 رقم است"),
-                                    QStringLiteral("CVV2 دست‌کم 3 رقم است"),
-                                    QStringLiteral("سال و ماه انقضا را وارد کنید")};
+                                    u"شماره کارت کامل نیست"_s,
+                                    u"رمز دوم دست‌کم 5 رقم است"_s,
+                                    u"CVV2 دست‌کم 3 رقم است"_s,
+                                    u"سال و ماه انقضا را وارد کنید"_s};
     if (const auto field = firstFault()) {
         setFault(*field, faults[*field]);
         Q_EMIT faultFound(*field);
@@ -294,9 +296,9 @@ QString CardForm::text(Field field) const
 
 const std::array<QStringList, 2> &CardForm::dateArray()
 {
-    static const std::array<QStringList, 2> lists{
-        QStringLiteral("96 97 98 99 00 01 02 03 04 05").split(QLatin1Char(' ')) + Deployment::expiryYears(),
-        QStringLiteral("01 02 03 04 05 06 07 08 09 10 11 12").split(QLatin1Char(' '))};
+    static const std::array<QStringList, 2> lists{u"96 97 98 99 00 01 02 03 04 05"_s.split(u' ') +
+                                                      Deployment::expiryYears(),
+                                                  u"01 02 03 04 05 06 07 08 09 10 11 12"_s.split(u' ')};
     return lists;
 }
 

@@ -2,6 +2,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 Countdown::Tick Countdown::fire()
 {
     if (m_minute < 0)
@@ -17,7 +19,7 @@ Countdown::Tick Countdown::fire()
 
 QString Countdown::text() const
 {
-    return QStringLiteral("%1 دقیقه و %2 ثانیه").arg(m_minute).arg(m_seconds, 2, 10, QLatin1Char('0'));
+    return u"%1 دقیقه و %2 ثانیه"_s.arg(m_minute).arg(m_seconds, 2, 10, QChar(u'0'));
 }
 
 } // namespace kelpay

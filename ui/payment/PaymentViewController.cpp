@@ -19,11 +19,13 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using namespace std::chrono_literals;
 
-const Storyboard::Scene scene(QStringLiteral("PaymentView"), [](const QVariant &input) {
+const Storyboard::Scene scene(u"PaymentView"_s, [](const QVariant &input) {
     return std::make_unique<NavigationController>(
         std::make_unique<PaymentViewController>(input.value<std::shared_ptr<Attempt>>()));
 });
@@ -39,7 +41,7 @@ Q_COREAPP_STARTUP_FUNCTION(fillScreenPresenter)
 
 QString rials(const std::optional<QString> &amount)
 {
-    return Formats::groupedNumber(integerValue(amount.value_or(QString()))) + QStringLiteral(" ریال");
+    return Formats::groupedNumber(integerValue(amount.value_or(QString()))) + u" ریال"_s;
 }
 
 QFont fontOf(const QString &family)
@@ -51,8 +53,8 @@ QFont fontOf(const QString &family)
 
 void setFonts(AlertView &alert)
 {
-    alert.titleFont = fontOf(QStringLiteral("IRANSansFaNum-Medium"));
-    alert.messageFont = fontOf(QStringLiteral("IRANSansMobile(FaNum)"));
+    alert.titleFont = fontOf(u"IRANSansFaNum-Medium"_s);
+    alert.messageFont = fontOf(u"IRANSansMobile(FaNum)"_s);
     alert.buttonFont = alert.messageFont;
     alert.cancelButtonFont = alert.messageFont;
 }
@@ -70,7 +72,7 @@ void sendThroughNetwork(const QString &detail, const std::shared_ptr<Attempt> &a
 } // namespace
 
 PaymentViewController::PaymentViewController(std::shared_ptr<Attempt> attempt, QObject *parent)
-    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Payment/PaymentView.qml")), parent)
+    : ViewController(QUrl(u"qrc:/qt/qml/KelPay/Payment/PaymentView.qml"_s), parent)
     , m_attempt(std::move(attempt))
     , m_sender(sendThroughNetwork)
     , m_timer(1000ms)
@@ -78,8 +80,8 @@ PaymentViewController::PaymentViewController(std::shared_ptr<Attempt> attempt, Q
     connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
     connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationErrorWithMessage);
     setFonts(m_leaveAlert);
-    m_leaveAlert.addButton(QStringLiteral("ادامه پرداخت"), {});
-    m_leaveAlert.setCancelButton(QStringLiteral("بله، انصراف"), [this] { cancelPayment(); });
+    m_leaveAlert.addButton(u"ادامه پرداخت"_s, {});
+    m_leaveAlert.setCancelButton(u"بله، انصراف"_s, [this] { cancelPayment(); });
 }
 
 PaymentViewController::~PaymentViewController()
@@ -118,16 +120,15 @@ void PaymentViewController::loadTokenData()
     ProgressOverlay::show();
     const BaseClass token = CoreFunctions().storedTokenAnswer().value_or(BaseClass());
     if (const auto requestData = textValue(token.ard.r))
-        UserDefaults::standard().setInteger(QStringLiteral("ard"), integerValue(*requestData));
+        UserDefaults::standard().setInteger(u"ard"_s, integerValue(*requestData));
 
     const Rd &rd = token.rd;
     const auto amn = textValue(rd.amn);
     const auto ta = textValue(rd.ta);
     m_amountText = rials(amn);
-    m_detailText = QLatin1Char(' ') + Formats::shownText(textValue(rd.ttl).value_or(QString()));
-    m_merchantText = QLatin1Char(' ') + Formats::shownText(textValue(rd.mn).value_or(QString()));
-    m_detail = {UserDefaults::standard().string(QStringLiteral("pcc")), textValue(rd.t), textValue(rd.rn), ta,
-                textValue(rd.tb)};
+    m_detailText = u' ' + Formats::shownText(textValue(rd.ttl).value_or(QString()));
+    m_merchantText = u' ' + Formats::shownText(textValue(rd.mn).value_or(QString()));
+    m_detail = {UserDefaults::standard().string(u"pcc"_s), textValue(rd.t), textValue(rd.rn), ta, textValue(rd.tb)};
     m_amn = amn.value_or(QString());
     if (m_attempt)
         m_attempt->setPurchase(m_amn, m_detail.t.value_or(QString()));
@@ -135,31 +136,30 @@ void PaymentViewController::loadTokenData()
     m_pl = textValue(rd.pl).value_or(QString());
     m_form.setTerms({ta, textValue(rd.bl), amn});
 
-    const bool isCardFixed = textValue(rd.ldc) == QStringLiteral("true");
+    const bool isCardFixed = textValue(rd.ldc) == u"true"_s;
     const std::vector<SavedCard> cards = SavedCard::fromList(m_pl);
     delegational()->setCards(cards);
     const SavedCard *chosen = SavedCard::defaultOf(cards);
     if (isCardFixed || chosen)
         m_form.setDefaultCard(chosen, isCardFixed);
 
-    if (const auto wb = textValue(rd.wb); wb && *wb != QLatin1String("NA"))
+    if (const auto wb = textValue(rd.wb); wb && *wb != "NA"_L1)
         offerWallet(*wb);
     m_form.setSimple(integerValue(amn.value_or(QString())) < 2000000);
-    m_form.setSimple(ta != QStringLiteral("NA"));
+    m_form.setSimple(ta != u"NA"_s);
     Q_EMIT loaded();
     ProgressOverlay::dismiss();
 }
 
 void PaymentViewController::offerWallet(const QString &balance)
 {
-    const QString payByWallet = QStringLiteral("پرداخت با کیف پول");
+    const QString payByWallet = u"پرداخت با کیف پول"_s;
     setFonts(m_walletAlert);
     m_walletAlert.startsAtCancel = true;
     m_walletAlert.addButton(payByWallet, [this] { payFromWallet(); });
-    m_walletAlert.setCancelButton(QStringLiteral("پرداخت از کارت"), {});
-    m_walletAlert.show(
-        payByWallet,
-        QStringLiteral("موجودی کیف پول شما: %1\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟").arg(rials(balance)));
+    m_walletAlert.setCancelButton(u"پرداخت از کارت"_s, {});
+    m_walletAlert.show(payByWallet,
+                       u"موجودی کیف پول شما: %1\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟"_s.arg(rials(balance)));
 }
 
 bool PaymentViewController::enter(PhaseEvent event)
@@ -173,7 +173,7 @@ bool PaymentViewController::enter(PhaseEvent event)
 bool PaymentViewController::holdAttempt()
 {
     if (!m_attempt) {
-        m_attempt = Attempt::begin(UserDefaults::standard().string(QStringLiteral("rsn")).value_or(QString()));
+        m_attempt = Attempt::begin(UserDefaults::standard().string(u"rsn"_s).value_or(QString()));
         if (m_attempt)
             m_attempt->setPurchase(m_amn, m_detail.t.value_or(QString()));
     }
@@ -184,7 +184,7 @@ void PaymentViewController::payFromWallet()
 {
     if (!canPay())
         return;
-    UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
+    UserDefaults::standard().setString(u"crn"_s, m_form.cardNumber());
     m_isWallety = true;
     pay(m_detail.wallet());
 }
@@ -193,11 +193,11 @@ void PaymentViewController::verifyPayment()
 {
     if (!canPay())
         return;
-    m_detail.pcc = UserDefaults::standard().string(QStringLiteral("pcc"));
-    UserDefaults::standard().setString(QStringLiteral("crn"), m_form.cardNumber());
+    m_detail.pcc = UserDefaults::standard().string(u"pcc"_s);
+    UserDefaults::standard().setString(u"crn"_s, m_form.cardNumber());
     if (!m_form.isComplete()) {
         m_form.nameFault();
-        showNotificationErrorWithMessage(QStringLiteral("ورودی ها را بررسی کنید."));
+        showNotificationErrorWithMessage(u"ورودی ها را بررسی کنید."_s);
         return;
     }
     const QString detail = m_form.isSimple()
@@ -210,12 +210,12 @@ void PaymentViewController::verifyPayment()
 bool PaymentViewController::pay(const QString &detail)
 {
     if (!holdAttempt()) {
-        showNotificationErrorWithMessage(QStringLiteral("پرداخت دیگری در جریان است؛ پس از پایان آن دوباره بپردازید."));
+        showNotificationErrorWithMessage(u"پرداخت دیگری در جریان است؛ پس از پایان آن دوباره بپردازید."_s);
         return false;
     }
     if (!enter(PhaseEvent::Pay))
         return false;
-    showHUDWithString(QStringLiteral("در حال بررسی پرداخت"));
+    showHUDWithString(u"در حال بررسی پرداخت"_s);
     m_attempt->submitted();
     m_attempt->setSilenceListener([screen = QPointer(this)](Attempt::Silence silence) {
         if (screen)
@@ -237,9 +237,9 @@ void PaymentViewController::fallSilent(Attempt::Silence silence)
             ProgressOverlay::dismiss();
     } else if (enter(PhaseEvent::FallSilent)) {
         ProgressOverlay::settle(silence == Attempt::Silence::Unsent
-                                    ? QStringLiteral("پرداخت به سرویس پرداخت ارسال نشد.\nپرداختی انجام نشده است.")
-                                    : QStringLiteral("نتیجه پرداخت معلوم نیست.\n"
-                                                     "پیش از پرداخت دوباره، از پذیرنده یا بانک خود بپرسید."));
+                                    ? u"پرداخت به سرویس پرداخت ارسال نشد.\nپرداختی انجام نشده است."_s
+                                    : u"نتیجه پرداخت معلوم نیست.\n"
+                                      u"پیش از پرداخت دوباره، از پذیرنده یا بانک خود بپرسید."_s);
     }
 }
 
@@ -257,8 +257,8 @@ void PaymentViewController::receive(bool ok, const QString &message, const QStri
         input.dsc = textValue(CoreFunctions().storedPaymentAnswer().value_or(BaseClassp()).ds).value_or(QString());
     m_timer.invalidate();
     m_leaveAlert.dismiss();
-    if (auto receipt = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("ReceiptView"),
-                                                                               QVariant::fromValue(input)))
+    if (auto receipt =
+            ViewUtils::returnStoryboard().instantiateViewController(u"ReceiptView"_s, QVariant::fromValue(input)))
         navigationController()->push(std::move(receipt), true);
     ProgressOverlay::dismiss();
 }
@@ -303,17 +303,16 @@ void PaymentViewController::closeRequested()
 
 void PaymentViewController::askToLeave()
 {
-    m_leaveAlert.show(QStringLiteral("انصراف از پرداخت"),
-                      canPay() ? QStringLiteral("از این پرداخت منصرف می‌شوید؟")
-                               : QStringLiteral("نتیجه پرداخت معلوم نیست و ممکن است انجام شده باشد. خارج "
-                                                "می‌شوید؟"));
+    m_leaveAlert.show(u"انصراف از پرداخت"_s, canPay() ? u"از این پرداخت منصرف می‌شوید؟"_s
+                                                      : u"نتیجه پرداخت معلوم نیست و ممکن است انجام شده باشد. خارج "
+                                                        u"می‌شوید؟"_s);
 }
 
 QString PaymentViewController::timeNotice() const
 {
     if (m_isTimeOver)
         return Outcomes::timeOver.description.toString();
-    return isLastMinute() ? QStringLiteral("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است") : QString();
+    return isLastMinute() ? u"کمتر از یک دقیقه تا پایان زمان پرداخت مانده است"_s : QString();
 }
 
 void PaymentViewController::openVerifyURL()
@@ -325,7 +324,7 @@ void PaymentViewController::openVerifyURL()
     }
     if (!enter(PhaseEvent::FindNoLink))
         return;
-    showNotificationErrorWithMessage(QStringLiteral("پذیرنده نامعتبر میباشد"));
+    showNotificationErrorWithMessage(u"پذیرنده نامعتبر میباشد"_s);
     Dispatch::mainAfter(2s, [screen = QPointer(this)] {
         if (screen)
             screen->report(PhaseEvent::ReportNoLink, Outcomes::invalidMerchant);
@@ -380,7 +379,7 @@ void PaymentViewController::showNotificationErrorWithMessage(const QString &mess
 
 void PaymentViewController::showHUDWithString(const QString &status)
 {
-    ProgressOverlay::show(status, Bundle::sdk().urlForImage(QStringLiteral("kel.png")));
+    ProgressOverlay::show(status, Bundle::sdk().urlForImage(u"kel.png"_s));
 }
 
 } // namespace kelpay

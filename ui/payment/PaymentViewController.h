@@ -15,6 +15,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 /// The payment screen: what is paid to whom, the card form, the wallet offer, the ten minutes. It ends with a receipt,
 /// or without one and then reports once: cancelled, out of time, no verification link. Main queue.
 class PaymentViewController : public ViewController
@@ -48,9 +50,9 @@ public:
     void setPaymentSender(PaymentSender sender) { m_sender = std::move(sender); }
 
     void viewDidLoad() override;
-    QString title() const override { return QStringLiteral("پرداخت"); }
-    QString barButtonText() const override { return QStringLiteral("انصراف"); }
-    QString barButtonName() const override { return QStringLiteral("cancelButton"); }
+    QString title() const override { return u"پرداخت"_s; }
+    QString barButtonText() const override { return u"انصراف"_s; }
+    QString barButtonName() const override { return u"cancelButton"_s; }
     void barButtonPressed() override { cancelPayment(); }
     void viewDidAppear() override;
     /// Asks before it cancels; the cancel button does not.

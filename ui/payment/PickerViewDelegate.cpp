@@ -6,6 +6,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 PickerViewDelegate &PickerViewDelegate::sharedInstance()
 {
     static PickerViewDelegate delegate;
@@ -19,9 +21,9 @@ PickerViewDelegate::PickerViewDelegate()
 
 void PickerViewDelegate::setCards(const std::vector<SavedCard> &cards)
 {
-    m_panArray = {QStringLiteral("انتخاب شماره کارت")};
-    m_panIdArray = {QStringLiteral("Nil")};
-    m_panExpArray = {QStringLiteral("Nil")};
+    m_panArray = {u"انتخاب شماره کارت"_s};
+    m_panIdArray = {u"Nil"_s};
+    m_panExpArray = {u"Nil"_s};
     for (const SavedCard &card : cards) {
         m_panArray.append(card.pan);
         m_panIdArray.append(card.panID);

@@ -6,8 +6,10 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 VerificationViewController::VerificationViewController(const QUrl &url, QObject *parent)
-    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Payment/VerificationView.qml")), parent), m_url(url)
+    : ViewController(QUrl(u"qrc:/qt/qml/KelPay/Payment/VerificationView.qml"_s), parent), m_url(url)
 {}
 
 bool VerificationViewController::canLoad() const
@@ -25,10 +27,10 @@ void VerificationViewController::follow(const QUrl &address)
 
 bool VerificationViewController::isAllowed(const QUrl &address)
 {
-    if (address.scheme() == QLatin1String("https"))
+    if (address.scheme() == "https"_L1)
         return !address.host().isEmpty();
-    const bool isLoopback = address.host() == QLatin1String("localhost") || QHostAddress(address.host()).isLoopback();
-    return Deployment::isSandbox() && address.scheme() == QLatin1String("http") && isLoopback;
+    const bool isLoopback = address.host() == "localhost"_L1 || QHostAddress(address.host()).isLoopback();
+    return Deployment::isSandbox() && address.scheme() == "http"_L1 && isLoopback;
 }
 
 } // namespace kelpay

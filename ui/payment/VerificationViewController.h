@@ -4,6 +4,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 /// Shows the page where the service vouches for the merchant.
 class VerificationViewController : public ViewController
 {
@@ -16,9 +18,9 @@ class VerificationViewController : public ViewController
 public:
     explicit VerificationViewController(const QUrl &url, QObject *parent = nullptr);
 
-    QString title() const override { return QStringLiteral("تایید پذیرنده"); }
-    QString barButtonText() const override { return QStringLiteral("بازگشت"); }
-    QString barButtonName() const override { return QStringLiteral("backButton"); }
+    QString title() const override { return u"تایید پذیرنده"_s; }
+    QString barButtonText() const override { return u"بازگشت"_s; }
+    QString barButtonName() const override { return u"backButton"_s; }
     void barButtonPressed() override { dismiss(true); }
 
     QUrl url() const { return m_url; }

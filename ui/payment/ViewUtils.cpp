@@ -5,6 +5,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 const Storyboard &ViewUtils::returnStoryboard()
 {
     return Storyboard::main();
@@ -34,12 +36,12 @@ QColor ViewUtils::colorFromHexString(const QString &string)
 
 QColor ViewUtils::blueKELColor()
 {
-    return colorFromHexString(QStringLiteral("#153F8F"));
+    return colorFromHexString(u"#153F8F"_s);
 }
 
 QColor ViewUtils::magentaKELColor()
 {
-    return colorFromHexString(QStringLiteral("#d4006f"));
+    return colorFromHexString(u"#d4006f"_s);
 }
 
 } // namespace kelpay

@@ -14,9 +14,11 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const Storyboard::Scene scene(QStringLiteral("ReceiptView"), [](const QVariant &input) {
+const Storyboard::Scene scene(u"ReceiptView"_s, [](const QVariant &input) {
     return std::make_unique<ReceiptViewController>(input.value<ReceiptInput>());
 });
 
@@ -41,7 +43,7 @@ void finish(const ReceiptInput &input, const QPointer<NavigationController> &nav
                                          : report(false, code, input.callbackDescription, {}, {});
     // An answer that neither confirms nor refuses settles nothing.
     if (isTold && input.attempt)
-        input.attempt->reported(code, data.isSuccess() || code != QLatin1String("0"));
+        input.attempt->reported(code, data.isSuccess() || code != "0"_L1);
     // Only now may the payment screen speak again: no other outcome overtakes this one.
     if (staysOpen)
         Dispatch::main([navigation] {
@@ -55,11 +57,11 @@ void finish(const ReceiptInput &input, const QPointer<NavigationController> &nav
 ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
 {
     PaymentData data;
-    data.mpin = CoreKeychain().stringForKey(QStringLiteral("mid"));
-    data.crn = UserDefaults::standard().string(QStringLiteral("crn"));
+    data.mpin = CoreKeychain().stringForKey(u"mid"_s);
+    data.crn = UserDefaults::standard().string(u"crn"_s);
     data.bn = CoreFunctions().bankNameForCardNumber(data.crn.value_or(QString()));
     const BaseClassp answer = CoreFunctions().storedPaymentAnswer().value_or(BaseClassp());
-    data.trt = simpleDateConversion(textValue(answer.st).value_or(QString()).left(10)).remove(QStringLiteral("ه.ش. "));
+    data.trt = simpleDateConversion(textValue(answer.st).value_or(QString()).left(10)).remove(u"ه.ش. "_s);
     data.urn = textValue(answer.rd.urn);
     data.mrn = textValue(answer.rd.mrn);
     data.ds = textValue(answer.ds);
@@ -70,16 +72,16 @@ ReceiptViewController::PaymentData ReceiptViewController::PaymentData::gather()
 
 std::vector<ReceiptViewController::Line> ReceiptViewController::linesOf(const PaymentData &data)
 {
-    return {{QStringLiteral("کد پذیرنده"), data.mpin.value_or(QString())},
-            {QStringLiteral("شماره کارت"), data.crn.value_or(QString())},
-            {QStringLiteral("بانک صادرکننده"), data.bn},
-            {QStringLiteral("شماره مرجع"), Formats::shownText(data.mrn.value_or(QString()))},
-            {QStringLiteral("شماره پیگیری"), Formats::shownText(data.urn.value_or(QString()))},
-            {QStringLiteral("زمان تراکنش"), data.trt}};
+    return {{u"کد پذیرنده"_s, data.mpin.value_or(QString())},
+            {u"شماره کارت"_s, data.crn.value_or(QString())},
+            {u"بانک صادرکننده"_s, data.bn},
+            {u"شماره مرجع"_s, Formats::shownText(data.mrn.value_or(QString()))},
+            {u"شماره پیگیری"_s, Formats::shownText(data.urn.value_or(QString()))},
+            {u"زمان تراکنش"_s, data.trt}};
 }
 
 ReceiptViewController::ReceiptViewController(const ReceiptInput &input, QObject *parent)
-    : ViewController(QUrl(QStringLiteral("qrc:/qt/qml/KelPay/Receipt/ReceiptView.qml")), parent), m_input(input)
+    : ViewController(QUrl(u"qrc:/qt/qml/KelPay/Receipt/ReceiptView.qml"_s), parent), m_input(input)
 {}
 
 ReceiptViewController::~ReceiptViewController()
@@ -121,16 +123,16 @@ void ReceiptViewController::loadPaymentData()
 void ReceiptViewController::show(const PaymentData &data)
 {
     m_isSuccess = data.isSuccess();
-    m_statusText = m_isSuccess ? QStringLiteral("پرداخت موفق") : QStringLiteral("پرداخت ناموفق");
-    m_merchantText = QStringLiteral("پذیرنده : %1").arg(m_input.mrc);
-    m_amountText = QStringLiteral("مبلغ\u200c : %1").arg(m_input.amn);
+    m_statusText = m_isSuccess ? u"پرداخت موفق"_s : u"پرداخت ناموفق"_s;
+    m_merchantText = u"پذیرنده : %1"_s.arg(m_input.mrc);
+    m_amountText = u"مبلغ\u200c : %1"_s.arg(m_input.amn);
     m_descriptionText = Formats::shownText(m_input.dsc);
     if (m_isSuccess) {
         m_lines = linesOf(data);
         QStringList texts;
         for (const Line &line : m_lines)
-            texts.append(line.name + QStringLiteral(" : ") + line.value);
-        m_descriptionText = texts.join(QLatin1Char('\n'));
+            texts.append(line.name + u" : "_s + line.value);
+        m_descriptionText = texts.join(u'\n');
     }
     Q_EMIT changed();
 }

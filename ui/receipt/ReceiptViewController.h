@@ -9,6 +9,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 /// The receipt: what came of the payment. Its one action closes the flow. Main queue.
 class ReceiptViewController : public ViewController
 {
@@ -51,7 +53,7 @@ public:
     ~ReceiptViewController() override;
 
     void viewDidLoad() override;
-    QString title() const override { return QStringLiteral("رسید پرداخت"); }
+    QString title() const override { return u"رسید پرداخت"_s; }
     void closeRequested() override { donePayment(); }
     void abandon() override;
 
