@@ -49,7 +49,7 @@ TEST_F(PaymentScreenTest, showsTheServicesTextsHarmlessly)
     EXPECT_EQ(screen->detailText(), QStringLiteral(" a b cd"));
     EXPECT_EQ(screen->merchantText().size(), 402);
     for (const auto *label : {"merchantLabel", "detailLabel"})
-        EXPECT_EQ(item(QString::fromLatin1(label))->property("textFormat"), 0) << label << " is plain text";
+        EXPECT_EQ(item(QString::fromLatin1(label))->property("textFormat").toInt(), 0) << label << " is plain text";
     EXPECT_TRUE(item(QStringLiteral("cardNumberTextField")));
 }
 
