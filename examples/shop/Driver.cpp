@@ -26,7 +26,7 @@ const auto doneButton = u"doneButton"_s;
 } // namespace
 
 Driver::Driver(const ShopOptions &options, Session *session, QObject *parent)
-    : QObject(parent), m_options(options), m_hands(Hands::of(options.input))
+    : QObject(parent), m_options(options), m_means(InputMeans::of(options.input))
 {
     connect(session, &Session::finished, this,
             [this](bool success, const QString &code, const QString &description, const QString &reference,
@@ -83,7 +83,7 @@ bool Driver::take(Step step)
         if (!stands(shopPayButton))
             return false;
         shoot(u"shop"_s);
-        return m_hands.press(shopPayButton);
+        return m_means.press(shopPayButton);
     case Step::AnswerWallet:
         return answerWallet();
     case Step::Verify:
@@ -94,7 +94,7 @@ bool Driver::take(Step step)
         return fill();
     case Step::Pay:
         shoot(u"payment-filled"_s);
-        return m_hands.press(payButton);
+        return m_means.press(payButton);
     case Step::Close:
         return close();
     case Step::Watch:
@@ -115,7 +115,7 @@ bool Driver::answerWallet()
         }
         if (m_options.wallet)
             m_step = Step::Close;
-        return m_hands.press(m_options.wallet ? alertButton : u"alertCancelButton"_s);
+        return m_means.press(m_options.wallet ? alertButton : u"alertCancelButton"_s);
     }
     if (!stands(u"cancelButton"_s))
         return false;
@@ -133,7 +133,7 @@ bool Driver::verify()
         m_step = Step::Fill;
         return true;
     }
-    return stands(u"verifyButton"_s) && m_hands.press(u"verifyButton"_s);
+    return stands(u"verifyButton"_s) && m_means.press(u"verifyButton"_s);
 }
 
 /// Either the banner says that there is no link, and the outcome follows, or the merchant's page opened: back from it.
@@ -149,14 +149,14 @@ bool Driver::leavePage()
     if (!stands(u"backButton"_s))
         return false;
     shoot(u"verification"_s);
-    return m_hands.press(u"backButton"_s);
+    return m_means.press(u"backButton"_s);
 }
 
 bool Driver::fill()
 {
     if (m_options.cancel) {
         m_step = Step::Watch;
-        return m_hands.press(u"cancelButton"_s);
+        return m_means.press(u"cancelButton"_s);
     }
     if (!stands(payButton))
         return false;
@@ -175,20 +175,20 @@ bool Driver::fill()
 void Driver::enter(const QString &field, const QString &text)
 {
     // Typed elsewhere, a PIN would be seen.
-    if (!m_hands.focus(field))
+    if (!m_means.focus(field))
         return;
     QTest::qWait(50);
-    m_hands.type(text);
+    m_means.type(text);
 }
 
 void Driver::pickSavedCard()
 {
-    m_hands.focus(cardField);
+    m_means.focus(cardField);
     QTest::qWait(300);
-    m_hands.press(u"savedCardsButton"_s);
+    m_means.press(u"savedCardsButton"_s);
     QTest::qWait(600);
     shoot(u"saved-cards"_s);
-    m_hands.pick(*m_options.savedRow);
+    m_means.pick(*m_options.savedRow);
     QTest::qWait(300);
 }
 
@@ -197,13 +197,13 @@ void Driver::pickExpiry()
     const QQuickItem *shown = Screen::find(u"expirationDateText"_s);
     if (m_options.expiry.isEmpty() || (shown && !shown->property("text").toString().isEmpty()))
         return;
-    m_hands.press(expiryField);
+    m_means.press(expiryField);
     QTest::qWait(600);
     const QStringList parts = m_options.expiry.split(u'/');
     turnTo(u"yearTumbler"_s, parts[0]);
     turnTo(u"monthTumbler"_s, parts[1]);
     shoot(u"expiry"_s);
-    m_hands.press(u"expiryDoneButton"_s);
+    m_means.press(u"expiryDoneButton"_s);
     QTest::qWait(300);
 }
 
@@ -218,7 +218,7 @@ void Driver::turnTo(const QString &tumbler, const QString &title)
         const int current = wheel->property("currentIndex").toInt();
         if (current == target)
             return;
-        m_hands.turn(tumbler, current < target);
+        m_means.turn(tumbler, current < target);
         QTest::qWait(300);
     }
 }
@@ -228,7 +228,7 @@ bool Driver::close()
     if (!stands(doneButton))
         return false;
     shoot(u"receipt"_s);
-    return m_hands.press(doneButton);
+    return m_means.press(doneButton);
 }
 
 void Driver::receive(const JsonLine &outcome)

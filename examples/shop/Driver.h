@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Hands.h"
+#include "InputMeans.h"
 #include "JsonLine.h"
 #include "ShopOptions.h"
 
@@ -42,7 +42,7 @@ private:
     void shoot(const QString &name);
 
     ShopOptions m_options;
-    Hands &m_hands;
+    InputMeans &m_means;
     Step m_step = Step::Buy;
     QTimer m_glance;
     QTimer m_deadline;

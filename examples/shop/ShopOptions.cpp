@@ -74,7 +74,7 @@ void describe(QCommandLineParser &parser)
     option("verify", "Touch the merchant-verification link first.");
     option("idle", "Open the payment screen and touch nothing.");
     option("screenshots", "Save a PNG of every screen into this folder.", "DIR");
-    option("input", "How --auto reaches things: pointer, touch, keyboard, accessibility or on-screen.", "HANDS");
+    option("input", "How --auto reaches things: pointer, touch, keyboard, accessibility or on-screen.", "MEANS");
     option("size", "The window's size, for example 320x568.", "WxH");
     option("unsettled", "Print the payments whose outcome this application was not told, instead of opening the shop.");
     option("settle", "One of them is known now: it is listed no more.", "ID");

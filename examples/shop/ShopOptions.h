@@ -30,7 +30,7 @@ struct ShopOptions
     bool verify = false;
     bool idle = false;
     QString screenshots;
-    QString input = u"pointer"_s; ///< How --auto reaches things; see Hands.
+    QString input = u"pointer"_s; ///< How --auto reaches things; see InputMeans.
     QSize size;                   ///< The window's, where given.
 
     bool simulator = false;

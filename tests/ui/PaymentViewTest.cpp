@@ -425,7 +425,7 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
                                            {Qt::ApplicationSuspended, true},
                                            {Qt::ApplicationActive, false}}) {
         Q_EMIT qGuiApp->applicationStateChanged(state);
-        EXPECT_EQ(item(QStringLiteral("veil")) != nullptr, isCovered) << state;
+        EXPECT_EQ(item(QStringLiteral("privacyCover")) != nullptr, isCovered) << state;
     }
     // An alert too, which stands above the screens.
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationHidden);
@@ -441,10 +441,10 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
     type(QStringLiteral("12345"));
     window()->showMinimized();
     settle(50);
-    EXPECT_TRUE(item(QStringLiteral("veil")));
+    EXPECT_TRUE(item(QStringLiteral("privacyCover")));
     window()->showNormal();
     settle(50);
-    EXPECT_FALSE(item(QStringLiteral("veil")));
+    EXPECT_FALSE(item(QStringLiteral("privacyCover")));
     EXPECT_EQ(text(pinField), QStringLiteral("12345")) << "people leave to fetch a one-time PIN";
 }
 

@@ -104,9 +104,9 @@ FocusScope {
         anchors.fill: parent
         z: 1000
         visible: wanted
-        wanted: veil.drawn || navigation.Window.visibility === Window.Minimized
+        wanted: privacyCover.drawn || navigation.Window.visibility === Window.Minimized
         sourceComponent: Rectangle {
-            objectName: "veil"
+            objectName: "privacyCover"
             anchors.fill: parent
             color: Theme.page
 
@@ -117,7 +117,7 @@ FocusScope {
             }
         }
     }
-    Veil {
-        id: veil
+    PrivacyCover {
+        id: privacyCover
     }
 }

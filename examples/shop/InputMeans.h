@@ -3,10 +3,10 @@
 #include <QString>
 
 /// How the driver reaches what it has found: each kind stands for a person who can do nothing else.
-class Hands
+class InputMeans
 {
 public:
-    virtual ~Hands() = default;
+    virtual ~InputMeans() = default;
     /// Puts the focus on the item named `name`; false when it can't be reached.
     virtual bool focus(const QString &name) = 0;
     /// Does what a click on the item does.
@@ -19,5 +19,5 @@ public:
     virtual void pick(int row);
 
     /// "pointer", "touch", "keyboard", "accessibility", or "on-screen": a pointer, and an on-screen keyboard's keys.
-    static Hands &of(const QString &kind);
+    static InputMeans &of(const QString &kind);
 };

@@ -1,4 +1,4 @@
-#include "Hands.h"
+#include "InputMeans.h"
 
 #include "Screen.h"
 
@@ -24,7 +24,7 @@ QString rowName(int row)
     return u"panRow%1"_s.arg(row);
 }
 
-class Pointer : public Hands
+class Pointer : public InputMeans
 {
 public:
     explicit Pointer(Screen::Touch touch) : m_touch(touch) {}
@@ -97,7 +97,7 @@ private:
 };
 
 /// Tab until the focus is there, then the space bar.
-class Keyboard : public Hands
+class Keyboard : public InputMeans
 {
     bool focus(const QString &name) override
     {
@@ -120,7 +120,7 @@ class Keyboard : public Hands
 };
 
 /// Looks through the accessibility tree for what a screen reader would read out, and asks it to act.
-class ScreenReader : public Hands
+class ScreenReader : public InputMeans
 {
     bool focus(const QString &name) override
     {
@@ -190,18 +190,18 @@ class ScreenReader : public Hands
 
 } // namespace
 
-void Hands::type(const QString &digits)
+void InputMeans::type(const QString &digits)
 {
     Screen::type(digits);
 }
 
-void Hands::turn(const QString &wheel, bool forward)
+void InputMeans::turn(const QString &wheel, bool forward)
 {
     focus(wheel);
     Screen::press(forward ? Qt::Key_Down : Qt::Key_Up);
 }
 
-void Hands::pick(int row)
+void InputMeans::pick(int row)
 {
     for (int step = 0; step < row; ++step) {
         Screen::press(Qt::Key_Down);
@@ -210,7 +210,7 @@ void Hands::pick(int row)
     Screen::press(Qt::Key_Return);
 }
 
-Hands &Hands::of(const QString &kind)
+InputMeans &InputMeans::of(const QString &kind)
 {
     if (kind == u"touch"_s) {
         static Pointer finger(Screen::Touch::Finger);

@@ -1,10 +1,10 @@
-#include "Veil.h"
+#include "PrivacyCover.h"
 
 #include <QGuiApplication>
 
 namespace kelpay {
 
-Veil::Veil(QObject *parent) : QObject(parent)
+PrivacyCover::PrivacyCover(QObject *parent) : QObject(parent)
 {
     const auto follow = [this](Qt::ApplicationState state) {
         const bool drawn = state == Qt::ApplicationHidden || state == Qt::ApplicationSuspended;
