@@ -1,5 +1,3 @@
-#include "TestIdentity.h"
-
 #include "security/AFAES.h"
 #include "security/AFRSA.h"
 #include "security/Base64.h"
@@ -7,11 +5,6 @@
 #include "security/Digests.h"
 #include "security/Random.h"
 #include "security/keychain/SealedValue.h"
-#include "security/toolbox/Hex.h"
-#include "security/toolbox/Hmac.h"
-#include "security/toolbox/OldDigests.h"
-#include "security/toolbox/PPAES.h"
-#include "security/toolbox/PPRSA.h"
 
 #include <gtest/gtest.h>
 
@@ -76,26 +69,17 @@ TEST(Allocation, ThatFailsGivesNull)
     const Bytes data(std::string(100, 'x'));
     const Bytes key(std::string(32, 'k'));
     const Bytes iv(key.data(), 16);
-    const Bytes hex(std::string_view("abcd"));
     const QString text(100, u'a');
     const auto run = [](const char *name, const auto &operation) { failEachAllocation(name, operation); };
     run("SHA256", [&] { return SHA256(data); });
-    run("MD2", [&] { return MD2(data); });
-    run("HMAC", [&] { return HmacWithAlgorithm(data, HmacSHA256, key); });
     run("base64 text", [&] { return std::optional<QString>(base64EncodedString(data)); });
     run("base64 lines", [&] { return std::optional<QString>(base64EncodedString(data, 76)); });
     run("base64 bytes", [&] { return std::optional<Bytes>(base64EncodedData(data)); });
     run("base64 of text", [&] { return base64DecodedDataWithString(text); });
     run("base64 of bytes", [&] { return base64DecodedData(data); });
-    run("hex text", [&] { return std::optional<QString>(encodeToHexString(data)); });
-    run("hex of text", [&] { return std::optional<QString>(encodeToHexString(text)); });
-    run("hex bytes", [&] { return std::optional<Bytes>(encodeToHexData(data)); });
-    run("from hex", [&] { return decodeFromHexData(hex); });
-    run("from hex text", [&] { return decodeFromHexString(u"6162"_s); });
     run("random", [&] { return generateSecureRandomData(32) ? std::optional(true) : std::nullopt; });
     run("cipher", [&] { return doBlockCipherWithAlgorithm(data, CipherAES, key, {}, CipherEncrypt, true); });
     run("AFAES", [&] { return AFAES::sharedAFAES().doCipher(data, key, iv, CipherEncrypt); });
-    run("PPAES", [&] { return AES256EncryptWithKey(data, text); });
 
     const Bytes sealed = *sealValue(key, data, iv);
     run("sealing", [&] { return sealValue(key, data, iv) ? std::optional(true) : std::nullopt; });
@@ -108,11 +92,6 @@ TEST(Allocation, ThatFailsGivesNull)
         const auto cipher = rsa.encryptDataWithPublicKey(data);
         return cipher ? rsa.decryptDataWithPrivateKey(*cipher) : cipher;
     });
-    PPRSA loaded;
-    const Bytes file = test::makeIdentity({.bits = 1024, .password = "secret"});
-    ASSERT_TRUE(loaded.loadPrivateKeyFromP12Data(file, u"secret"_s));
-    const Bytes block = *loaded.privateKey()->encrypt(data);
-    run("PPRSA", [&] { return loaded.decryptData(block); });
 }
 
 } // namespace kelpay

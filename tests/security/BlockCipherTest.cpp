@@ -1,11 +1,9 @@
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "security/BlockCipher.h"
-#include "security/AFAES.h"
 #include "security/AFRSA.h"
 #include "security/OpenSsl.h"
 #include "security/Random.h"
 #include "security/toolbox/Hex.h"
-#include "security/toolbox/PPAES.h"
 
 #include <gtest/gtest.h>
 
@@ -118,38 +116,6 @@ TEST(BlockCipher, RoundTripsEveryAlgorithmModeAndLength)
     }
 }
 
-TEST(BlockCipher, KeepsTheExtraPaddingForTheNextDecryption)
-{
-    const auto key = *generateSymmetricKeyForAlgorithm(CipherAES);
-    const Bytes plain(std::string(20, 'x'));
-    const auto cipher = *crypt(CipherAES, key, {}, CipherEncrypt, plain, false, false);
-    EXPECT_EQ(cipher.size(), 32U);
-    EXPECT_EQ(extraPaddingLength(), 12U);
-    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, cipher, false, false), plain);
-    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, cipher, false, false)->size(), 32U);
-
-    // Whoever decrypts next loses the bytes, and no more than there are.
-    const Bytes shortText(std::string(5, 'y'));
-    const auto padded = *crypt(CipherAES, key, {}, CipherEncrypt, shortText, true, false);
-    crypt(CipherAES, key, {}, CipherEncrypt, plain, false, false);
-    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, padded, true, false), Bytes());
-    EXPECT_EQ(crypt(CipherAES, key, {}, CipherDecrypt, padded, true, false), shortText);
-}
-
-TEST(BlockCipher, TakesExactlyTheKeySizesOfEachAlgorithm)
-{
-    const Bytes block(std::string(16, 'x'));
-    for (unsigned algorithm = CipherAES; algorithm <= CipherBlowfish; ++algorithm) {
-        const auto &traits = cipherTraits(algorithm);
-        for (std::size_t size = 0; size <= 64; ++size) {
-            const bool isTaken = size >= traits.minimumKeySize && size <= traits.defaultKeySize &&
-                                 (algorithm != CipherAES || size % 8 == 0);
-            const auto cipher = crypt(algorithm, Bytes(std::string(size, 'k')), {}, CipherEncrypt, block, false, false);
-            EXPECT_EQ(cipher.has_value(), isTaken) << algorithm << " with " << size;
-        }
-    }
-}
-
 TEST(BlockCipher, RefusesWhatItCantUse)
 {
     const auto key = *generateSymmetricKeyForAlgorithm(CipherAES);
@@ -159,27 +125,6 @@ TEST(BlockCipher, RefusesWhatItCantUse)
     EXPECT_FALSE(crypt(CipherAES, key, {}, 2, plain, true, false));
     EXPECT_FALSE(doBlockCipherWithAlgorithm(std::nullopt, CipherAES, key, {}, CipherEncrypt, true));
     EXPECT_FALSE(doBlockCipherWithAlgorithm(plain, CipherAES, std::nullopt, {}, CipherEncrypt, true));
-}
-
-TEST(Random, ClampsKeySizes)
-{
-    struct
-    {
-        unsigned algorithm;
-        std::uint32_t wanted;
-        std::size_t given;
-    } const rows[] = {
-        {CipherAES, 0, 16},     {CipherAES, 16, 16},    {CipherAES, 17, 24},         {CipherAES, 20, 24},
-        {CipherAES, 24, 24},    {CipherAES, 25, 32},    {CipherAES, 0xffffffff, 32}, {7, 20, 24},
-        {CipherDES, 0, 8},      {CipherDES, 99, 8},     {CipherTripleDES, 8, 24},    {CipherCAST, 3, 5},
-        {CipherCAST, 11, 11},   {CipherCAST, 16, 16},   {CipherRC4, 0, 1},           {CipherRC4, 511, 511},
-        {CipherRC4, 600, 512},  {CipherRC2, 0, 1},      {CipherRC2, 128, 128},       {CipherRC2, 200, 128},
-        {CipherBlowfish, 7, 8}, {CipherBlowfish, 9, 9}, {CipherBlowfish, 57, 56},
-    };
-    for (const auto &[algorithm, wanted, given] : rows)
-        EXPECT_EQ(generateSymmetricKeyForAlgorithm(algorithm, wanted)->size(), given) << algorithm << ' ' << wanted;
-    EXPECT_EQ(generateSymmetricKeyForAlgorithm(CipherAES)->size(), 32U);
-    EXPECT_EQ(generateIVForAlgorithm(9)->size(), 16U);
 }
 
 TEST(Random, NeverAsksTheHostsMethod)
@@ -199,40 +144,6 @@ TEST(Random, NeverAsksTheHostsMethod)
     EXPECT_NE(rsa.encryptDataWithPublicKey(data), rsa.encryptDataWithPublicKey(data));
     EXPECT_EQ(draws, 0);
     RAND_set_rand_method(nullptr);
-}
-
-TEST(AFAES, KeepsKeyAndVector)
-{
-    auto &aes = AFAES::sharedAFAES();
-    EXPECT_EQ(aes.key()->size(), 32U);
-    EXPECT_EQ(aes.iv()->size(), 16U);
-    const Bytes plain(std::string_view("text"));
-    const Bytes key = hex(nist128);
-    const auto cipher = *aes.doCipher(plain, key, std::nullopt, CipherEncrypt);
-    EXPECT_EQ(aes.key(), key);
-    EXPECT_EQ(aes.iv(), Bytes(std::string(16, '\0')));
-    EXPECT_EQ(aes.doCipher(cipher, CipherDecrypt), plain);
-
-    EXPECT_EQ(aes.AES192Decrypt(cipher), plain) << "decryption takes the key as it is";
-    EXPECT_EQ(aes.AES128Encrypt(plain), cipher);
-    const auto sealed = aes.AES256Encrypt(plain);
-    EXPECT_EQ(aes.key()->size(), 32U);
-    EXPECT_EQ(aes.AES128Decrypt(sealed), plain);
-    aes.AES192Encrypt(plain);
-    EXPECT_EQ(aes.key()->size(), 24U);
-    EXPECT_FALSE(aes.doCipher(plain, std::nullopt, std::nullopt, CipherEncrypt));
-}
-
-TEST(PPAES, TakesTheFirst32BytesOfTheKeyText)
-{
-    const Bytes plain(std::string_view("text"));
-    const QString key(32, u'k');
-    const auto cipher = AES256EncryptWithKey(plain, key);
-    ASSERT_TRUE(cipher);
-    EXPECT_EQ(AES256DecryptWithKey(*cipher, key + u"tail"_s), plain);
-    EXPECT_EQ(cipher, crypt(CipherAES, Bytes(std::string(32, 'k')), {}, CipherEncrypt, plain, true, false));
-    EXPECT_FALSE(AES256EncryptWithKey(plain, key.chopped(1)));
-    EXPECT_TRUE(AES256EncryptWithKey(plain, QString(16, u'é'))) << "32 bytes of UTF-8";
 }
 
 } // namespace kelpay

@@ -1,4 +1,3 @@
-#include "platform/Log.h"
 #include "security/Base64.h"
 #include "security/Digests.h"
 #include "security/Random.h"
@@ -21,8 +20,6 @@ Bytes bytes(std::string_view text)
     return Bytes(text);
 }
 
-QString lastProgrammingError;
-
 std::string hexOf(const std::optional<Bytes> &bytes)
 {
     return bytes ? std::string(encodeToHexData(*bytes)->view()) : "none";
@@ -40,9 +37,6 @@ struct KnownDigest
 // MD2 as in RFC 1319.
 const KnownDigest knownDigests[] = {
     {MD2, "", "8350e5a3e24c153df2275c9f80692773"},
-    {MD2, "a", "32ec01ec4a6dac72c0ab96fb34c0b5d1"},
-    {MD2, "message digest", "ab4f496bfb2a530b219ff33031fe06b0"},
-    {MD2, "abcdefghijklmnopqrstuvwxyz", "4e8ddff3650292ab5a4108c3aa47940b"},
     {MD2, "12345678901234567890123456789012345678901234567890123456789012345678901234567890",
      "d5976f79d83d3a0dc9806c3c66f3efd8"},
     {MD4, "abc", "a448017aaf21d8525fc10ae87aa6729d"},
@@ -118,18 +112,6 @@ TEST(Hex, EncodesAndDecodes)
     EXPECT_EQ(decodeFromHexString(u"d8b3d984d8a7d985"_s), u"سلام"_s);
     EXPECT_EQ(decodeFromHexString(u"efbbbf61"_s), u"\ufeffa"_s);
     EXPECT_FALSE(decodeFromHexString(u"ff"_s)) << "no UTF-8";
-}
-
-TEST(Hex, BadDigitIsAProgrammingError)
-{
-    const auto former = setProgrammingErrorHandler([](const QString &message) { lastProgrammingError = message; });
-    for (const auto *text : {"0g", "g0", "0 ", "0x", "\377\60", "0/", "0:", "0@", "0`"}) {
-        lastProgrammingError.clear();
-        EXPECT_FALSE(decodeFromHexData(bytes(text))) << text;
-        EXPECT_TRUE(lastProgrammingError.contains(u"numberFromHex"_s)) << text;
-    }
-    setProgrammingErrorHandler(former);
-    EXPECT_DEATH(decodeFromHexData(bytes("0g")), "numberFromHex");
 }
 
 TEST(Digests, GivePublishedAnswers)

@@ -1,8 +1,6 @@
 #include "security/keychain/FileKeychain.h"
 #include "platform/SqliteStore.h"
-#include "security/Random.h"
 #include "security/SecStatus.h"
-#include "security/keychain/SealedValue.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +8,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-#include <functional>
 #include <sys/stat.h>
 #include <thread>
 
@@ -92,28 +89,6 @@ Bytes flipped(const Bytes &bytes, std::size_t at)
 
 } // namespace
 
-TEST(SealedValue, OpensOnlyWhatIsWhole)
-{
-    const Bytes key = *generateSecureRandomData(32);
-    const Bytes context(std::string_view("context"));
-    for (const std::size_t size : {0U, 1U, 15U, 16U, 100U}) {
-        const Bytes plain = *generateSecureRandomData(size);
-        const Bytes sealed = *sealValue(key, plain, context);
-        EXPECT_NE(sealed, sealValue(key, plain, context));
-        EXPECT_EQ(openValue(key, sealed, context), plain);
-        for (std::size_t at = 0; at < sealed.size(); ++at) {
-            EXPECT_FALSE(openValue(key, flipped(sealed, at), context)) << at;
-            EXPECT_FALSE(openValue(key, Bytes(sealed.data(), at), context)) << at;
-        }
-        for (std::size_t at = 0; at < key.size(); ++at) {
-            EXPECT_FALSE(openValue(flipped(key, at), sealed, context));
-            EXPECT_FALSE(openValue(Bytes(key.data(), at), sealed, context));
-        }
-        EXPECT_FALSE(openValue(key, sealed, flipped(context, 0)));
-        EXPECT_FALSE(openValue(key, sealed, Bytes()));
-    }
-}
-
 TEST_F(FileKeychainTest, KeepsValuesSealedInPrivateFiles)
 {
     ::umask(0);
@@ -130,26 +105,6 @@ TEST_F(FileKeychainTest, KeepsValuesSealedInPrivateFiles)
         QFile file(folder.filePath(name));
         ASSERT_TRUE(file.open(QIODevice::ReadOnly));
         EXPECT_FALSE(file.readAll().contains("secret that")) << name.toStdString();
-    }
-}
-
-TEST_F(FileKeychainTest, AFailureIsLoggedOnce)
-{
-    const std::array<std::function<int()>, 4> calls{
-        [&] { return store.add({item(u"a"_s, "value")}); },
-        [&] { return store.update(match(u"a"_s), Bytes()); },
-        [&] { return store.remove(match(u"a"_s)); },
-        [&] { return store.findAll(match(u"a"_s)).status; },
-    };
-    for (std::size_t call = 0; call < calls.size(); ++call) {
-        ASSERT_TRUE(run([](SqliteDatabase &database) {
-            return database.prepare("DROP TABLE IF EXISTS items").run() &&
-                   database.prepare("CREATE TABLE items(id INTEGER PRIMARY KEY)").run();
-        }));
-        testing::internal::CaptureStderr();
-        EXPECT_EQ(calls.at(call)(), call == 0 ? SecStatus::Success : SecStatus::ItemNotFound) << call;
-        const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
-        EXPECT_EQ(log.count(u"can't be"_s), 1) << log.toStdString();
     }
 }
 
@@ -223,31 +178,6 @@ TEST_F(FileKeychainTest, PlaceThatCantBeHadIsNotAvailable)
     ASSERT_EQ(::chmod(QFile::encodeName(key).constData(), 0600), 0);
     ASSERT_TRUE(QFile::rename(key, folder.filePath(u"moved"_s)) && QFile::link(folder.filePath(u"moved"_s), key));
     EXPECT_EQ(store.update(match(u"a"_s), Bytes()), SecStatus::NotAvailable);
-}
-
-TEST_F(FileKeychainTest, AFileThatIsNotTheUsersOwnIsNotAvailable)
-{
-    ASSERT_EQ(FileKeychain(folder.path()).add({item(u"a"_s, "x")}), SecStatus::Success);
-    const QString path = folder.filePath(u"keychain.sqlite"_s);
-    ASSERT_TRUE(QFile::rename(path, folder.filePath(u"moved"_s)) && QFile::link(folder.filePath(u"moved"_s), path));
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(read(u"a"_s).status, SecStatus::NotAvailable);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("is not this user's own"), std::string::npos);
-}
-
-TEST_F(FileKeychainTest, NamesStayAsTheyAre)
-{
-    const QStringList names{u"a"_s, QString::fromUtf8("a\0b", 3), QString::fromUtf8("a\0c", 3), u"\uFEFFa"_s};
-    for (const QString &name : names)
-        EXPECT_EQ(store.add({item(name, name.toStdString())}), SecStatus::Success) << name.toStdString();
-    for (const QString &name : names) {
-        const auto found = read(name);
-        ASSERT_EQ(found.status, SecStatus::Success) << name.toStdString();
-        EXPECT_EQ(found.items.at(0).account, name);
-        EXPECT_EQ(found.items.at(0).value, Bytes(name.toStdString()));
-    }
-    setSealed(names[1], sealed(names[2]));
-    EXPECT_EQ(read(names[1]).status, SecStatus::Decode) << "a value of another item";
 }
 
 } // namespace kelpay

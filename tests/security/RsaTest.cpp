@@ -1,7 +1,6 @@
 #include "TestIdentity.h"
 
 #include "security/AFRSA.h"
-#include "security/BlockCipher.h"
 #include "security/OpenSsl.h"
 #include "security/Pkcs12Item.h"
 #include "security/Random.h"
@@ -80,56 +79,6 @@ TEST(AFRSA, CutsDataIntoChunks)
     }
 }
 
-TEST(AFRSA, OneChunksSizeBoundsTheNext)
-{
-    ASSERT_TRUE(rsa().generateKeys());
-    const auto sealed = [](std::size_t size) { return *rsa().encryptDataWithPublicKey(Bytes(std::string(size, 'x'))); };
-    const auto opened = [&](std::size_t first, std::size_t second) {
-        BytesBuilder both;
-        both.append(sealed(first));
-        both.append(sealed(second));
-        return rsa().decryptDataWithPrivateKey(both.take());
-    };
-    EXPECT_EQ(opened(10, 5), Bytes(std::string(15, 'x')));
-    EXPECT_EQ(opened(10, 10), Bytes(std::string(20, 'x')));
-    EXPECT_FALSE(opened(5, 10));
-}
-
-TEST(AFRSA, SignsUnderEachPadding)
-{
-    ASSERT_TRUE(rsa().keysFromData(test::makeIdentity(), password));
-    const Bytes data(std::string_view("signed"));
-    EXPECT_EQ(rsa().padding(), AFRSA::PaddingPKCS1SHA1);
-    for (const std::uint32_t padding :
-         {0U, 1U, 2U, 0x8000U, 0x8001U, 0x8002U, 0x8003U, 0x8004U, 0x8005U, 0x8006U, 0x8007U, 0xffffffffU}) {
-        rsa().setPadding(padding);
-        const auto signature = rsa().signDataWithPrivateKey(data);
-        ASSERT_TRUE(signature) << padding;
-        EXPECT_EQ(signature->size(), 256U);
-        EXPECT_TRUE(rsa().verifyDataWithPublicKey(data, *signature)) << padding;
-        const bool hasDigest = padding >= 0x8002U && padding <= 0x8006U;
-        EXPECT_EQ(rsa().verifyDataWithPublicKey(Bytes(std::string_view("other")), *signature), !hasDigest)
-            << "without a digest nothing of the data is signed";
-        for (std::size_t at = 0; at < signature->size(); at += 37) {
-            std::string flipped(signature->view());
-            flipped[at] = static_cast<char>(flipped[at] ^ 1);
-            EXPECT_FALSE(rsa().verifyDataWithPublicKey(data, Bytes(flipped))) << padding << ' ' << at;
-            EXPECT_FALSE(rsa().verifyDataWithPublicKey(data, Bytes(signature->data(), at)));
-        }
-        rsa().setPadding(padding == 0x8006U ? 0x8004U : 0x8006U);
-        EXPECT_FALSE(rsa().verifyDataWithPublicKey(data, *signature)) << padding;
-    }
-    rsa().setPadding(AFRSA::PaddingPKCS1SHA1);
-}
-
-TEST(AFRSA, MakesKeysOfSaneSizes)
-{
-    EXPECT_TRUE(rsa().generateKeys(1024));
-    for (const unsigned bits : {0U, 512U, 1023U, 4097U, 1'000'000U, 0xffffffffU})
-        EXPECT_FALSE(rsa().generateKeys(bits)) << bits;
-    EXPECT_EQ(rsa().publicKey()->blockSize(), 128U) << "as they were";
-}
-
 TEST(AFRSA, BadFilesLeaveBothKeysNull)
 {
     const Bytes good = test::makeIdentity({.bits = 1024});
@@ -172,12 +121,6 @@ TEST(AFRSA, RemembersTheTrustOnlyUntilItEnds)
     std::this_thread::sleep_for(std::chrono::milliseconds(2100));
     EXPECT_FALSE(rsa().keysFromData(file, password));
     EXPECT_FALSE(rsa().publicKey());
-}
-
-TEST(AFRSA, PublicKeyOfACertificate)
-{
-    EXPECT_EQ(rsa().publicKeyFromDERData(test::makeCertificate(1024))->blockSize(), 128U);
-    EXPECT_FALSE(rsa().publicKeyFromDERData(Bytes(std::string_view("none"))));
 }
 
 TEST(Pkcs12Item, ImportsEachEncryption)
@@ -244,41 +187,6 @@ TEST(Pkcs12Item, SurvivesEveryCutAndFlip)
     }
 }
 
-TEST(PPRSA, SaysWhatFailed)
-{
-    PPRSA rsa;
-    const Bytes garbage(std::string_view("garbage"));
-    const Bytes good = test::makeIdentity({.bits = 1024, .password = "secret"});
-    const Bytes keyless = test::makeIdentity({.password = "secret", .hasKey = false});
-    const Bytes damaged = test::makeIdentity({.bits = 1024, .password = "secret", .isKeyDamaged = true});
-    const struct
-    {
-        std::function<bool(Error *)> call;
-        QString text;
-    } rows[] = {
-        {[&](Error *e) { return rsa.encryptData(garbage, e).has_value(); },
-         u"No public key has been loaded, cannot encrypt"_s},
-        {[&](Error *e) { return rsa.decryptData(garbage, e).has_value(); },
-         u"No private key has been loaded, cannot decrypt"_s},
-        {[&](Error *e) { return rsa.loadPublicKeyFromBundledCertificate(u"none"_s, e); },
-         u"Bundled certificate named «none.crt» not found"_s},
-        {[&](Error *e) { return rsa.loadPrivateKeyFromBundledP12(u"none"_s, u"x"_s, e); },
-         u"Bundled private key file named «none.p12» not found"_s},
-        {[&](Error *e) { return rsa.publicKeyFromData(garbage, e).has_value(); }, u"Failed to create certificate"_s},
-        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(good, u"wrong"_s, e); },
-         u"Failed to import P12 data: wrong password"_s},
-        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(garbage, u"x"_s, e); },
-         u"Failed to import P12 data: Error code -26275"_s},
-        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(damaged, u"secret"_s, e); },
-         u"Failed to import P12 data: Error code -26275"_s},
-        {[&](Error *e) { return rsa.loadPrivateKeyFromP12Data(keyless, u"secret"_s, e); },
-         u"Failed to import P12 data: Error code 0"_s},
-    };
-    for (const auto &[call, text] : rows)
-        EXPECT_EQ(failureOf(call), text);
-    EXPECT_FALSE(rsa.hasPublicKey() || rsa.hasPrivateKey());
-}
-
 TEST(PPRSA, EncryptsOneBlockAndDecryptsToAWholeOne)
 {
     const HostResource certificate(u"host.cer"_s, test::makeCertificate());
@@ -295,18 +203,6 @@ TEST(PPRSA, EncryptsOneBlockAndDecryptsToAWholeOne)
 
     const Bytes sealed = *rsa.privateKey()->encrypt(Bytes(std::string_view("text")));
     EXPECT_EQ(rsa.decryptData(sealed), Bytes("text" + std::string(252, '\0')));
-}
-
-TEST(PPRSA, RandomStringsStayInTheAlphabet)
-{
-    const QString alphabet = u"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXZY0123456789@%#$^_.*-+/="_s;
-    EXPECT_EQ(PPRSA::randomStringOfLength(0), QString());
-    const QString text = PPRSA::randomStringOfLength(20'000);
-    EXPECT_EQ(text.size(), 20'000);
-    for (const QChar c : alphabet)
-        EXPECT_GT(text.count(c), 100) << int(c.unicode());
-    for (const QChar c : text)
-        ASSERT_TRUE(alphabet.contains(c));
 }
 
 } // namespace kelpay

@@ -239,17 +239,6 @@ TEST_F(SecretServiceTest, DamagedAndMovedValuesAreNoticedAndCanBeOverwritten)
     }
 }
 
-TEST_F(SecretServiceTest, TextsWithAZeroCharacterNameNothing)
-{
-    ASSERT_TRUE(session->startDaemon());
-    const QString text = u"a"_s + QChar(u'\0') + u"b"_s;
-    ASSERT_EQ(store.add({item(u"a"_s, bytes("x"))}), SecStatus::Success);
-    EXPECT_EQ(store.add({item(text, bytes("x"))}), SecStatus::Param);
-    EXPECT_EQ(store.remove(match(text)), SecStatus::ItemNotFound);
-    EXPECT_EQ(store.findOne(match(text), Content::Value).status, SecStatus::ItemNotFound);
-    EXPECT_EQ(store.findAll(match(text)).status, SecStatus::ItemNotFound);
-}
-
 TEST_F(SecretServiceTest, WhereNothingAnswersItIsNotAvailable)
 {
     session->stopBus();
