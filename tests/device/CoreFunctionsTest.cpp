@@ -1,6 +1,5 @@
 #include "device/CoreFunctions.h"
 #include "device/HostProfile.h"
-#include "platform/SystemFacts.h"
 #include "platform/UserDefaults.h"
 #include "security/keychain/CoreKeychain.h"
 
@@ -8,9 +7,6 @@
 
 #include <QGuiApplication>
 #include <QRegularExpression>
-
-#include <climits>
-#include <set>
 
 namespace kelpay {
 namespace {
@@ -47,17 +43,6 @@ TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
     EXPECT_EQ(CoreKeychain().stringForKey(QStringLiteral("uuid")), uuid);
 }
 
-TEST(CoreFunctions, RandomIntegersStayInTheirRange)
-{
-    std::set<int> seen;
-    for (int round = 0; round < 400; ++round)
-        seen.insert(CoreFunctions().intInRangeMinimum(-1, 2));
-    EXPECT_EQ(seen, (std::set<int>{-1, 0, 1, 2}));
-    EXPECT_EQ(CoreFunctions().intInRangeMinimum(5, 5), 5);
-    EXPECT_EQ(CoreFunctions().intInRangeMinimum(6, 5), -1);
-    CoreFunctions().intInRangeMinimum(INT_MIN, INT_MAX);
-}
-
 TEST(CoreFunctions, ApplicationIdentifier)
 {
     HostProfile &profile = HostProfile::shared();
@@ -83,15 +68,6 @@ TEST(CoreFunctions, ApplicationIdentifier)
         EXPECT_EQ(CoreFunctions().bundleID().toStdString(), identifier);
         EXPECT_FALSE(CoreFunctions().bundleID().isNull());
     }
-}
-
-TEST(CoreFunctions, DeviceData)
-{
-    const QStringList fields = CoreFunctions().deviceData().split(QLatin1Char('|'));
-    ASSERT_GE(fields.size(), 5);
-    EXPECT_EQ(fields[0], QStringLiteral("APPL"));
-    for (const QString &field : fields)
-        EXPECT_FALSE(field.isEmpty());
 }
 
 TEST(CoreFunctions, AnswersAreStoredAsRecords)

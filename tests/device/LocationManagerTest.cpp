@@ -1,11 +1,8 @@
 #include "device/LocationManager.h"
-#include "device/CoreFunctions.h"
-#include "platform/ScreenPresenter.h"
 
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QGeoPositionInfoSource>
 #include <QLocale>
 #include <QStringList>
@@ -80,18 +77,6 @@ TEST_F(LocationTest, TellsEveryUpdateFromTheEventLoop)
     EXPECT_EQ(logged, QStringList(QStringLiteral("didFailWithError: AccessError")));
 }
 
-TEST_F(LocationTest, BothUpdateForms)
-{
-    LocationManager manager(nullptr, callback);
-    manager.didUpdateLocations({});
-    manager.didUpdateLocations({FakeSource::at(1, 2), FakeSource::at(3, 4)});
-    manager.didUpdateToLocation(FakeSource::at(5, 6), FakeSource::at(3, 4));
-    manager.didUpdateToLocation({}, FakeSource::at(5, 6));
-    EXPECT_EQ(told, QStringList({QStringLiteral("3,4"), QStringLiteral("5,6")}));
-    EXPECT_EQ(logged,
-              QStringList({QStringLiteral("didUpdateToLocation: 5,6"), QStringLiteral("didUpdateToLocation: (null)")}));
-}
-
 TEST_F(LocationTest, ASystemWithoutASourceFails)
 {
     LocationManager manager(nullptr, callback);
@@ -99,33 +84,6 @@ TEST_F(LocationTest, ASystemWithoutASourceFails)
     EXPECT_TRUE(told.isEmpty());
     QCoreApplication::processEvents();
     EXPECT_EQ(told, QStringList(QStringLiteral("0.0,0.0")));
-}
-
-// Whatever this machine has, something is told; and the block may release what runs it.
-TEST_F(LocationTest, TheBlockMayReleaseTheManager)
-{
-    auto functions = std::make_unique<CoreFunctions>();
-    functions->returnUserLocation([&](const QString &location) {
-        functions.reset();
-        told << location;
-    });
-    EXPECT_TRUE(functions->manager() && functions->locationCallback());
-    QElapsedTimer clock;
-    clock.start();
-    while (told.isEmpty() && clock.elapsed() < 10'000)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
-    if (told.isEmpty())
-        GTEST_SKIP() << "a position service runs here and has not answered yet";
-    EXPECT_EQ(told.first().count(QLatin1Char(',')), 1);
-}
-
-TEST(CoreFunctions, ShowsThePaymentView)
-{
-    QStringList shown;
-    ScreenPresenter::setPresent([&shown](const QString &identifier) { shown << identifier; });
-    CoreFunctions().showPaymentView();
-    ScreenPresenter::setPresent(nullptr);
-    EXPECT_EQ(shown, QStringList(QStringLiteral("PaymentView")));
 }
 
 } // namespace

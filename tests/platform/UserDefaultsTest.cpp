@@ -72,21 +72,6 @@ TEST_F(UserDefaultsTest, TypedValuesOutliveTheObject)
     }
 }
 
-TEST_F(UserDefaultsTest, FilesArePrivateWhateverTheUmask)
-{
-    const mode_t before = ::umask(0);
-    UserDefaults defaults(path());
-    defaults.setInteger(key, 1);
-    ::umask(before);
-    for (const char *suffix : {"", "-wal", "-shm"}) {
-        struct stat info
-        {
-        };
-        ASSERT_EQ(::stat(QFile::encodeName(path() + QLatin1StringView(suffix)).constData(), &info), 0) << suffix;
-        EXPECT_EQ(info.st_mode & 0777, 0600u) << suffix;
-    }
-}
-
 TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory)
 {
     UserDefaults nowhere(QStringLiteral("/proc/no-such-folder/defaults.sqlite"));
@@ -163,16 +148,6 @@ TEST_F(UserDefaultsTest, KeysAndTextsStayAsTheyAre)
         UserDefaults(path()).setString(text, text);
     for (const QString &text : texts)
         EXPECT_EQ(UserDefaults(path()).string(text), text) << text.toStdString();
-}
-
-TEST_F(UserDefaultsTest, NullInTheFileIsNoValue)
-{
-    ASSERT_TRUE(execute({"CREATE TABLE defaults(key TEXT PRIMARY KEY, type INTEGER, value) WITHOUT ROWID",
-                         "INSERT INTO defaults VALUES('text', 1, NULL), ('number', 2, NULL), ('data', 3, NULL)"}));
-    const UserDefaults defaults(path());
-    EXPECT_FALSE(defaults.string(QStringLiteral("text")));
-    EXPECT_FALSE(defaults.integer(QStringLiteral("number")));
-    EXPECT_FALSE(defaults.data(QStringLiteral("data")));
 }
 
 TEST_F(UserDefaultsTest, WhatIsNotTheUsersOwnIsLeftAlone)
@@ -256,21 +231,6 @@ TEST_F(UserDefaultsTest, AnInterruptedRepairLosesNothing)
         EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("in the log"));
         EXPECT_FALSE(QFile::exists(aside));
     }
-}
-
-TEST_F(UserDefaultsTest, AWrongBindingFailsTheStatement)
-{
-    SqliteStore store(path(), SqliteStore::Durability::SurvivesKill, "CREATE TABLE t(a)");
-    const auto insert = [](SqliteDatabase &database) {
-        return database.prepare("INSERT INTO t VALUES(?1)").bind(2, std::int64_t{1}).run();
-    };
-    EXPECT_FALSE(store.run(insert));
-    const auto count = store.run([](SqliteDatabase &database) {
-        auto select = database.prepare("SELECT count(*) FROM t");
-        select.step();
-        return select.integer(0);
-    });
-    EXPECT_EQ(count, 0);
 }
 
 // Newer versions of SQLite answer a read over the end of a cut file with an error; here a layer over the files does.

@@ -82,30 +82,6 @@ TEST_F(CashierTest, FaultsBookOrDoNotAsTheTableSays)
     }
 }
 
-TEST_F(CashierTest, RefusesByItsOwnRules)
-{
-    const QString mobile = u"09121234567"_s;
-    EXPECT_EQ(resultOf(tokenRequest(u"9123456789"_s)), refusal::badMobileNumber);
-    const QJsonObject answer = token();
-    EXPECT_EQ(resultOf(paymentRequest(answer, u"6037990000000007"_s)), refusal::badCardNumber);
-    EXPECT_EQ(resultOf(paymentRequest(answer, u"603799000000000"_s)), refusal::badCardNumber);
-    EXPECT_EQ(resultOf(paymentRequest(answer, u"70010001"_s)), refusal::unknownSavedCard);
-    EXPECT_EQ(resultOf(paymentRequest(answer, {}, u"99"_s)), refusal::noWallet);
-    EXPECT_EQ(resultOf(paymentRequest(answer, goodCard, u"5"_s, u"09121234568"_s)), refusal::foreignToken);
-    QJsonObject unknown = answer;
-    unknown.insert("rd"_L1, QJsonObject{{"t"_L1, u"no such"_s}});
-    EXPECT_EQ(resultOf(paymentRequest(unknown, goodCard)), refusal::unknownToken);
-
-    const QString poor = mobileNumberFor(108);
-    EXPECT_EQ(resultOf(paymentRequest(token(poor), {}, u"99"_s, poor)), refusal::walletTooSmall);
-    EXPECT_EQ(resultOf(paymentRequest(token(poor, u"C1|1000"_s), {}, u"99"_s, poor)), 0);
-    const QString withoutPinTerminal = mobileNumberFor(109);
-    EXPECT_EQ(resultOf(paymentRequest(token(withoutPinTerminal), {}, u"99"_s, withoutPinTerminal)), 0);
-    const QString saved = mobileNumberFor(102);
-    EXPECT_EQ(resultOf(paymentRequest(token(saved), u"70010001"_s, u"5"_s, saved)), 0);
-    EXPECT_EQ(resultOf(paymentRequest(token(saved), u"70010003"_s, u"59"_s, saved)), 51);
-}
-
 TEST_F(CashierTest, HoldsTheDetailStringToItsToken)
 {
     const QJsonObject answer = token();

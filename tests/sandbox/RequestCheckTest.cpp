@@ -60,14 +60,6 @@ TEST(RequestCheck, NamesTheKeyThatIsWrong)
         EXPECT_TRUE(requestViolation(object)) << name;
 }
 
-TEST(RequestCheck, TakesCompactObjectsOnly)
-{
-    QString reason;
-    EXPECT_TRUE(parseRequest(R"({"a":"b c\" d","e":1})", reason));
-    for (const char *text : {"", "[]", "1", "{", "{\"a\": 1}", "{\"a\":1}\n", "\xff{}", "{\"a\":\"\\\"\" }"})
-        EXPECT_FALSE(parseRequest(text, reason)) << text;
-}
-
 TEST(PaymentDetail, FieldsFollowTheCode)
 {
     const std::pair<const char *, bool> texts[] = {

@@ -3,7 +3,6 @@
 #include "Requests.h"
 
 #include <QFile>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
@@ -107,29 +106,6 @@ protected:
 
 } // namespace
 
-TEST_F(ServiceTest, MalformedRequestsGetA400AndALine)
-{
-    const QByteArray good = seal(compact(tokenRequest()), sessionKey);
-    QJsonObject incomplete = tokenRequest();
-    incomplete.remove("v"_L1);
-    incomplete.remove("fp"_L1);
-    const QByteArray bodies[] = {{},
-                                 "{}",
-                                 good.chopped(1),
-                                 seal("[]", sessionKey),
-                                 seal(compact(incomplete), sessionKey),
-                                 seal(compact(paymentRequest({}, u"1"_s, u"6"_s)), sessionKey)};
-    for (const QByteArray &body : bodies) {
-        const Reply reply = post(body);
-        EXPECT_EQ(reply.status, 400);
-        EXPECT_EQ(lastLine().value("violation"_L1).toString() + u'\n', QString::fromUtf8(reply.body));
-    }
-    EXPECT_EQ(send("/8/request", &good, "text/plain").status, 400);
-    const QByteArray huge(200'000, 'x');
-    EXPECT_EQ(post(huge).status, 413);
-    EXPECT_EQ(post(good).status, 200) << "still serving";
-}
-
 TEST_F(ServiceTest, FaultsLookOnTheWireAsTheyAreNamed)
 {
     struct Expected
@@ -172,14 +148,6 @@ TEST_F(ServiceTest, HangingConnectionsHoldUpNobody)
     QString problem;
     ASSERT_TRUE(impatient.start(problem)) << qPrintable(problem);
     EXPECT_EQ(request(525).code, CURLE_GOT_NOTHING);
-}
-
-TEST_F(ServiceTest, ATakenAddressIsSaidSo)
-{
-    Service second(identity(), *ledger, journal, host, 2);
-    QString problem;
-    EXPECT_FALSE(second.start(problem));
-    EXPECT_TRUE(problem.contains(u"taken"_s) && problem.contains(u"--host"_s)) << qPrintable(problem);
 }
 
 } // namespace kelpay::sandbox::test
