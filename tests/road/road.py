@@ -4,17 +4,12 @@
     road.py --bin FOLDER --identity FOLDER --host 127.0.0.x [GROUP ...]
 """
 
-import json
-import os
-import re
 import stat
 import subprocess
-import tempfile
-import time
 import unittest
 from pathlib import Path
 
-from shop import CANCELLED, EXPIRED, INVALID_MERCHANT, KEYS, NONE, OPTIONS, SERVER_ERROR, Road, card, failure, mobile, run_groups
+from shop import CANCELLED, EXPIRED, INVALID_MERCHANT, NONE, OPTIONS, SERVER_ERROR, Road, card, failure, mobile, run_groups
 
 
 class Outcomes(Road):
@@ -36,7 +31,6 @@ class Outcomes(Road):
             ("cancelled", ["--cancel"], CANCELLED),
             ("time over", ["--idle", "--clock-rate", "250"], EXPIRED),
             ("no verification link", ["--msisdn", mobile(110), "--verify"], INVALID_MERCHANT),
-            ("token answered with HTTP 500", ["--msisdn", mobile(500)], SERVER_ERROR),
         ]
         for name, arguments, outcome in table:
             with self.subTest(name):
@@ -192,35 +186,6 @@ class Hands(Road):
                     self.assertTrue(run.sent_exactly("724", None, *fields, None, None), run.detail())
 
 
-class Faults(Road):
-    """What the wire does to an exchange; what an answer may hold is tested without it."""
-
-    def test_a_redirect_is_an_answer(self):
-        self.assert_outcome(self.pay("--msisdn", mobile(501)), failure(*SERVER_ERROR))
-        self.assert_outcome(self.pay("--card", card(502), "--timeout", "9"), NONE)
-        self.assertEqual([entry for entry in self.journal() if entry["kind"] == "redirected"], [])
-
-    def test_a_broken_answer_is_not_reported_and_nothing_is_sent_again(self):
-        for kind, arguments in [("token", ["--msisdn", mobile(520)]), ("token", ["--msisdn", mobile(526)]),
-                                ("payment", ["--card", card(523)])]:
-            with self.subTest(arguments):
-                run = self.pay(*arguments, "--timeout", "8")
-                self.assert_outcome(run, NONE)
-                self.assertEqual(len(run.exchanges(kind)), 1)
-
-    def test_answers_that_are_no_success(self):
-        for scenario in (203, 512):
-            with self.subTest(scenario):
-                self.assert_outcome(self.pay("--card", card(scenario)), failure("0", ""))
-
-    def test_odd_successes(self):
-        for scenario, reference in [(204, r"^$"), (206, r"^\d{12}$"), (524, r"^\d{12}$")]:
-            with self.subTest(scenario):
-                run = self.pay("--card", card(scenario))
-                self.assertEqual((run.code, run.outcome["success"], run.outcome["code"]), (0, True, "1"), run.log)
-                self.assertRegex(run.outcome["reference"], reference)
-
-
 class Deployment(Road):
     """Deployment data missing or broken, nothing to reach, nowhere to write."""
 
@@ -246,29 +211,6 @@ class Deployment(Road):
             self.assert_outcome(run, NONE)
             self.assertEqual(run.exchanges("token"), [])
             self.assertIn("URLSession Task Failed:", run.log)
-
-    def test_a_certificate_in_the_modern_format_works(self):
-        folder = self.state()
-        subprocess.run([f"{OPTIONS.bin}/kelpay-sandbox", "--make-identity", folder, "--modern"], check=True)
-        host = "127.0.0.19"
-        with subprocess.Popen([f"{OPTIONS.bin}/kelpay-sandbox", "--host", host, "--identity", folder, "--exit-after", "60",
-                               "--die-with-parent"], stdout=subprocess.PIPE, text=True) as service:
-            try:
-                service.stdout.readline()
-                self.assert_success(self.pay(host=host, KELPAY_RESOURCES=folder, KELPAY_IP_ECHO=f"https://{host}:1443/"))
-            finally:
-                service.terminate()
-
-    def test_an_unreachable_service_is_a_silence(self):
-        run = self.pay("--timeout", "5", host="127.0.0.250")
-        self.assert_outcome(run, NONE)
-
-    def test_an_unknown_address_shows_as_null(self):
-        run = self.pay(KELPAY_IP_ECHO="https://127.0.0.250:1443/")
-        self.assert_outcome(run, failure(*SERVER_ERROR)) if run.outcome.get("code") == SERVER_ERROR[0] else \
-            self.assert_success(run)
-        entries = run.exchanges("token") + run.exchanges("unreadable")
-        self.assertEqual(entries[0]["request"]["ar"], f"{mobile()};(null);")
 
     def test_a_state_folder_that_cannot_be_written_names_what_to_do(self):
         run = self.pay("--timeout", "5", state="/proc/kelpay-no-such-folder")
