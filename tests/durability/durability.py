@@ -18,7 +18,7 @@ import unittest
 from collections import Counter
 from pathlib import Path
 
-from others import Others
+from contention import Contention
 from worker import COUNTS, DAMAGED, LONGEST, NOT_AVAILABLE, OPTIONS, RANDOM, STORES, Folder, Worker, measure_sync
 
 
@@ -314,7 +314,7 @@ def main():
     RANDOM.seed(OPTIONS.seed)
     print(f"seed {OPTIONS.seed}", flush=True)
     loader = unittest.TestLoader()
-    groups = (Kills, Disks, Damage, Others, Stalls)
+    groups = (Kills, Disks, Damage, Contention, Stalls)
     suite = loader.loadTestsFromNames(rest, sys.modules[__name__]) if rest else unittest.TestSuite(
         loader.loadTestsFromTestCase(group) for group in groups)
     result = unittest.TextTestRunner(verbosity=2).run(suite)

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Payments end to end.
 
-    road.py --bin FOLDER --identity FOLDER --host 127.0.0.x [GROUP ...]
+    payments.py --bin FOLDER --identity FOLDER --host 127.0.0.x [GROUP ...]
 """
 
 import stat
@@ -9,10 +9,10 @@ import subprocess
 import unittest
 from pathlib import Path
 
-from shop import CANCELLED, EXPIRED, INVALID_MERCHANT, NONE, OPTIONS, SERVER_ERROR, Road, card, failure, mobile, run_groups
+from shop import CANCELLED, EXPIRED, INVALID_MERCHANT, NONE, OPTIONS, SERVER_ERROR, PaymentTest, card, failure, mobile, run_groups
 
 
-class Outcomes(Road):
+class Outcomes(PaymentTest):
     """Every row of the outcome table, and the two silences."""
 
     def test_success_with_a_picture_of_every_screen(self):
@@ -55,7 +55,7 @@ class Outcomes(Road):
                 self.assertEqual(outcome > 0.7 * payment, kept)
 
 
-class Request(Road):
+class Request(PaymentTest):
     """What travels."""
 
     def test_both_exchanges(self):
@@ -125,7 +125,7 @@ class Request(Road):
 TYPED = "6037991234567893"  # what the shop types
 
 
-class Forms(Road):
+class Forms(PaymentTest):
     """What the payment screen sends for each form, read from the nine fields."""
 
     def test_forms(self):
@@ -167,7 +167,7 @@ class Forms(Road):
         self.assert_success(self.pay("--verify"))
 
 
-class Hands(Road):
+class InputMeans(PaymentTest):
     """The same two payments at the smallest size, by everybody."""
 
     def test_what_travels_is_the_same_whoever_pays(self):
@@ -186,7 +186,7 @@ class Hands(Road):
                     self.assertTrue(run.sent_exactly("724", None, *fields, None, None), run.detail())
 
 
-class Deployment(Road):
+class Deployment(PaymentTest):
     """Deployment data missing or broken, nothing to reach, nowhere to write."""
 
     def overlay(self, **files):
@@ -219,7 +219,7 @@ class Deployment(Road):
         self.assertEqual(run.exchanges("token"), [])
 
 
-class Console(Road):
+class Console(PaymentTest):
     """What works without a screen, and the command line."""
 
     def test_lists(self):
@@ -238,8 +238,8 @@ class Console(Road):
             self.assertIn("kelpay-shop: ", run.log)
 
 
-class Sanitized(Road):
-    """One pass of the road; a finding of the sanitizers fails it."""
+class Sanitized(PaymentTest):
+    """A few payments; a finding of the sanitizers fails it."""
 
     def test_roads(self):
         runs = [self.pay(), self.pay("--msisdn", mobile(106)), self.pay("--msisdn", mobile(101), "--saved", "1")]
@@ -251,7 +251,7 @@ class Sanitized(Road):
         self.assertNotRegex(run.log, r"AddressSanitizer|runtime error:")
 
 
-class Unported(Road):
+class Unported(PaymentTest):
     """One pass without any system's own sources: what a port would tell is left out, and nothing else."""
 
     def test_pays_and_tells_what_qt_knows(self):

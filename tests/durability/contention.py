@@ -10,7 +10,7 @@ from pathlib import Path
 from worker import COUNTS, NOT_AVAILABLE, RANDOM, STORES, Folder, Worker
 
 
-class Others(Folder):
+class Contention(Folder):
     """Several processes at once, and one that hangs."""
 
     def test_nothing_is_lost_between_processes(self):

@@ -12,12 +12,12 @@ import sys
 import tempfile
 from pathlib import Path
 
-from shop import OPTIONS, Road, run_groups
+from shop import OPTIONS, PaymentTest, run_groups
 
 PTRACE_TRACEME, PTRACE_CONT = 0, 7
 
 
-class Device(Road):
+class Device(PaymentTest):
     def about(self, **keywords):
         run = self.shop("--about", **keywords)
         self.assertEqual((run.code, len(run.lines)), (0, 1), run.log)

@@ -71,10 +71,10 @@ class Run:
         return payment["fingerprint"] == hmac.new(key, whole.encode(), hashlib.sha256).hexdigest()
 
 
-class Road(unittest.TestCase):
+class PaymentTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory(prefix="kelpay-road-")
+        cls.folder = tempfile.TemporaryDirectory(prefix="kelpay-payments-")
         cls.journal_path = Path(cls.folder.name, "journal")
         cls.service = subprocess.Popen(
             [f"{OPTIONS.bin}/kelpay-sandbox", "--host", OPTIONS.host, "--identity", OPTIONS.identity, "--journal",
