@@ -1,21 +1,123 @@
 #include "device/CoreBiometrics.h"
 #include "device/FingerprintService.h"
+#include "tests/PrivateBus.h"
 
 #include <gtest/gtest.h>
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusObjectPath>
+#include <QDBusVirtualObject>
+#include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QPointingDevice>
 #include <QTest>
+#include <QThread>
 
 namespace kelpay {
 namespace {
 
-TEST(CoreBiometrics, NoBusIsNoFingerprint)
+using Answer = FingerprintService::Answer;
+
+/// Plays the fingerprint service in a thread of its own, since the caller blocks.
+class FakeFingerprintService : public QDBusVirtualObject
 {
+public:
+    explicit FakeFingerprintService(const QString &address)
+        : m_connection(QDBusConnection::connectToBus(address, QStringLiteral("fake-fprint")))
+    {
+        EXPECT_TRUE(m_connection.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
+        moveToThread(&m_thread);
+        m_thread.start();
+        EXPECT_TRUE(m_connection.registerService(QStringLiteral("net.reactivated.Fprint")));
+    }
+    ~FakeFingerprintService() override
+    {
+        m_connection.unregisterObject(QStringLiteral("/"), QDBusConnection::UnregisterTree);
+        QDBusConnection::disconnectFromBus(QStringLiteral("fake-fprint"));
+        m_thread.quit();
+        m_thread.wait();
+    }
+    Q_DISABLE_COPY_MOVE(FakeFingerprintService)
+
+    QString introspect(const QString &) const override { return {}; }
+
+    bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
+    {
+        if (isMute)
+            return true;
+        if (message.interface() == QStringLiteral("net.reactivated.Fprint.Manager") &&
+            message.member() == QStringLiteral("GetDevices")) {
+            QList<QDBusObjectPath> paths;
+            for (qsizetype reader = 0; reader < readers.size(); ++reader)
+                paths << QDBusObjectPath(QStringLiteral("/net/reactivated/Fprint/Device/%1").arg(reader));
+            return connection.send(message.createReply(QVariant::fromValue(paths)));
+        }
+        if (message.interface() != QStringLiteral("net.reactivated.Fprint.Device") ||
+            message.member() != QStringLiteral("ListEnrolledFingers") || message.arguments() != QVariantList{QString()})
+            return false;
+        const QStringList fingers = readers.value(message.path().section(QLatin1Char('/'), -1).toInt());
+        if (fingers.isEmpty())
+            return connection.send(
+                message.createErrorReply(QStringLiteral("net.reactivated.Fprint.Error.NoEnrolledPrints"),
+                                         QStringLiteral("Failed to discover prints")));
+        return connection.send(message.createReply(fingers));
+    }
+
+    QList<QStringList> readers; ///< the enrolled fingers of each
+    std::atomic<bool> isMute{false};
+
+private:
+    QThread m_thread;
+    QDBusConnection m_connection;
+};
+
+void expectAvailable(bool available)
+{
+    EXPECT_EQ(CoreBiometrics::isBiometricIDAvailable(), available);
+    EXPECT_EQ(CoreBiometrics::isTouchIDAvailable(), available);
+    EXPECT_FALSE(CoreBiometrics::isFaceIDAvailable());
+}
+
+TEST(CoreBiometrics, AsksTheFingerprintService)
+{
+    PrivateBus bus("system");
+    ASSERT_TRUE(bus.isRunning());
     // Read once a process, when the system bus is first asked for; nothing else in this program does.
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nowhere/bus");
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+    EXPECT_TRUE(FingerprintService::ask().reason.startsWith(QStringLiteral("no fingerprint service: ")));
+    expectAvailable(false);
+    {
+        FakeFingerprintService service(bus.address());
+        const QStringList thumb{QStringLiteral("right-thumb")};
+        const struct
+        {
+            QList<QStringList> readers;
+            const char *reason;
+        } rows[] = {
+            {{}, "no fingerprint reader"},
+            {{{}}, "the enrolled fingers are unknown: Failed to discover prints"},
+            {{thumb}, ""},
+            {{{}, thumb}, ""},
+        };
+        for (const auto &row : rows) {
+            service.readers = row.readers;
+            const Answer answer = FingerprintService::ask();
+            EXPECT_EQ(answer.reason, QLatin1StringView(row.reason));
+            EXPECT_EQ(answer.hasEnrolledPrints, answer.reason.isEmpty());
+            expectAvailable(answer.hasEnrolledPrints);
+        }
+
+        service.isMute = true;
+        QElapsedTimer clock;
+        clock.start();
+        EXPECT_FALSE(FingerprintService::ask().hasEnrolledPrints);
+        EXPECT_GE(clock.elapsed(), 1'500);
+        EXPECT_LT(clock.elapsed(), 4'000);
+    }
+    bus.stop();
     EXPECT_TRUE(FingerprintService::ask().reason.startsWith(QStringLiteral("no system bus: ")));
-    EXPECT_FALSE(CoreBiometrics::isBiometricIDAvailable());
+    expectAvailable(false);
 }
 
 TEST(CoreBiometrics, DeviceTypes)

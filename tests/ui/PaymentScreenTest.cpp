@@ -174,6 +174,35 @@ TEST_F(PaymentScreenTest, reportsACancelOnceAndDropsALateAnswer)
     EXPECT_FALSE(navigation());
 }
 
+TEST_F(PaymentScreenTest, closingAsksWhereSomethingWouldBeLost)
+{
+    storeToken();
+    PaymentViewController *screen = presentPayment();
+    screen->form()->setPin(QStringLiteral("1"));
+    const auto asks = [screen] {
+        screen->closeRequested();
+        const bool isAsking = screen->leaveAlert()->isShown();
+        screen->leaveAlert()->dismiss();
+        return isAsking;
+    };
+    EXPECT_TRUE(asks()) << "something is typed";
+    fill(*screen);
+    screen->verifyPayment();
+    EXPECT_TRUE(asks()) << "a payment is on its way";
+    attempt->fellSilent(true, Attempt::Silence::Unknown);
+    settle(20);
+    EXPECT_TRUE(asks()) << "nobody knows what came of it";
+    EXPECT_TRUE(outcomes().empty());
+
+    navigation()->dismiss(false);
+    settle();
+    storeToken();
+    screen = presentPayment();
+    screen->closeRequested();
+    settle();
+    EXPECT_EQ(outcomes().size(), 1U) << "nothing would be lost";
+}
+
 TEST_F(PaymentScreenTest, endsWithTheCountdown)
 {
     storeToken();
