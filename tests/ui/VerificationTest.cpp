@@ -91,7 +91,7 @@ TEST_F(VerificationTest, goesNowhereElse)
 {
     // Another name of this machine, but not one that stands for it.
     const QString away = site.url(QStringLiteral("shop.localhost"), QStringLiteral("away"));
-    site.page = "<script>setTimeout(() => location.href = '" + away.toLatin1() + "', 300)</script>";
+    site.page = "<script>setTimeout(() => location.href = '" + away.toLatin1() + "', 3000)</script>";
     openPage(QStringLiteral("start"));
     EXPECT_TRUE(waitFor([this] { return item(QStringLiteral("verificationFault")) != nullptr; }, 10'000));
     EXPECT_FALSE(item(QStringLiteral("verificationPage"))->property("item").value<QObject *>());
