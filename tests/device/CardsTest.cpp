@@ -9,6 +9,9 @@
 #include <tuple>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 TEST(Cards, Verdicts)
@@ -41,7 +44,7 @@ TEST(Cards, Verdicts)
         {"6037;59;0;9|", "", "JA"},
     };
     for (const Case &c : cases) {
-        const QString values = QStringLiteral("%1;%2").arg(QLatin1StringView(card), QLatin1StringView(c.amount));
+        const QString values = u"%1;%2"_s.arg(QLatin1StringView(card), QLatin1StringView(c.amount));
         EXPECT_EQ(functions.isSimple(QString::fromLatin1(c.rules), values).toStdString(), c.verdict)
             << c.rules << " " << c.amount;
     }
@@ -50,18 +53,18 @@ TEST(Cards, Verdicts)
 TEST(Cards, LookUpsAndTheirRangeErrors)
 {
     const CoreFunctions functions;
-    const QString card = QStringLiteral("6037991234567890");
-    const QString rules = QStringLiteral("6037;5;100;200|603799;5;300;400|6219;9|60;59;7;8|603;1;2");
-    EXPECT_EQ(functions.blackListReturnerFor(card, rules), QStringLiteral("5|5|59|"));
-    EXPECT_EQ(functions.policyForCode5On(card, rules), QStringLiteral("100;200300;400"));
-    EXPECT_EQ(functions.policyForCode59On(card, rules), QStringLiteral("7;8"));
-    EXPECT_EQ(functions.policyForCode59On(QStringLiteral("5"), rules), QString());
+    const QString card = u"6037991234567890"_s;
+    const QString rules = u"6037;5;100;200|603799;5;300;400|6219;9|60;59;7;8|603;1;2"_s;
+    EXPECT_EQ(functions.blackListReturnerFor(card, rules), u"5|5|59|"_s);
+    EXPECT_EQ(functions.policyForCode5On(card, rules), u"100;200300;400"_s);
+    EXPECT_EQ(functions.policyForCode59On(card, rules), u"7;8"_s);
+    EXPECT_EQ(functions.policyForCode59On(u"5"_s, rules), QString());
 
-    EXPECT_THROW(functions.blackListReturnerFor(card, QStringLiteral("6037;5;1;2")), std::out_of_range);
+    EXPECT_THROW(functions.blackListReturnerFor(card, u"6037;5;1;2"_s), std::out_of_range);
     EXPECT_THROW(functions.blackListReturnerFor(card, QString()), std::out_of_range);
-    EXPECT_THROW(functions.blackListReturnerFor(card, QStringLiteral("6037|")), std::out_of_range);
-    EXPECT_THROW(functions.policyForCode5On(card, QStringLiteral("6037;5;1|")), std::out_of_range);
-    EXPECT_NO_THROW(functions.policyForCode59On(card, QStringLiteral("6037;5;1|")));
+    EXPECT_THROW(functions.blackListReturnerFor(card, u"6037|"_s), std::out_of_range);
+    EXPECT_THROW(functions.policyForCode5On(card, u"6037;5;1|"_s), std::out_of_range);
+    EXPECT_NO_THROW(functions.policyForCode59On(card, u"6037;5;1|"_s));
 }
 
 TEST(Cards, NumbersThatPass)
@@ -73,7 +76,7 @@ TEST(Cards, NumbersThatPass)
         {"0000000000000000", false}, {"6000000000012345", false}, {"6037991234000000", false}};
     for (const auto &[number, valid] : cards)
         EXPECT_EQ(functions.isValidCardNumber(QString::fromLatin1(number)), valid) << number;
-    EXPECT_THROW(functions.isValidCardNumber(QStringLiteral("603799123456789")), std::out_of_range);
+    EXPECT_THROW(functions.isValidCardNumber(u"603799123456789"_s), std::out_of_range);
 
     const std::pair<const char *, bool> phones[] = {
         {"09123456789", true}, {"9123456789", false}, {"091234567890", false}, {"", false}, {"09abcdefghi", true}};

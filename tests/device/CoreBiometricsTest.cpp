@@ -15,6 +15,9 @@
 #include <QThread>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using Answer = FingerprintService::Answer;
@@ -24,17 +27,17 @@ class FakeFingerprintService : public QDBusVirtualObject
 {
 public:
     explicit FakeFingerprintService(const QString &address)
-        : m_connection(QDBusConnection::connectToBus(address, QStringLiteral("fake-fprint")))
+        : m_connection(QDBusConnection::connectToBus(address, u"fake-fprint"_s))
     {
-        EXPECT_TRUE(m_connection.registerVirtualObject(QStringLiteral("/"), this, QDBusConnection::SubPath));
+        EXPECT_TRUE(m_connection.registerVirtualObject(u"/"_s, this, QDBusConnection::SubPath));
         moveToThread(&m_thread);
         m_thread.start();
-        EXPECT_TRUE(m_connection.registerService(QStringLiteral("net.reactivated.Fprint")));
+        EXPECT_TRUE(m_connection.registerService(u"net.reactivated.Fprint"_s));
     }
     ~FakeFingerprintService() override
     {
-        m_connection.unregisterObject(QStringLiteral("/"), QDBusConnection::UnregisterTree);
-        QDBusConnection::disconnectFromBus(QStringLiteral("fake-fprint"));
+        m_connection.unregisterObject(u"/"_s, QDBusConnection::UnregisterTree);
+        QDBusConnection::disconnectFromBus(u"fake-fprint"_s);
         m_thread.quit();
         m_thread.wait();
     }
@@ -46,21 +49,19 @@ public:
     {
         if (isMute)
             return true;
-        if (message.interface() == QStringLiteral("net.reactivated.Fprint.Manager") &&
-            message.member() == QStringLiteral("GetDevices")) {
+        if (message.interface() == u"net.reactivated.Fprint.Manager"_s && message.member() == u"GetDevices"_s) {
             QList<QDBusObjectPath> paths;
             for (qsizetype reader = 0; reader < readers.size(); ++reader)
-                paths << QDBusObjectPath(QStringLiteral("/net/reactivated/Fprint/Device/%1").arg(reader));
+                paths << QDBusObjectPath(u"/net/reactivated/Fprint/Device/%1"_s.arg(reader));
             return connection.send(message.createReply(QVariant::fromValue(paths)));
         }
-        if (message.interface() != QStringLiteral("net.reactivated.Fprint.Device") ||
-            message.member() != QStringLiteral("ListEnrolledFingers") || message.arguments() != QVariantList{QString()})
+        if (message.interface() != u"net.reactivated.Fprint.Device"_s || message.member() != u"ListEnrolledFingers"_s ||
+            message.arguments() != QVariantList{QString()})
             return false;
-        const QStringList fingers = readers.value(message.path().section(QLatin1Char('/'), -1).toInt());
+        const QStringList fingers = readers.value(message.path().section(u'/', -1).toInt());
         if (fingers.isEmpty())
-            return connection.send(
-                message.createErrorReply(QStringLiteral("net.reactivated.Fprint.Error.NoEnrolledPrints"),
-                                         QStringLiteral("Failed to discover prints")));
+            return connection.send(message.createErrorReply(u"net.reactivated.Fprint.Error.NoEnrolledPrints"_s,
+                                                            u"Failed to discover prints"_s));
         return connection.send(message.createReply(fingers));
     }
 
@@ -85,11 +86,11 @@ TEST(CoreBiometrics, AsksTheFingerprintService)
     ASSERT_TRUE(bus.isRunning());
     // Read once a process, when the system bus is first asked for; nothing else in this program does.
     qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
-    EXPECT_TRUE(FingerprintService::ask().reason.startsWith(QStringLiteral("no fingerprint service: ")));
+    EXPECT_TRUE(FingerprintService::ask().reason.startsWith(u"no fingerprint service: "_s));
     expectAvailable(false);
     {
         FakeFingerprintService service(bus.address());
-        const QStringList thumb{QStringLiteral("right-thumb")};
+        const QStringList thumb{u"right-thumb"_s};
         const struct
         {
             QList<QStringList> readers;
@@ -116,7 +117,7 @@ TEST(CoreBiometrics, AsksTheFingerprintService)
         EXPECT_LT(clock.elapsed(), 4'000);
     }
     bus.stop();
-    EXPECT_TRUE(FingerprintService::ask().reason.startsWith(QStringLiteral("no system bus: ")));
+    EXPECT_TRUE(FingerprintService::ask().reason.startsWith(u"no system bus: "_s));
     expectAvailable(false);
 }
 

@@ -9,29 +9,31 @@
 #include <QRegularExpression>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString trace = QStringLiteral("trace");
+const QString trace = u"trace"_s;
 
 TEST(CoreFunctions, VersionsLoseTheirDots)
 {
-    QCoreApplication::setApplicationVersion(QStringLiteral("10.2.3"));
-    EXPECT_EQ(CoreFunctions().versionString(), QStringLiteral("1023;100"));
+    QCoreApplication::setApplicationVersion(u"10.2.3"_s);
+    EXPECT_EQ(CoreFunctions().versionString(), u"1023;100"_s);
 }
 
 TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
 {
     auto &defaults = UserDefaults::standard();
-    CoreKeychain().deleteEntryForKey(QStringLiteral("uuid"));
-    defaults.setInteger(QStringLiteral("ard"), 9);
+    CoreKeychain().deleteEntryForKey(u"uuid"_s);
+    defaults.setInteger(u"ard"_s, 9);
     CoreFunctions().returnThings();
     const qint64 first = defaults.integer(trace).value_or(0);
     EXPECT_GE(first, 100);
     EXPECT_LE(first, 800);
-    EXPECT_FALSE(defaults.integer(QStringLiteral("ard")));
-    const QString uuid = CoreKeychain().stringForKey(QStringLiteral("uuid")).value_or(QString());
-    EXPECT_TRUE(
-        QRegularExpression(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$")).match(uuid).hasMatch());
+    EXPECT_FALSE(defaults.integer(u"ard"_s));
+    const QString uuid = CoreKeychain().stringForKey(u"uuid"_s).value_or(QString());
+    EXPECT_TRUE(QRegularExpression(u"^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"_s).match(uuid).hasMatch());
     CoreFunctions().returnThings();
     CoreFunctions().returnThings();
     EXPECT_EQ(defaults.integer(trace), first + 2);
@@ -40,7 +42,7 @@ TEST(CoreFunctions, TheFirstRunDrawsAndLaterOnesCount)
     defaults.remove(trace);
     CoreFunctions().returnThings();
     EXPECT_EQ(defaults.integer(trace), 1);
-    EXPECT_EQ(CoreKeychain().stringForKey(QStringLiteral("uuid")), uuid);
+    EXPECT_EQ(CoreKeychain().stringForKey(u"uuid"_s), uuid);
 }
 
 TEST(CoreFunctions, ApplicationIdentifier)
@@ -72,16 +74,16 @@ TEST(CoreFunctions, ApplicationIdentifier)
 
 TEST(CoreFunctions, AnswersAreStoredAsRecords)
 {
-    const QJsonObject details{{QStringLiteral("urn"), QStringLiteral("00012")}};
-    CoreFunctions().parsePaymentBody(QJsonObject{{QStringLiteral("rc"), 0}, {QStringLiteral("rd"), details}});
+    const QJsonObject details{{u"urn"_s, u"00012"_s}};
+    CoreFunctions().parsePaymentBody(QJsonObject{{u"rc"_s, 0}, {u"rd"_s, details}});
     ASSERT_TRUE(CoreFunctions().storedPaymentAnswer());
-    EXPECT_EQ(CoreFunctions().storedPaymentAnswer()->rd.urn.toString(), QStringLiteral("00012"));
+    EXPECT_EQ(CoreFunctions().storedPaymentAnswer()->rd.urn.toString(), u"00012"_s);
 
     CoreFunctions().parseTokenBody(QJsonValue::Undefined);
     ASSERT_TRUE(CoreFunctions().storedTokenAnswer());
     EXPECT_TRUE(CoreFunctions().storedTokenAnswer()->rd.t.isUndefined());
 
-    UserDefaults::standard().setData(QStringLiteral("pym"), Bytes(std::string_view("damaged")));
+    UserDefaults::standard().setData(u"pym"_s, Bytes(std::string_view("damaged")));
     EXPECT_FALSE(CoreFunctions().storedPaymentAnswer());
 }
 

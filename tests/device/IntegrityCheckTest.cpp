@@ -10,11 +10,14 @@
 #include <unistd.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 bool found(const char *finding)
 {
-    return IntegrityCheck::verdict().split(QLatin1Char(',')).contains(QLatin1StringView(finding));
+    return IntegrityCheck::verdict().split(u',').contains(QLatin1StringView(finding));
 }
 
 /// Runs `prepare` and then the check in a child process; whether the finding is there.
@@ -33,7 +36,7 @@ template <class Prepare> bool foundInChild(const char *finding, Prepare prepare)
 
 TEST(IntegrityCheck, SeesWhoMayTrace)
 {
-    QFile scope(QStringLiteral("/proc/sys/kernel/yama/ptrace_scope"));
+    QFile scope(u"/proc/sys/kernel/yama/ptrace_scope"_s);
     const bool isRestricted = scope.open(QIODevice::ReadOnly) && scope.readAll().trimmed() != "0";
     EXPECT_EQ(foundInChild("traceable", [] { ::prctl(PR_SET_DUMPABLE, 1); }), !isRestricted);
     EXPECT_FALSE(foundInChild("traceable", [] { ::prctl(PR_SET_DUMPABLE, 0); }));

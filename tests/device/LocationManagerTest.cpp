@@ -8,6 +8,9 @@
 #include <QStringList>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class FakeSource : public QGeoPositionInfoSource
@@ -68,13 +71,13 @@ TEST_F(LocationTest, TellsEveryUpdateFromTheEventLoop)
     EXPECT_TRUE(source.isUpdating);
     Q_EMIT source.positionUpdated(FakeSource::at(-0.0000125, 180));
     QCoreApplication::processEvents();
-    EXPECT_EQ(told, QStringList({QStringLiteral("35.6892,51.389"), QStringLiteral("-0.0000125,180")}));
+    EXPECT_EQ(told, QStringList({u"35.6892,51.389"_s, u"-0.0000125,180"_s}));
     QLocale::setDefault(former);
 
     Q_EMIT source.errorOccurred(QGeoPositionInfoSource::AccessError);
     QCoreApplication::processEvents();
-    EXPECT_EQ(told.last(), QStringLiteral("0.0,0.0"));
-    EXPECT_EQ(logged, QStringList(QStringLiteral("didFailWithError: AccessError")));
+    EXPECT_EQ(told.last(), u"0.0,0.0"_s);
+    EXPECT_EQ(logged, QStringList(u"didFailWithError: AccessError"_s));
 }
 
 TEST_F(LocationTest, ASystemWithoutASourceFails)
@@ -83,7 +86,7 @@ TEST_F(LocationTest, ASystemWithoutASourceFails)
     manager.startUpdatingLocation();
     EXPECT_TRUE(told.isEmpty());
     QCoreApplication::processEvents();
-    EXPECT_EQ(told, QStringList(QStringLiteral("0.0,0.0")));
+    EXPECT_EQ(told, QStringList(u"0.0,0.0"_s));
 }
 
 } // namespace

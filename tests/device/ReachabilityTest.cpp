@@ -17,14 +17,17 @@
 #include <unistd.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString loopback = QStringLiteral("127.0.0.1");
+const QString loopback = u"127.0.0.1"_s;
 
 TEST(Reachability, StatusOfFacts)
 {
-    const QString cable = QStringLiteral("eth0");
-    const QString modem = QStringLiteral("wwan0");
+    const QString cable = u"eth0"_s;
+    const QString modem = u"wwan0"_s;
     const struct
     {
         Reachability::Facts facts;
@@ -109,7 +112,7 @@ TEST(Reachability, FollowsTheKernel)
         ASSERT_TRUE(reachability->startNotifier());
         EXPECT_EQ(reachability->currentReachabilityStatus(), Reachability::NotReachable);
         EXPECT_EQ(changeAfter(*reachability, raiseLoopback), 2);
-        EXPECT_EQ(KernelRoutes::interfaceTo(QHostAddress(loopback)), QStringLiteral("lo"));
+        EXPECT_EQ(KernelRoutes::interfaceTo(QHostAddress(loopback)), u"lo"_s);
         EXPECT_FALSE(KernelRoutes::defaultInterface());
         EXPECT_EQ(changeAfter(*reachability, clearLoopback), 0);
         reachability->stopNotifier();

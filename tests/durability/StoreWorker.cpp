@@ -16,6 +16,7 @@
 #include <unistd.h>
 
 using namespace kelpay;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -52,7 +53,7 @@ public:
     {
         m_folder = folder;
         const QString path = QString::fromStdString(folder);
-        m_defaults = std::make_unique<UserDefaults>(path + QStringLiteral("/defaults.sqlite"));
+        m_defaults = std::make_unique<UserDefaults>(path + u"/defaults.sqlite"_s);
         m_keychain = std::make_unique<FileKeychain>(path);
     }
     void close()
@@ -71,7 +72,7 @@ public:
         if (status != SecStatus::ItemNotFound)
             return status;
         KeychainItem item;
-        item.service = QStringLiteral("service");
+        item.service = u"service"_s;
         item.account = QString::fromStdString(key);
         item.value = value;
         return m_keychain->add({item});
@@ -147,7 +148,7 @@ private:
     }
     static KeychainMatch match(const std::string &key)
     {
-        return {KeychainItemClass::GenericPassword, QStringLiteral("service"), {}, QString::fromStdString(key)};
+        return {KeychainItemClass::GenericPassword, u"service"_s, {}, QString::fromStdString(key)};
     }
     QString fillPath() const { return QString::fromStdString(m_folder + "/fill"); }
 

@@ -7,6 +7,9 @@
 #include <cstring>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 TEST(Bytes, BuilderKeepsContentAcrossGrowthAndCuts)
@@ -25,8 +28,7 @@ TEST(Bytes, BuilderKeepsContentAcrossGrowthAndCuts)
 
 TEST(Bytes, TextRoundTrips)
 {
-    for (const auto &text :
-         {QString(), QStringLiteral("abc"), QStringLiteral("پرداخت ۱۲"), QString::fromUtf8("\xF0\x9F\x99\x82")})
+    for (const auto &text : {QString(), u"abc"_s, u"پرداخت ۱۲"_s, QString::fromUtf8("\xF0\x9F\x99\x82")})
         EXPECT_EQ(Bytes::fromText(text).toText(), text);
 }
 

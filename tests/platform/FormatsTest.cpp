@@ -5,6 +5,9 @@
 #include <QTimeZone>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 TEST(Formats, GroupsInThreesWhateverTheLocale)
@@ -49,7 +52,7 @@ TEST(Formats, TwelveHourClockWithoutMarker)
 {
     qputenv("TZ", "UTC");
     const auto hours = [](int hour) {
-        return Formats::localDate(QDateTime(QDate(2026, 11, 22), QTime(hour, 30)), QStringLiteral("hh"));
+        return Formats::localDate(QDateTime(QDate(2026, 11, 22), QTime(hour, 30)), u"hh"_s);
     };
     EXPECT_EQ(hours(0), hours(12));
     EXPECT_EQ(hours(23), hours(11));

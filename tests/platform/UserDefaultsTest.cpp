@@ -16,14 +16,17 @@
 #include <unistd.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString key = QStringLiteral("key");
+const QString key = u"key"_s;
 
 class UserDefaultsTest : public ::testing::Test
 {
 protected:
-    QString path() const { return m_folder.filePath(QStringLiteral("defaults.sqlite")); }
+    QString path() const { return m_folder.filePath(u"defaults.sqlite"_s); }
 
     // As another process would.
     static bool execute(SqliteStore &store, std::initializer_list<const char *> statements)
@@ -54,28 +57,28 @@ TEST_F(UserDefaultsTest, TypedValuesOutliveTheObject)
     for (const QString &where : {path(), QString()}) {
         auto defaults = std::make_unique<UserDefaults>(where);
         EXPECT_FALSE(defaults->string(key));
-        defaults->setString(key, QStringLiteral("12 سفارش"));
-        defaults->setInteger(QStringLiteral("n"), -5);
-        defaults->setData(QStringLiteral("d"), Bytes(std::string_view("\0\1\2", 3)));
-        defaults->setString(QStringLiteral("gone"), QStringLiteral("x"));
-        defaults->remove(QStringLiteral("gone"));
+        defaults->setString(key, u"12 سفارش"_s);
+        defaults->setInteger(u"n"_s, -5);
+        defaults->setData(u"d"_s, Bytes(std::string_view("\0\1\2", 3)));
+        defaults->setString(u"gone"_s, u"x"_s);
+        defaults->remove(u"gone"_s);
         if (!where.isEmpty())
             defaults = std::make_unique<UserDefaults>(where);
-        EXPECT_EQ(defaults->string(key), QStringLiteral("12 سفارش"));
+        EXPECT_EQ(defaults->string(key), u"12 سفارش"_s);
         EXPECT_EQ(defaults->integer(key), 12);
-        EXPECT_EQ(defaults->integer(QStringLiteral("n")), -5);
-        EXPECT_EQ(defaults->string(QStringLiteral("n")), QStringLiteral("-5"));
-        EXPECT_EQ(defaults->data(QStringLiteral("d"))->size(), 3u);
-        EXPECT_FALSE(defaults->string(QStringLiteral("d")));
+        EXPECT_EQ(defaults->integer(u"n"_s), -5);
+        EXPECT_EQ(defaults->string(u"n"_s), u"-5"_s);
+        EXPECT_EQ(defaults->data(u"d"_s)->size(), 3u);
+        EXPECT_FALSE(defaults->string(u"d"_s));
         EXPECT_FALSE(defaults->data(key));
-        EXPECT_FALSE(defaults->string(QStringLiteral("gone")));
+        EXPECT_FALSE(defaults->string(u"gone"_s));
     }
 }
 
 TEST_F(UserDefaultsTest, WhatCannotBeWrittenStaysInMemory)
 {
-    UserDefaults nowhere(QStringLiteral("/proc/no-such-folder/defaults.sqlite"));
-    nowhere.setString(key, QStringLiteral("7"));
+    UserDefaults nowhere(u"/proc/no-such-folder/defaults.sqlite"_s);
+    nowhere.setString(key, u"7"_s);
     EXPECT_EQ(nowhere.integer(key), 7);
     EXPECT_EQ(nowhere.increment(key), 8);
     nowhere.remove(key);
@@ -129,21 +132,21 @@ TEST_F(UserDefaultsTest, ADamagedFileIsReplaced)
     {
         UserDefaults defaults(path());
         EXPECT_FALSE(defaults.string(key));
-        defaults.setString(key, QStringLiteral("v"));
+        defaults.setString(key, u"v"_s);
     }
-    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("v"));
+    EXPECT_EQ(UserDefaults(path()).string(key), u"v"_s);
     ASSERT_TRUE(execute({"DROP TABLE defaults", "CREATE TABLE defaults(other)"}));
     testing::internal::CaptureStderr();
-    UserDefaults(path()).setString(key, QStringLiteral("w"));
+    UserDefaults(path()).setString(key, u"w"_s);
     const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
-    EXPECT_EQ(log.count(QStringLiteral("can't be")), 1) << log.toStdString();
-    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("w")) << "a file with other tables";
+    EXPECT_EQ(log.count(u"can't be"_s), 1) << log.toStdString();
+    EXPECT_EQ(UserDefaults(path()).string(key), u"w"_s) << "a file with other tables";
 }
 
 TEST_F(UserDefaultsTest, KeysAndTextsStayAsTheyAre)
 {
-    const QStringList texts{QStringLiteral("a"), QString::fromUtf8("a\0b", 3), QString::fromUtf8("a\0c", 3),
-                            QStringLiteral(u"\uFEFFa"), QStringLiteral(u"\uFEFF")};
+    const QStringList texts{u"a"_s, QString::fromUtf8("a\0b", 3), QString::fromUtf8("a\0c", 3), u"\uFEFFa"_s,
+                            u"\uFEFF"_s};
     for (const QString &text : texts)
         UserDefaults(path()).setString(text, text);
     for (const QString &text : texts)
@@ -152,7 +155,7 @@ TEST_F(UserDefaultsTest, KeysAndTextsStayAsTheyAre)
 
 TEST_F(UserDefaultsTest, WhatIsNotTheUsersOwnIsLeftAlone)
 {
-    const QString elsewhere = m_folder.filePath(QStringLiteral("elsewhere"));
+    const QString elsewhere = m_folder.filePath(u"elsewhere"_s);
     struct Case
     {
         const char *what;
@@ -161,22 +164,22 @@ TEST_F(UserDefaultsTest, WhatIsNotTheUsersOwnIsLeftAlone)
     for (const auto &[what, linked] :
          {Case{"a link", ""}, Case{"a link for the log", "-wal"}, Case{"another user's", nullptr}}) {
         QFile::remove(path());
-        QFile::remove(path() + QStringLiteral("-wal"));
-        UserDefaults(elsewhere).setString(key, QStringLiteral("theirs"));
+        QFile::remove(path() + u"-wal"_s);
+        UserDefaults(elsewhere).setString(key, u"theirs"_s);
         if (linked) {
-            ASSERT_TRUE(QFile::link(elsewhere, path() + QLatin1String(linked)));
+            ASSERT_TRUE(QFile::link(elsewhere, path() + QLatin1StringView(linked)));
         } else {
-            UserDefaults(path()).setString(key, QStringLiteral("theirs"));
+            UserDefaults(path()).setString(key, u"theirs"_s);
             if (::chown(QFile::encodeName(path()).constData(), 1, 1) != 0)
                 GTEST_SKIP() << "this process may not give files away";
         }
         testing::internal::CaptureStderr();
         UserDefaults defaults(path());
         EXPECT_FALSE(defaults.string(key)) << what;
-        defaults.setString(key, QStringLiteral("ours"));
-        EXPECT_EQ(defaults.string(key), QStringLiteral("ours")) << what;
+        defaults.setString(key, u"ours"_s);
+        EXPECT_EQ(defaults.string(key), u"ours"_s) << what;
         EXPECT_NE(testing::internal::GetCapturedStderr().find("is not this user's own"), std::string::npos) << what;
-        EXPECT_EQ(UserDefaults(elsewhere).string(key), QStringLiteral("theirs")) << what;
+        EXPECT_EQ(UserDefaults(elsewhere).string(key), u"theirs"_s) << what;
     }
 }
 
@@ -186,7 +189,7 @@ TEST_F(UserDefaultsTest, AForeignStateFolderIsNotUsed)
     qputenv("XDG_DATA_HOME", QFile::encodeName(m_folder.path()));
     const auto folder = stateFolder();
     ASSERT_TRUE(folder);
-    const QString moved = m_folder.filePath(QStringLiteral("moved"));
+    const QString moved = m_folder.filePath(u"moved"_s);
     ASSERT_TRUE(QDir().rename(*folder, moved));
     ASSERT_TRUE(QFile::link(moved, *folder));
     EXPECT_FALSE(stateFolder()) << "a link";
@@ -201,34 +204,34 @@ TEST_F(UserDefaultsTest, TwoDamagedCopiesStay)
 {
     for (const char byte : {'1', '2', '3', '4'}) {
         fillWith(byte);
-        UserDefaults(path()).setString(key, QStringLiteral("v"));
+        UserDefaults(path()).setString(key, u"v"_s);
     }
     QString kept;
-    for (const QString &name : QDir(m_folder.path()).entryList({QStringLiteral("*.damaged-*[0-9]")}, QDir::Files)) {
+    for (const QString &name : QDir(m_folder.path()).entryList({u"*.damaged-*[0-9]"_s}, QDir::Files)) {
         QFile copy(m_folder.filePath(name));
         ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
         kept += QChar::fromLatin1(copy.read(1).at(0));
     }
-    EXPECT_EQ(kept, QStringLiteral("34"));
+    EXPECT_EQ(kept, u"34"_s);
 }
 
 // A repair was killed after it moved the log of changes aside and before it put the new file in place.
 TEST_F(UserDefaultsTest, AnInterruptedRepairLosesNothing)
 {
-    const QString log = path() + QStringLiteral("-wal");
-    const QString aside = path() + QStringLiteral(".damaged-1700000000000");
+    const QString log = path() + u"-wal"_s;
+    const QString aside = path() + u".damaged-1700000000000"_s;
     for (const bool isIndexAside : {false, true}) {
         UserDefaults writer(path()); // while it is open, the log holds what it wrote
-        writer.setString(key, QStringLiteral("in the log"));
+        writer.setString(key, u"in the log"_s);
         for (const char *suffix : {"", "-wal", "-shm"}) {
-            const QByteArray from = QFile::encodeName(path() + QLatin1String(suffix));
-            const QByteArray to = QFile::encodeName(aside + QLatin1String(suffix));
+            const QByteArray from = QFile::encodeName(path() + QLatin1StringView(suffix));
+            const QByteArray to = QFile::encodeName(aside + QLatin1StringView(suffix));
             ASSERT_EQ(::link(from.constData(), to.constData()), 0);
             ASSERT_TRUE(*suffix == '\0' || ::unlink(from.constData()) == 0);
         }
         if (!isIndexAside)
-            QFile::remove(aside + QStringLiteral("-shm"));
-        EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("in the log"));
+            QFile::remove(aside + u"-shm"_s);
+        EXPECT_EQ(UserDefaults(path()).string(key), u"in the log"_s);
         EXPECT_FALSE(QFile::exists(aside));
     }
 }
@@ -254,21 +257,21 @@ TEST_F(UserDefaultsTest, AFileThatLostItsEndIsRepairedWhereReadingItFails)
         }
         return code;
     };
-    UserDefaults(path()).setString(key, QStringLiteral("kept"));
-    UserDefaults(path()).setData(QStringLiteral("long"), Bytes(std::string(30'000, 'v')));
+    UserDefaults(path()).setString(key, u"kept"_s);
+    UserDefaults(path()).setData(u"long"_s, Bytes(std::string(30'000, 'v')));
     ASSERT_TRUE(QFile::resize(path(), QFileInfo(path()).size() - 1));
     sqlite3_vfs_register(&layer, 1);
     {
         const UserDefaults defaults(path());
-        EXPECT_EQ(defaults.string(key), QStringLiteral("kept"));
-        UserDefaults(path()).setInteger(QStringLiteral("other"), 1); // the first forgets what it has read
+        EXPECT_EQ(defaults.string(key), u"kept"_s);
+        UserDefaults(path()).setInteger(u"other"_s, 1); // the first forgets what it has read
         isStrict = true;
-        EXPECT_FALSE(defaults.data(QStringLiteral("long")));
+        EXPECT_FALSE(defaults.data(u"long"_s));
         isStrict = false;
     }
     sqlite3_vfs_unregister(&layer);
-    EXPECT_EQ(QDir(m_folder.path()).entryList({QStringLiteral("*.damaged-*[0-9]")}).size(), 1);
-    EXPECT_EQ(UserDefaults(path()).string(key), QStringLiteral("kept"));
+    EXPECT_EQ(QDir(m_folder.path()).entryList({u"*.damaged-*[0-9]"_s}).size(), 1);
+    EXPECT_EQ(UserDefaults(path()).string(key), u"kept"_s);
 }
 
 } // namespace

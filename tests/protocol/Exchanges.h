@@ -14,7 +14,7 @@ namespace kelpay {
 
 using namespace Qt::StringLiterals;
 
-inline const QString success = QStringLiteral(R"({"rc":0,"ti":7,"ds":"x","rd":{"t":"T1","urn":"U1"}})");
+inline const QString success = uR"({"rc":0,"ti":7,"ds":"x","rd":{"t":"T1","urn":"U1"}})"_s;
 inline std::vector<QString> mistakes;
 
 class FixedFacts : public CoreFunctions

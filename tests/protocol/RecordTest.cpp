@@ -12,6 +12,9 @@
 #include <cmath>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QJsonValue json(const char *text)
@@ -28,9 +31,9 @@ TEST(Record, ReadsWhatTheServiceSends)
     EXPECT_EQ(answer.m, 1);
     EXPECT_EQ(answer.pc, 0);
     EXPECT_TRUE(answer.ds.isUndefined());
-    EXPECT_EQ(textValue(answer.rd.amn), QStringLiteral("1250000"));
+    EXPECT_EQ(textValue(answer.rd.amn), u"1250000"_s);
     EXPECT_TRUE(answer.rd.amn.isDouble());
-    EXPECT_EQ(textValue(answer.rd.ldc), QStringLiteral("1"));
+    EXPECT_EQ(textValue(answer.rd.ldc), u"1"_s);
     EXPECT_FALSE(textValue(answer.rd.wb));
     EXPECT_FALSE(textValue(answer.rd.vu));
     EXPECT_TRUE(answer.ard.r.isUndefined());
@@ -39,20 +42,20 @@ TEST(Record, ReadsWhatTheServiceSends)
 TEST(Record, ReadsNumbersAsTheyBegin)
 {
     const QString digits(100'000, u'9');
-    for (const auto &[text, number] : {std::pair(QStringLiteral("12"), 12.0),
-                                       {QStringLiteral(" -7.5x"), -7.5},
-                                       {QStringLiteral("+.5e1"), 5.0},
-                                       {QStringLiteral("1,000"), 1.0},
-                                       {QStringLiteral("3e"), 3.0},
-                                       {QStringLiteral("2.e2"), 200.0},
-                                       {QStringLiteral("nan"), 0.0},
-                                       {QStringLiteral("inf"), 0.0},
-                                       {QStringLiteral("-"), 0.0},
-                                       {QStringLiteral("."), 0.0},
+    for (const auto &[text, number] : {std::pair(u"12"_s, 12.0),
+                                       {u" -7.5x"_s, -7.5},
+                                       {u"+.5e1"_s, 5.0},
+                                       {u"1,000"_s, 1.0},
+                                       {u"3e"_s, 3.0},
+                                       {u"2.e2"_s, 200.0},
+                                       {u"nan"_s, 0.0},
+                                       {u"inf"_s, 0.0},
+                                       {u"-"_s, 0.0},
+                                       {u"."_s, 0.0},
                                        {QString(), 0.0},
-                                       {QStringLiteral("۵"), 0.0},
-                                       {QStringLiteral("1e-999"), 0.0},
-                                       {QStringLiteral("-1e999"), -HUGE_VAL},
+                                       {u"۵"_s, 0.0},
+                                       {u"1e-999"_s, 0.0},
+                                       {u"-1e999"_s, -HUGE_VAL},
                                        {digits + u'x', HUGE_VAL},
                                        {digits.left(300) + QString(100'000, u' ') + u'x', 1e300}})
         EXPECT_EQ(doubleValue(text), number) << qUtf8Printable(text.left(20));
@@ -74,8 +77,7 @@ TEST(Record, ResultCodesKeepTheirLow32Bits)
                                       {"null", 0},
                                       {"\"nan\"", 0},
                                       {"true", 1}})
-        EXPECT_EQ(resultCode(json((QByteArray("{\"rc\":") + value + '}').constData())[QStringLiteral("rc")]), code)
-            << value;
+        EXPECT_EQ(resultCode(json((QByteArray("{\"rc\":") + value + '}').constData())[u"rc"_s]), code) << value;
 }
 
 TEST(Record, DictionaryForm)
@@ -86,7 +88,7 @@ TEST(Record, DictionaryForm)
          {QJsonValue(), QJsonValue(QJsonValue::Undefined), QJsonValue(5), QJsonValue(QJsonArray())})
         EXPECT_EQ(BaseClassp::modelObject(nothing).dictionaryRepresentation(),
                   json(R"({"sm":0,"ti":0,"rc":0,"m":0,"rd":{}})").toObject());
-    EXPECT_TRUE(BaseClass::modelObject(json(R"({"ds":"متن"})")).description().contains(QStringLiteral("متن")));
+    EXPECT_TRUE(BaseClass::modelObject(json(R"({"ds":"متن"})")).description().contains(u"متن"_s));
 }
 
 TEST(Record, ArchivesRoundTripEveryField)
@@ -95,7 +97,7 @@ TEST(Record, ArchivesRoundTripEveryField)
         BaseClass::modelObject(json(R"({"st":"s","ard":{"r":"77"},"sm":1,"ti":2,"rc":3,"m":4,"ds":"d","pc":5.25,
         "rd":{"amn":"1","t":"2","pl":"3","ta":"4","tb":"5","bl":"6","mn":"7","ttl":"8","rn":"9","vu":"10","wb":"11","wl":12,
         "ldc":"13"}})"));
-    ASSERT_EQ(token.dictionaryRepresentation().value(QStringLiteral("rd")).toObject().size(), 13);
+    ASSERT_EQ(token.dictionaryRepresentation().value(u"rd"_s).toObject().size(), 13);
     EXPECT_EQ(BaseClass::unarchived(token.archived())->dictionaryRepresentation(), token.dictionaryRepresentation());
 
     const auto payment = BaseClassp::modelObject(

@@ -14,7 +14,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QJsonObject changed(QJsonObject request, QLatin1String key, const QJsonValue &value)
+QJsonObject changed(QJsonObject request, QLatin1StringView key, const QJsonValue &value)
 {
     request.insert(key, value);
     return request;
@@ -29,9 +29,10 @@ TEST(RequestCheck, NamesTheKeyThatIsWrong)
         QJsonObject without = request;
         without.remove(key);
         EXPECT_EQ(requestViolation(without), u"key %1 is missing"_s.arg(key));
-        EXPECT_TRUE(requestViolation(changed(request, QLatin1String(key.toLatin1()), QJsonValue::Null)))
+        EXPECT_TRUE(requestViolation(changed(request, QLatin1StringView(key.toLatin1()), QJsonValue::Null)))
             << qPrintable(key);
-        EXPECT_TRUE(requestViolation(changed(request, QLatin1String(key.toLatin1()), QJsonArray()))) << qPrintable(key);
+        EXPECT_TRUE(requestViolation(changed(request, QLatin1StringView(key.toLatin1()), QJsonArray())))
+            << qPrintable(key);
     }
     const QJsonObject payment = paymentRequest({}, u"6037990000000006"_s);
     const std::pair<const char *, QJsonObject> broken[] = {

@@ -7,17 +7,17 @@
 
 namespace kelpay::sandbox::test {
 
+using namespace Qt::StringLiterals;
+
 /// One identity for the whole test program, in a folder that goes with it.
 const QString &identityFolder();
 const Identity &identity();
 
 /// A request in good order.
-QJsonObject tokenRequest(const QString &msisdn = QStringLiteral("09121234567"),
-                         const QString &parameters = QStringLiteral("C1|1500000|title"));
+QJsonObject tokenRequest(const QString &msisdn = u"09121234567"_s, const QString &parameters = u"C1|1500000|title"_s);
 /// The payment that follows `tokenAnswer`. The terminal is the one that belongs to `code`.
-QJsonObject paymentRequest(const QJsonObject &tokenAnswer, const QString &card,
-                           const QString &code = QStringLiteral("5"),
-                           const QString &msisdn = QStringLiteral("09121234567"));
+QJsonObject paymentRequest(const QJsonObject &tokenAnswer, const QString &card, const QString &code = u"5"_s,
+                           const QString &msisdn = u"09121234567"_s);
 
 QByteArray compact(const QJsonObject &object);
 

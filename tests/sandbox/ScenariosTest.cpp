@@ -34,7 +34,7 @@ TEST(Scenarios, NumbersChooseTheirScenarioOnTheirSideOnly)
 
 TEST(Scenarios, TheDocumentationHoldsTheTables)
 {
-    QFile file(QStringLiteral(KELPAY_DOCS) + u"/sandbox.md"_s);
+    QFile file(QStringLiteral(KELPAY_DOCS "/sandbox.md"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QString text = QString::fromUtf8(file.readAll());
     for (const QString &table : scenarioTables().split(u"\n\n"_s))

@@ -27,7 +27,7 @@ public:
     Persian() { QCoreApplication::installTranslator(this); }
     QString translate(const char *context, const char *text, const char *, int) const override
     {
-        return QLatin1String(context) == u"CoreKeychain"_s ? u"ترجمه "_s + QLatin1String(text) : QString();
+        return QLatin1StringView(context) == u"CoreKeychain"_s ? u"ترجمه "_s + QLatin1StringView(text) : QString();
     }
     bool isEmpty() const override { return false; }
 };

@@ -8,6 +8,8 @@
 
 namespace kelpay::test {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 using openssl::Certificate;
@@ -137,7 +139,7 @@ void InstalledIdentity::remove() const
 
 QString InstalledIdentity::path() const
 {
-    return m_folder + QStringLiteral("/IOSNewCert.pfx");
+    return m_folder + u"/IOSNewCert.pfx"_s;
 }
 
 } // namespace kelpay::test

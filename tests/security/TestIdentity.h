@@ -8,7 +8,9 @@
 
 namespace kelpay::test {
 
-inline const QString password = QStringLiteral("qwpLumaXYT@#781");
+using namespace Qt::StringLiterals;
+
+inline const QString password = u"qwpLumaXYT@#781"_s;
 
 /// What a client certificate file is made with.
 struct IdentityRecipe

@@ -7,6 +7,9 @@
 #include <qpa/qplatformintegration.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// Keeps what a screen reader is told: the names of the alerts, in their order.
@@ -38,7 +41,7 @@ protected:
     void expectHeard(const char *text)
     {
         EXPECT_TRUE(waitFor([text] { return heard.contains(QString::fromUtf8(text)); }))
-            << text << "; heard: " << qPrintable(heard.join(QStringLiteral(" / ")));
+            << text << "; heard: " << qPrintable(heard.join(u" / "_s));
         heard.clear();
     }
 
@@ -49,41 +52,41 @@ TEST_F(AnnouncementTest, tellsWhatThePersonMustKnow)
 {
     storeToken();
     PaymentViewController *screen = presentPayment();
-    click(QStringLiteral("cardNumberTextField"));
-    type(QStringLiteral("x"));
+    click(u"cardNumberTextField"_s);
+    type(u"x"_s);
     expectHeard("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
-    type(QStringLiteral("x"));
+    type(u"x"_s);
     expectHeard("فقط رقم وارد کنید؛ بدون فاصله و نشانه");
-    type(QStringLiteral("6037991234567890"));
+    type(u"6037991234567890"_s);
     QTest::keyClick(window(), Qt::Key_Tab);
     expectHeard("شماره کارت وارد شده صحیح نمیباشد");
     settle(2800); // The banner of the number goes first.
-    click(QStringLiteral("payButton"));
+    click(u"payButton"_s);
     expectHeard("ورودی ها را بررسی کنید.");
 
     for (int tick = 0; tick < 541; ++tick)
         screen->timerFired();
     expectHeard("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است");
 
-    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
-    screen->form()->setPin(QStringLiteral("12345"));
+    screen->form()->setCardNumber(u"6037991234567893"_s);
+    screen->form()->setPin(u"12345"_s);
     screen->verifyPayment();
     expectHeard("در حال بررسی پرداخت");
-    storePaymentAnswer({{QStringLiteral("rc"), 51}});
-    answer(false, QStringLiteral("پیام"), QStringLiteral("51"));
+    storePaymentAnswer({{u"rc"_s, 51}});
+    answer(false, u"پیام"_s, u"51"_s);
     expectHeard("پرداخت ناموفق");
 }
 
 TEST_F(AnnouncementTest, tellsTheSavedCardThatIsReached)
 {
-    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    storeToken({{u"pl"_s, u"11.n.603799******1234.0512;"_s}});
     presentPayment();
-    click(QStringLiteral("cardNumberTextField"));
-    click(QStringLiteral("savedCardsButton"));
+    click(u"cardNumberTextField"_s);
+    click(u"savedCardsButton"_s);
     heard.clear();
     QTest::keyClick(window(), Qt::Key_Down);
-    EXPECT_TRUE(waitFor([] { return !heard.isEmpty() && heard.last().startsWith(QStringLiteral("603799******1234")); }))
-        << qPrintable(heard.join(QStringLiteral(" / ")));
+    EXPECT_TRUE(waitFor([] { return !heard.isEmpty() && heard.last().startsWith(u"603799******1234"_s); }))
+        << qPrintable(heard.join(u" / "_s));
 }
 
 TEST_F(AnnouncementTest, tellsThatTheTimeIsOver)

@@ -20,6 +20,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 static void PrintTo(const Look &look, std::ostream *out)
 {
     *out << (look.isDark ? "dark" : "light") << (look.isMotionReduced ? ", still, " : ", moving, ") << look.textScale;
@@ -29,9 +31,9 @@ namespace {
 
 using Settings = QMap<QString, QVariantMap>;
 
-const QString appearance = QStringLiteral("org.freedesktop.appearance");
-const QString gnome = QStringLiteral("org.gnome.desktop.interface");
-const QString kde = QStringLiteral("org.kde.kdeglobals.KDE");
+const QString appearance = u"org.freedesktop.appearance"_s;
+const QString gnome = u"org.gnome.desktop.interface"_s;
+const QString kde = u"org.kde.kdeglobals.KDE"_s;
 
 Settings setting(const QString &group, const char *key, const QVariant &value)
 {
@@ -45,16 +47,16 @@ public:
     enum class Manner { Answers, IsMute, Fails, SaysNonsense };
 
     explicit FakePortal(const PrivateBus &bus)
-        : m_connection(QDBusConnection::connectToBus(bus.address(), QStringLiteral("fake-portal")))
+        : m_connection(QDBusConnection::connectToBus(bus.address(), u"fake-portal"_s))
     {
         qDBusRegisterMetaType<Settings>();
         EXPECT_TRUE(m_connection.registerVirtualObject(path, this));
-        EXPECT_TRUE(m_connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
+        EXPECT_TRUE(m_connection.registerService(u"org.freedesktop.portal.Desktop"_s));
     }
     ~FakePortal() override
     {
         m_connection.unregisterObject(path);
-        QDBusConnection::disconnectFromBus(QStringLiteral("fake-portal"));
+        QDBusConnection::disconnectFromBus(u"fake-portal"_s);
     }
     Q_DISABLE_COPY_MOVE(FakePortal)
 
@@ -62,7 +64,7 @@ public:
 
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override
     {
-        if (message.interface() != interface || message.member() != QStringLiteral("ReadAll"))
+        if (message.interface() != interface || message.member() != u"ReadAll"_s)
             return false;
         ++questions;
         switch (manner) {
@@ -71,9 +73,9 @@ public:
         case Manner::IsMute:
             return true;
         case Manner::Fails:
-            return connection.send(message.createErrorReply(QDBusError::AccessDenied, QStringLiteral("no")));
+            return connection.send(message.createErrorReply(QDBusError::AccessDenied, u"no"_s));
         case Manner::SaysNonsense:
-            return connection.send(message.createReply(QStringLiteral("dark")));
+            return connection.send(message.createReply(u"dark"_s));
         }
         return false;
     }
@@ -81,7 +83,7 @@ public:
     void change(const Settings &now)
     {
         settings = now;
-        auto signal = QDBusMessage::createSignal(path, interface, QStringLiteral("SettingChanged"));
+        auto signal = QDBusMessage::createSignal(path, interface, u"SettingChanged"_s);
         const QString group = now.firstKey();
         const QString key = now.first().firstKey();
         signal << group << key << QVariant::fromValue(QDBusVariant(now.first().first()));
@@ -93,8 +95,8 @@ public:
     int questions = 0;
 
 private:
-    static inline const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
-    static inline const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
+    static inline const QString path = u"/org/freedesktop/portal/desktop"_s;
+    static inline const QString interface = u"org.freedesktop.portal.Settings"_s;
 
     QDBusConnection m_connection;
 };
@@ -138,12 +140,12 @@ TEST_F(AppearanceTest, readsWhatDesktopsSay)
         {setting(appearance, "reduced-motion", 1U), {false, true, 1}},
         {setting(gnome, "enable-animations", false), {false, true, 1}},
         {setting(gnome, "enable-animations", true), {}},
-        {setting(kde, "AnimationDurationFactor", QStringLiteral("0")), {false, true, 1}},
-        {setting(kde, "AnimationDurationFactor", QStringLiteral("0.5")), {}},
+        {setting(kde, "AnimationDurationFactor", u"0"_s), {false, true, 1}},
+        {setting(kde, "AnimationDurationFactor", u"0.5"_s), {}},
         {setting(gnome, "text-scaling-factor", 1.25), {false, false, 1.25}},
         {setting(gnome, "text-scaling-factor", 9.0), {false, false, 2}},
         {setting(gnome, "text-scaling-factor", -1.0), {}},
-        {setting(gnome, "text-scaling-factor", QStringLiteral("large")), {}},
+        {setting(gnome, "text-scaling-factor", u"large"_s), {}},
     };
     for (const auto &row : rows) {
         portal.settings = row.settings;
@@ -168,9 +170,8 @@ TEST_F(AppearanceTest, saysNothingWithoutAnAnswer)
     EXPECT_EQ(ask(300), std::nullopt);
     // Addresses that would start something.
     const QTemporaryDir folder;
-    const QString trace = folder.filePath(QStringLiteral("started"));
-    for (const auto &address : {QStringLiteral("unixexec:path=/usr/bin/touch,argv1=") + trace,
-                                QStringLiteral("autolaunch:"), QStringLiteral("disabled:")}) {
+    const QString trace = folder.filePath(u"started"_s);
+    for (const auto &address : {u"unixexec:path=/usr/bin/touch,argv1="_s + trace, u"autolaunch:"_s, u"disabled:"_s}) {
         qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
         EXPECT_EQ(ask(300), std::nullopt);
         EXPECT_FALSE(QFile::exists(trace));
@@ -211,7 +212,7 @@ TEST_F(AppearanceTest, waitsForNoBusThatIsMute)
 {
     const QTemporaryDir folder;
     QLocalServer mute;
-    ASSERT_TRUE(mute.listen(folder.filePath(QStringLiteral("mute"))));
+    ASSERT_TRUE(mute.listen(folder.filePath(u"mute"_s)));
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + mute.fullServerName().toUtf8());
     DesktopSettings desktop;
     QElapsedTimer clock;

@@ -6,10 +6,13 @@
 #include <tuple>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString validNumber = QStringLiteral("6037991234567893");
-const QString maskedNumber = QStringLiteral("603799******1234");
+const QString validNumber = u"6037991234567893"_s;
+const QString maskedNumber = u"603799******1234"_s;
 
 class CardFormTest : public testing::Test
 {
@@ -20,7 +23,7 @@ protected:
     {
         form.setTerms({QString::fromLatin1(ta), QString::fromLatin1(rules), QString::fromLatin1(amount)});
     }
-    void choose() { form.notifierFired(QStringLiteral("11"), maskedNumber, QStringLiteral("05/12")); }
+    void choose() { form.notifierFired(u"11"_s, maskedNumber, u"05/12"_s); }
     /// What a field does with an edit: judges it, then shows it.
     bool edit(const QString &text)
     {
@@ -73,8 +76,8 @@ TEST_F(CardFormTest, namesTheBankByTheTextBeforeTheEdit)
                                           {7, true},  {6, true},  {5, false}};
     for (const auto &[length, isShown] : cases) {
         ASSERT_TRUE(edit(validNumber.left(length)));
-        EXPECT_EQ(form.bankName(), isShown ? QStringLiteral("بانک ملی") : QString()) << length;
-        EXPECT_EQ(form.bankIcon().fileName(), isShown ? QStringLiteral("603799.png") : QString()) << length;
+        EXPECT_EQ(form.bankName(), isShown ? u"بانک ملی"_s : QString()) << length;
+        EXPECT_EQ(form.bankIcon().fileName(), isShown ? u"603799.png"_s : QString()) << length;
     }
 }
 
@@ -93,12 +96,11 @@ TEST_F(CardFormTest, choosesTheFormByTheCardRules)
     for (const auto &[rules, amount, ta, simpleBefore, simpleAfter, isRefused] : cases) {
         setRules(rules, amount, ta);
         form.setSimple(simpleBefore);
-        form.setCardNumber(QStringLiteral("6219861"));
+        form.setCardNumber(u"6219861"_s);
         notified.clear();
-        EXPECT_TRUE(edit(QStringLiteral("62198612")));
+        EXPECT_TRUE(edit(u"62198612"_s));
         EXPECT_EQ(form.isSimple(), simpleAfter) << rules << amount;
-        EXPECT_EQ(notified, isRefused ? QList<QVariantList>{{QStringLiteral("شما مجاز به پرداخت نمیباشید")}}
-                                      : QList<QVariantList>())
+        EXPECT_EQ(notified, isRefused ? QList<QVariantList>{{u"شما مجاز به پرداخت نمیباشید"_s}} : QList<QVariantList>())
             << rules << amount;
     }
 }
@@ -107,23 +109,23 @@ TEST_F(CardFormTest, sendsASavedCardByItsIdentifierUntilANumberReplacesIt)
 {
     choose();
     EXPECT_EQ(form.cardNumber(), maskedNumber);
-    EXPECT_EQ(form.expiration(), QStringLiteral("05/12"));
-    EXPECT_EQ(form.bankName(), QStringLiteral("بانک ملی"));
-    EXPECT_EQ(form.card(), QStringLiteral("11"));
+    EXPECT_EQ(form.expiration(), u"05/12"_s);
+    EXPECT_EQ(form.bankName(), u"بانک ملی"_s);
+    EXPECT_EQ(form.card(), u"11"_s);
 
     // Whole, by paste and by a key over the selection.
-    for (const QString &number : {validNumber, QStringLiteral("6")}) {
+    for (const QString &number : {validNumber, u"6"_s}) {
         choose();
         ASSERT_TRUE(edit(number));
         EXPECT_FALSE(form.isSettledDown());
         EXPECT_EQ(form.card(), number);
     }
     choose();
-    EXPECT_FALSE(edit(QStringLiteral("6037 9912")));
-    EXPECT_EQ(form.card(), QStringLiteral("11"));
+    EXPECT_FALSE(edit(u"6037 9912"_s));
+    EXPECT_EQ(form.card(), u"11"_s);
     ASSERT_TRUE(edit({}));
-    ASSERT_TRUE(edit(QStringLiteral("5")));
-    EXPECT_EQ(form.card(), QStringLiteral("5"));
+    ASSERT_TRUE(edit(u"5"_s));
+    EXPECT_EQ(form.card(), u"5"_s);
 }
 
 TEST_F(CardFormTest, checksACompleteNumberWhenEditingEnds)
@@ -170,10 +172,10 @@ TEST_F(CardFormTest, picksTheExpiry)
 {
     for (const auto &[year, month] : {std::pair(3, 4), {-1, 0}, {0, -1}, {10, 0}, {0, 12}}) {
         form.selectExpiry(year, month);
-        EXPECT_EQ(form.expiration(), QStringLiteral("99/05")) << year << " " << month;
+        EXPECT_EQ(form.expiration(), u"99/05"_s) << year << " " << month;
     }
     form.selectExpiry(9, 11);
-    EXPECT_EQ(form.expiration(), QStringLiteral("05/12"));
+    EXPECT_EQ(form.expiration(), u"05/12"_s);
 }
 
 } // namespace

@@ -11,6 +11,9 @@
 #include <QTest>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class ComponentsTest : public ScreenTest
@@ -19,7 +22,7 @@ protected:
     static RootViewController &root() { return RootViewController::shared(); }
     static std::unique_ptr<ViewController> scene()
     {
-        return ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+        return ViewUtils::returnStoryboard().instantiateViewController(u"PaymentView"_s);
     }
 };
 
@@ -47,7 +50,7 @@ TEST_F(ComponentsTest, presentsAndDismissesAlongTheChain)
     root().dismiss(true, [&] { ++completions; });
     ASSERT_TRUE(waitFor([&] { return completions == 5; }));
     EXPECT_EQ(ViewUtils::topMostViewController(), &root());
-    EXPECT_FALSE(ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("NoView")));
+    EXPECT_FALSE(ViewUtils::returnStoryboard().instantiateViewController(u"NoView"_s));
 }
 
 TEST_F(ComponentsTest, standsAtOnceForWhoWantsNoMotion)
@@ -60,8 +63,8 @@ TEST_F(ComponentsTest, standsAtOnceForWhoWantsNoMotion)
         root().present(scene(), true, [&] { stands = true; });
         settle(60);
         EXPECT_EQ(stands, isMotionReduced);
-        ASSERT_TRUE(item(QStringLiteral("payButton")));
-        EXPECT_EQ(item(QStringLiteral("cancelButton"))->mapToScene({}).y() < 20, isMotionReduced);
+        ASSERT_TRUE(item(u"payButton"_s));
+        EXPECT_EQ(item(u"cancelButton"_s)->mapToScene({}).y() < 20, isMotionReduced);
         ASSERT_TRUE(waitFor([&] { return stands; }));
         root().dismiss(true, [&] { isGone = true; });
         settle(60);
@@ -90,7 +93,7 @@ TEST_F(ComponentsTest, aControllersViewGoesBeforeItsMembers)
 
 TEST_F(ComponentsTest, goesWithTheHostsWindow)
 {
-    storeToken({{QStringLiteral("wb"), QStringLiteral("100")}});
+    storeToken({{u"wb"_s, u"100"_s}});
     presentPayment();
     ProgressOverlay::show();
     settle(20);
@@ -113,7 +116,7 @@ TEST_F(ComponentsTest, opensAWindowOfItsOwnWhereTheHostHasNone)
     own->close();
     ASSERT_TRUE(waitFor([&] { return !navigation() && QGuiApplication::topLevelWindows().isEmpty(); }));
     ASSERT_EQ(outcomes().size(), 1U);
-    EXPECT_EQ(outcomes()[0].code, QStringLiteral("2525342"));
+    EXPECT_EQ(outcomes()[0].code, u"2525342"_s);
 }
 
 TEST_F(ComponentsTest, givesTheHostItsFocusBack)
@@ -141,23 +144,23 @@ TEST_F(ComponentsTest, overlayLetsTheHostsInputThroughAndCoversOnlyScreens)
         int clicks = 0;
     } host(window()->contentItem());
     ProgressOverlay::show();
-    ProgressOverlay::show(QStringLiteral("در حال بررسی پرداخت"), {});
+    ProgressOverlay::show(u"در حال بررسی پرداخت"_s, {});
     settle(50);
-    ASSERT_TRUE(item(QStringLiteral("progressOverlay")));
-    click(QStringLiteral("progressOverlay"));
+    ASSERT_TRUE(item(u"progressOverlay"_s));
+    click(u"progressOverlay"_s);
     EXPECT_EQ(host.clicks, 1);
     ProgressOverlay::dismiss();
     settle(50);
-    EXPECT_FALSE(item(QStringLiteral("progressOverlay")));
+    EXPECT_FALSE(item(u"progressOverlay"_s));
 
     storeToken();
     presentPayment();
     ProgressOverlay::show();
     settle(50);
-    click(QStringLiteral("verifyButton"));
+    click(u"verifyButton"_s);
     EXPECT_EQ(navigation()->banner()->message(), QString());
-    EXPECT_FALSE(item(QStringLiteral("verifyButton"))->isEnabled());
-    click(QStringLiteral("cancelButton"));
+    EXPECT_FALSE(item(u"verifyButton"_s)->isEnabled());
+    click(u"cancelButton"_s);
     ASSERT_EQ(outcomes().size(), 1U);
     EXPECT_EQ(host.clicks, 1);
 }
@@ -166,17 +169,17 @@ TEST_F(ComponentsTest, bannerShowsOneMessageAtATime)
 {
     NotificationBanner banner;
     QSignalSpy lowered(&banner, &NotificationBanner::loweredChanged);
-    banner.show(QStringLiteral("a"));
-    banner.show(QStringLiteral("b"));
-    EXPECT_EQ(banner.message(), QStringLiteral("a"));
+    banner.show(u"a"_s);
+    banner.show(u"b"_s);
+    EXPECT_EQ(banner.message(), u"a"_s);
     EXPECT_TRUE(banner.isLowered());
     settle(2000);
     EXPECT_TRUE(banner.isLowered());
     ASSERT_TRUE(waitFor([&] { return !banner.isLowered(); }, 1000));
     EXPECT_TRUE(banner.isAnimating());
     ASSERT_TRUE(waitFor([&] { return !banner.isAnimating(); }, 600));
-    banner.show(QStringLiteral("c"));
-    EXPECT_EQ(banner.message(), QStringLiteral("c"));
+    banner.show(u"c"_s);
+    EXPECT_EQ(banner.message(), u"c"_s);
     EXPECT_EQ(lowered.size(), 3);
 }
 
@@ -184,17 +187,17 @@ TEST_F(ComponentsTest, alertIsAnsweredOnce)
 {
     AlertView alert;
     QStringList answers;
-    alert.addButton(QStringLiteral("a"), [&] { answers += QStringLiteral("a"); });
-    alert.setCancelButton(QStringLiteral("c"), [&] { answers += QStringLiteral("c"); });
+    alert.addButton(u"a"_s, [&] { answers += u"a"_s; });
+    alert.setCancelButton(u"c"_s, [&] { answers += u"c"_s; });
     alert.press(0);
     EXPECT_TRUE(answers.isEmpty());
-    alert.show(QStringLiteral("t"), QStringLiteral("m"));
+    alert.show(u"t"_s, u"m"_s);
     alert.press(1);
     EXPECT_TRUE(alert.isShown());
     alert.press(0);
     alert.pressCancel();
-    EXPECT_EQ(answers, QStringList{QStringLiteral("a")});
-    alert.show(QStringLiteral("t"), QStringLiteral("m"));
+    EXPECT_EQ(answers, QStringList{u"a"_s});
+    alert.show(u"t"_s, u"m"_s);
     alert.pressCancel();
     EXPECT_EQ(answers.size(), 2);
 }

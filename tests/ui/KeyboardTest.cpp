@@ -7,6 +7,9 @@
 #include <QTest>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A kiosk: the smallest window, and Qt's own keyboard at its bottom, above whatever stands there.
@@ -27,8 +30,8 @@ protected:
             ADD_FAILURE() << qPrintable(component.errorString());
             return;
         }
-        m_panel.reset(qobject_cast<QQuickItem *>(component.createWithInitialProperties(
-            {{QStringLiteral("parent"), QVariant::fromValue(window()->contentItem())}})));
+        m_panel.reset(qobject_cast<QQuickItem *>(
+            component.createWithInitialProperties({{u"parent"_s, QVariant::fromValue(window()->contentItem())}})));
     }
 
     QRectF place(const QString &name) const
@@ -41,7 +44,7 @@ protected:
     {
         for (int drag = 0; drag < 20; ++drag) {
             const bool isBelow = place(name).bottom() > place(payButton).top();
-            const bool isAbove = place(name).top() < place(QStringLiteral("cancelButton")).bottom();
+            const bool isAbove = place(name).top() < place(u"cancelButton"_s).bottom();
             if (!isBelow && !isAbove)
                 return;
             const int from = isBelow ? 220 : 120;
@@ -63,7 +66,7 @@ protected:
         EXPECT_LT(top, 400) << "the keyboard is not open";
         EXPECT_LE(place(payButton).bottom(), top) << qPrintable(field);
         EXPECT_LE(place(field).bottom(), place(payButton).top()) << qPrintable(field);
-        EXPECT_GE(place(field).top(), place(QStringLiteral("cancelButton")).bottom()) << qPrintable(field);
+        EXPECT_GE(place(field).top(), place(u"cancelButton"_s).bottom()) << qPrintable(field);
     }
     /// A finger rests a moment: what moves from under it is not pressed.
     void press(const QString &name)
@@ -97,65 +100,63 @@ protected:
         }
     }
 
-    const QString payButton = QStringLiteral("payButton");
+    const QString payButton = u"payButton"_s;
     QQmlEngine m_engine;
     std::unique_ptr<QQuickItem> m_panel;
 };
 
 TEST_F(KeyboardTest, paysWithTheKeyboardOpen)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
-                {QStringLiteral("pl"), QStringLiteral("1.n.603799******1234.;")}});
+    storeToken({{u"ta"_s, u"NA"_s}, {u"pl"_s, u"1.n.603799******1234.;"_s}});
     PaymentViewController *screen = presentPayment();
-    open(QStringLiteral("cardNumberTextField"));
-    EXPECT_LE(place(QStringLiteral("savedCardsButton")).bottom(), m_panel->y());
-    tap(QStringLiteral("6037991234567893"));
-    EXPECT_EQ(screen->form()->cardNumber(), QStringLiteral("6037991234567893"));
+    open(u"cardNumberTextField"_s);
+    EXPECT_LE(place(u"savedCardsButton"_s).bottom(), m_panel->y());
+    tap(u"6037991234567893"_s);
+    EXPECT_EQ(screen->form()->cardNumber(), u"6037991234567893"_s);
 
-    scrollTo(QStringLiteral("expirationDateTextField"));
+    scrollTo(u"expirationDateTextField"_s);
 
-    click(QStringLiteral("expirationDateTextField"));
+    click(u"expirationDateTextField"_s);
     settle(600);
     EXPECT_FALSE(QGuiApplication::inputMethod()->isVisible()) << "the wheels stand in the keyboard's place";
     for (int year = 0; year < 8; ++year)
         QTest::keyClick(window(), Qt::Key_Down);
-    click(QStringLiteral("monthTumbler"));
+    click(u"monthTumbler"_s);
     for (int month = 0; month < 10; ++month)
         QTest::keyClick(window(), Qt::Key_Down);
-    click(QStringLiteral("expiryDoneButton"));
+    click(u"expiryDoneButton"_s);
 
-    open(QStringLiteral("passwordTextField"));
-    tap(QStringLiteral("12345"));
-    open(QStringLiteral("cvvTwoTextField"));
-    tap(QStringLiteral("123"));
+    open(u"passwordTextField"_s);
+    tap(u"12345"_s);
+    open(u"cvvTwoTextField"_s);
+    tap(u"123"_s);
     press(payButton);
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|59|123|0411|R9|T2")});
+    EXPECT_EQ(sent, QStringList{u"501|tok|6037991234567893|12345|59|123|0411|R9|T2"_s});
 }
 
 TEST_F(KeyboardTest, paysWithASavedCard)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
-                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0411;")}});
+    storeToken({{u"ta"_s, u"NA"_s}, {u"pl"_s, u"11.n.603799******1234.0411;"_s}});
     presentPayment();
-    open(QStringLiteral("cardNumberTextField"));
-    press(QStringLiteral("savedCardsButton"));
-    ASSERT_TRUE(item(QStringLiteral("panRow1")));
+    open(u"cardNumberTextField"_s);
+    press(u"savedCardsButton"_s);
+    ASSERT_TRUE(item(u"panRow1"_s));
     EXPECT_FALSE(isKeyboardOpen());
-    press(QStringLiteral("panRow1"));
+    press(u"panRow1"_s);
     // The list is the field's input until the person asks for the keyboard.
-    scrollTo(QStringLiteral("cardNumberTextField"));
-    press(QStringLiteral("cardNumberTextField"));
-    EXPECT_TRUE(item(QStringLiteral("panRow1")));
+    scrollTo(u"cardNumberTextField"_s);
+    press(u"cardNumberTextField"_s);
+    EXPECT_TRUE(item(u"panRow1"_s));
     EXPECT_FALSE(isKeyboardOpen()) << "over the list";
-    press(QStringLiteral("keyboardButton"));
+    press(u"keyboardButton"_s);
     EXPECT_TRUE(isKeyboardOpen());
 
-    open(QStringLiteral("passwordTextField"));
-    tap(QStringLiteral("12345"));
-    open(QStringLiteral("cvvTwoTextField"));
-    tap(QStringLiteral("123"));
+    open(u"passwordTextField"_s);
+    tap(u"12345"_s);
+    open(u"cvvTwoTextField"_s);
+    tap(u"123"_s);
     press(payButton);
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|11|12345|59|123|0411|R9|T2")});
+    EXPECT_EQ(sent, QStringList{u"501|tok|11|12345|59|123|0411|R9|T2"_s});
 }
 
 } // namespace

@@ -9,26 +9,26 @@
 #include <gtest/gtest.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 TEST(PaymentDetailTest, hasNineFieldsInEachForm)
 {
-    const PaymentDetail detail{QStringLiteral("501"), QStringLiteral("tok"), QStringLiteral("R9"), QStringLiteral("T1"),
-                               QStringLiteral("T2")};
-    const QString card = QStringLiteral("6037991234567893");
-    EXPECT_EQ(detail.simple(card, QStringLiteral("12345")),
-              QStringLiteral("501|tok|6037991234567893|12345|5|NA|NA|R9|T1"));
-    EXPECT_EQ(detail.full(card, QStringLiteral("12345"), QStringLiteral("123"), QStringLiteral("99/05")),
-              QStringLiteral("501|tok|6037991234567893|12345|59|123|9905|R9|T2"));
-    EXPECT_EQ(detail.wallet(), QStringLiteral("501|tok|NA|NA|99|NA|NA|R9|T1"));
+    const PaymentDetail detail{u"501"_s, u"tok"_s, u"R9"_s, u"T1"_s, u"T2"_s};
+    const QString card = u"6037991234567893"_s;
+    EXPECT_EQ(detail.simple(card, u"12345"_s), u"501|tok|6037991234567893|12345|5|NA|NA|R9|T1"_s);
+    EXPECT_EQ(detail.full(card, u"12345"_s, u"123"_s, u"99/05"_s),
+              u"501|tok|6037991234567893|12345|59|123|9905|R9|T2"_s);
+    EXPECT_EQ(detail.wallet(), u"501|tok|NA|NA|99|NA|NA|R9|T1"_s);
 }
 
 TEST(PaymentDetailTest, showsWhatIsMissing)
 {
-    const PaymentDetail onlyTb{std::nullopt, std::nullopt, std::nullopt, std::nullopt, QStringLiteral("T2")};
-    EXPECT_EQ(onlyTb.wallet(), QStringLiteral("(null)|(null)|NA|NA|99|NA|NA|(null)|T2"));
-    EXPECT_EQ(onlyTb.simple(std::nullopt, QStringLiteral("1")),
-              QStringLiteral("(null)|(null)|(null)|1|5|NA|NA|(null)|(null)"));
+    const PaymentDetail onlyTb{std::nullopt, std::nullopt, std::nullopt, std::nullopt, u"T2"_s};
+    EXPECT_EQ(onlyTb.wallet(), u"(null)|(null)|NA|NA|99|NA|NA|(null)|T2"_s);
+    EXPECT_EQ(onlyTb.simple(std::nullopt, u"1"_s), u"(null)|(null)|(null)|1|5|NA|NA|(null)|(null)"_s);
 }
 
 TEST(CountdownTest, runsTenMinutesAndTwoSeconds)
@@ -67,10 +67,10 @@ TEST(PaymentPhaseTest, followsTheTable)
 TEST(PickerViewDelegateTest, postsAChosenCardButNotTheFirstRow)
 {
     PickerViewDelegate &picker = PickerViewDelegate::sharedInstance();
-    picker.setCards(SavedCard::fromList(QStringLiteral("11.d.603799***1234.0512;12.n.621986***1.;")));
-    EXPECT_EQ(picker.panArray().front(), QStringLiteral("انتخاب شماره کارت"));
-    EXPECT_EQ(picker.panIdArray(), QStringList({QStringLiteral("Nil"), QStringLiteral("11"), QStringLiteral("12")}));
-    EXPECT_EQ(picker.panExpArray(), QStringList({QStringLiteral("Nil"), QStringLiteral("0512"), QString()}));
+    picker.setCards(SavedCard::fromList(u"11.d.603799***1234.0512;12.n.621986***1.;"_s));
+    EXPECT_EQ(picker.panArray().front(), u"انتخاب شماره کارت"_s);
+    EXPECT_EQ(picker.panIdArray(), QStringList({u"Nil"_s, u"11"_s, u"12"_s}));
+    EXPECT_EQ(picker.panExpArray(), QStringList({u"Nil"_s, u"0512"_s, QString()}));
 
     QSignalSpy posted(&picker, &PickerViewDelegate::cardSet);
     for (const int row : {0, -1, 3})
@@ -79,8 +79,7 @@ TEST(PickerViewDelegateTest, postsAChosenCardButNotTheFirstRow)
     picker.didSelectRow(1);
     picker.didSelectRow(2);
     ASSERT_EQ(posted.size(), 2);
-    EXPECT_EQ(posted[0],
-              QVariantList({QStringLiteral("11"), QStringLiteral("603799***1234"), QStringLiteral("05/12")}));
+    EXPECT_EQ(posted[0], QVariantList({u"11"_s, u"603799***1234"_s, u"05/12"_s}));
     EXPECT_EQ(posted[1].at(2).toString(), QString());
 }
 

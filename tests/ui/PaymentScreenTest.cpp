@@ -5,17 +5,20 @@
 #include "ui/receipt/ReceiptViewController.h"
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString wb = QStringLiteral("wb");
+const QString wb = u"wb"_s;
 
 class PaymentScreenTest : public ScreenTest
 {
 protected:
     static void fill(PaymentViewController &screen)
     {
-        screen.form()->setCardNumber(QStringLiteral("6037991234567893"));
-        screen.form()->setPin(QStringLiteral("12345"));
+        screen.form()->setCardNumber(u"6037991234567893"_s);
+        screen.form()->setPin(u"12345"_s);
     }
     void expectOutcome(const char *code, const QString &description)
     {
@@ -30,27 +33,26 @@ protected:
 
 TEST_F(PaymentScreenTest, showsTheTokenAnswer)
 {
-    storeToken({{QStringLiteral("amn"), 1250000}, {QStringLiteral("ttl"), QJsonValue::Null}});
+    storeToken({{u"amn"_s, 1250000}, {u"ttl"_s, QJsonValue::Null}});
     PaymentViewController *screen = presentPayment();
-    EXPECT_EQ(screen->amountText(), QStringLiteral("1,250,000 ریال"));
-    EXPECT_EQ(screen->merchantText(), QStringLiteral(" فروشگاه"));
-    EXPECT_EQ(screen->detailText(), QStringLiteral(" "));
-    EXPECT_EQ(UserDefaults::standard().integer(QStringLiteral("ard")), 77);
+    EXPECT_EQ(screen->amountText(), u"1,250,000 ریال"_s);
+    EXPECT_EQ(screen->merchantText(), u" فروشگاه"_s);
+    EXPECT_EQ(screen->detailText(), u" "_s);
+    EXPECT_EQ(UserDefaults::standard().integer(u"ard"_s), 77);
     EXPECT_FALSE(ProgressOverlay::isShown());
     EXPECT_TRUE(screen->form()->isSimple());
 }
 
 TEST_F(PaymentScreenTest, showsTheServicesTextsHarmlessly)
 {
-    const QString image = QStringLiteral("<img src='http://127.0.0.1:9/x.png'><b>1 ریال</b>");
-    storeToken({{QStringLiteral("mn"), image + QString(1'000'000, u'x')},
-                {QStringLiteral("ttl"), QStringLiteral("a\u202E b\nc\u0007\u2067d")}});
+    const QString image = u"<img src='http://127.0.0.1:9/x.png'><b>1 ریال</b>"_s;
+    storeToken({{u"mn"_s, image + QString(1'000'000, u'x')}, {u"ttl"_s, u"a\u202E b\nc\u0007\u2067d"_s}});
     PaymentViewController *screen = presentPayment();
-    EXPECT_EQ(screen->detailText(), QStringLiteral(" a b cd"));
+    EXPECT_EQ(screen->detailText(), u" a b cd"_s);
     EXPECT_EQ(screen->merchantText().size(), 402);
     for (const auto *label : {"merchantLabel", "detailLabel"})
         EXPECT_EQ(item(QString::fromLatin1(label))->property("textFormat").toInt(), 0) << label << " is plain text";
-    EXPECT_TRUE(item(QStringLiteral("cardNumberTextField")));
+    EXPECT_TRUE(item(u"cardNumberTextField"_s));
 }
 
 TEST_F(PaymentScreenTest, choosesTheFormByTheTerminal)
@@ -60,12 +62,12 @@ TEST_F(PaymentScreenTest, choosesTheFormByTheTerminal)
         QJsonValue ta;
         const char *amount;
         bool simple;
-    } cases[] = {{QStringLiteral("NA"), "100", false},
-                 {QStringLiteral("NA"), "3000000", false},
-                 {QStringLiteral("T1"), "3000000", true},
+    } cases[] = {{u"NA"_s, "100", false},
+                 {u"NA"_s, "3000000", false},
+                 {u"T1"_s, "3000000", true},
                  {QJsonValue(QJsonValue::Null), "100", true}};
     for (const auto &[ta, amount, simple] : cases) {
-        storeToken({{QStringLiteral("ta"), ta}, {QStringLiteral("amn"), QString::fromLatin1(amount)}});
+        storeToken({{u"ta"_s, ta}, {u"amn"_s, QString::fromLatin1(amount)}});
         PaymentViewController screen;
         screen.viewDidLoad();
         EXPECT_EQ(screen.form()->isSimple(), simple) << amount;
@@ -74,14 +76,14 @@ TEST_F(PaymentScreenTest, choosesTheFormByTheTerminal)
 
 TEST_F(PaymentScreenTest, putsTheLastDefaultCardInPlace)
 {
-    const QString pl = QStringLiteral("1.d.603799***1.0101;2.d.621986***2.0202;3.n.610433***3.0303;");
+    const QString pl = u"1.d.603799***1.0101;2.d.621986***2.0202;3.n.610433***3.0303;"_s;
     for (const bool fixed : {false, true}) {
-        storeToken({{QStringLiteral("pl"), pl}, {QStringLiteral("ldc"), fixed ? QStringLiteral("true") : QString()}});
+        storeToken({{u"pl"_s, pl}, {u"ldc"_s, fixed ? u"true"_s : QString()}});
         PaymentViewController screen;
         screen.viewDidLoad();
-        EXPECT_EQ(screen.form()->card(), QStringLiteral("2"));
+        EXPECT_EQ(screen.form()->card(), u"2"_s);
         EXPECT_EQ(screen.form()->isCardNumberEnabled(), !fixed);
-        EXPECT_EQ(screen.form()->cardNumber(), fixed ? QStringLiteral("621986***2") : QString());
+        EXPECT_EQ(screen.form()->cardNumber(), fixed ? u"621986***2"_s : QString());
         EXPECT_EQ(screen.form()->expiration(), QString());
         EXPECT_EQ(screen.delegational()->panArray().size(), 4);
     }
@@ -97,29 +99,29 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
     PaymentViewController *screen = presentPayment();
     screen->verifyPayment();
     EXPECT_TRUE(sent.isEmpty());
-    EXPECT_EQ(screen->banner()->message(), QStringLiteral("ورودی ها را بررسی کنید."));
+    EXPECT_EQ(screen->banner()->message(), u"ورودی ها را بررسی کنید."_s);
     EXPECT_FALSE(screen->isButtonedOrNeah());
     EXPECT_FALSE(ProgressOverlay::isShown());
 
-    screen->form()->setPin(QStringLiteral("123"));
+    screen->form()->setPin(u"123"_s);
     screen->verifyPayment();
-    EXPECT_EQ(screen->form()->pin(), QStringLiteral("123")) << "a failed check empties nothing";
+    EXPECT_EQ(screen->form()->pin(), u"123"_s) << "a failed check empties nothing";
 
     fill(*screen);
     screen->verifyPayment();
     screen->verifyPayment();
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|5|NA|NA|R9|T1")});
-    EXPECT_EQ(ProgressOverlay::status(), QStringLiteral("در حال بررسی پرداخت"));
-    EXPECT_EQ(UserDefaults::standard().string(QStringLiteral("crn")), QStringLiteral("6037991234567893"));
+    EXPECT_EQ(sent, QStringList{u"501|tok|6037991234567893|12345|5|NA|NA|R9|T1"_s});
+    EXPECT_EQ(ProgressOverlay::status(), u"در حال بررسی پرداخت"_s);
+    EXPECT_EQ(UserDefaults::standard().string(u"crn"_s), u"6037991234567893"_s);
     EXPECT_EQ(screen->form()->pin(), QString());
 
-    storePaymentAnswer({{QStringLiteral("rc"), 51}, {QStringLiteral("ds"), QStringLiteral("موجودی کافی نیست")}});
-    answer(false, QStringLiteral("پیام"), QStringLiteral("51"));
+    storePaymentAnswer({{u"rc"_s, 51}, {u"ds"_s, u"موجودی کافی نیست"_s}});
+    answer(false, u"پیام"_s, u"51"_s);
     const auto *receipt = qobject_cast<ReceiptViewController *>(navigation()->topViewController());
     ASSERT_TRUE(receipt);
-    EXPECT_EQ(receipt->input().dsc, QStringLiteral("موجودی کافی نیست"));
-    EXPECT_EQ(receipt->input().callbackCode, QStringLiteral("51"));
-    EXPECT_EQ(receipt->input().callbackDescription, QStringLiteral("پیام"));
+    EXPECT_EQ(receipt->input().dsc, u"موجودی کافی نیست"_s);
+    EXPECT_EQ(receipt->input().callbackCode, u"51"_s);
+    EXPECT_EQ(receipt->input().callbackDescription, u"پیام"_s);
     EXPECT_EQ(receipt->input().amn, screen->amountText());
     EXPECT_EQ(receipt->input().mrc, screen->merchantText());
     EXPECT_FALSE(screen->isButtonedOrNeah());
@@ -128,35 +130,35 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
 
 TEST_F(PaymentScreenTest, offersTheWalletAndSendsOnePayment)
 {
-    for (const QJsonValue &none : {QJsonValue(QStringLiteral("NA")), QJsonValue(QJsonValue::Null)}) {
+    for (const QJsonValue &none : {QJsonValue(u"NA"_s), QJsonValue(QJsonValue::Null)}) {
         storeToken({{wb, none}});
         PaymentViewController screen;
         screen.viewDidLoad();
         EXPECT_FALSE(screen.walletAlert()->isShown());
     }
-    storeToken({{wb, QStringLiteral("5400000")}});
+    storeToken({{wb, u"5400000"_s}});
     PaymentViewController *screen = presentPayment();
     ASSERT_TRUE(screen->walletAlert()->isShown());
     EXPECT_EQ(screen->walletAlert()->message(),
-              QStringLiteral("موجودی کیف پول شما: 5,400,000 ریال\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟"));
+              u"موجودی کیف پول شما: 5,400,000 ریال\n آیا تمایل به پرداخت مبلغ با کیف پول را دارید؟"_s);
     screen->walletAlert()->press(0);
     screen->walletAlert()->press(0);
     fill(*screen);
     screen->verifyPayment();
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|NA|NA|99|NA|NA|R9|T1")});
+    EXPECT_EQ(sent, QStringList{u"501|tok|NA|NA|99|NA|NA|R9|T1"_s});
     EXPECT_TRUE(screen->isWallety());
 }
 
 TEST_F(PaymentScreenTest, goesOnWithTheCardWhenTheWalletIsDeclined)
 {
-    storeToken({{wb, QStringLiteral("5400000")}});
+    storeToken({{wb, u"5400000"_s}});
     PaymentViewController *screen = presentPayment();
     screen->walletAlert()->pressCancel();
     EXPECT_FALSE(screen->walletAlert()->isShown());
     fill(*screen);
     screen->verifyPayment();
     ASSERT_EQ(sent.size(), 1);
-    EXPECT_TRUE(sent[0].contains(QStringLiteral("|12345|5|")));
+    EXPECT_TRUE(sent[0].contains(u"|12345|5|"_s));
 }
 
 TEST_F(PaymentScreenTest, reportsACancelOnceAndDropsALateAnswer)
@@ -168,9 +170,9 @@ TEST_F(PaymentScreenTest, reportsACancelOnceAndDropsALateAnswer)
     screen->cancelPayment();
     screen->cancelPayment();
     screen->openVerifyURL();
-    answer(true, {}, QStringLiteral("0"));
+    answer(true, {}, u"0"_s);
     settle(2200);
-    expectOutcome("2525342", QStringLiteral("کاربر از انجام تراکنش منصرف شد"));
+    expectOutcome("2525342", u"کاربر از انجام تراکنش منصرف شد"_s);
     EXPECT_FALSE(navigation());
 }
 
@@ -178,7 +180,7 @@ TEST_F(PaymentScreenTest, closingAsksWhereSomethingWouldBeLost)
 {
     storeToken();
     PaymentViewController *screen = presentPayment();
-    screen->form()->setPin(QStringLiteral("1"));
+    screen->form()->setPin(u"1"_s);
     const auto asks = [screen] {
         screen->closeRequested();
         const bool isAsking = screen->leaveAlert()->isShown();
@@ -213,7 +215,7 @@ TEST_F(PaymentScreenTest, endsWithTheCountdown)
     for (int tick = 0; tick < 3; ++tick)
         screen->timerFired();
     settle();
-    expectOutcome("2525343", QStringLiteral("مدت زمان تراکنش به پایان رسید"));
+    expectOutcome("2525343", u"مدت زمان تراکنش به پایان رسید"_s);
     EXPECT_FALSE(navigation());
 }
 
@@ -226,21 +228,21 @@ TEST_F(PaymentScreenTest, endsTwoSecondsAfterAMissingVerificationLink)
     fill(*screen);
     screen->verifyPayment();
     EXPECT_TRUE(sent.isEmpty()) << "a payment must not start once the screen is about to end without one";
-    EXPECT_EQ(screen->banner()->message(), QStringLiteral("پذیرنده نامعتبر میباشد"));
+    EXPECT_EQ(screen->banner()->message(), u"پذیرنده نامعتبر میباشد"_s);
     settle(1500);
     EXPECT_TRUE(outcomes().empty());
     settle(1200);
-    expectOutcome("2525344", QStringLiteral("پذیرنده نامعتبر"));
+    expectOutcome("2525344", u"پذیرنده نامعتبر"_s);
 }
 
 TEST_F(PaymentScreenTest, pushesTheVerificationPageAndRefusesOtherAddresses)
 {
-    storeToken({{QStringLiteral("vu"), QStringLiteral("ftp://shop.example/")}});
+    storeToken({{u"vu"_s, u"ftp://shop.example/"_s}});
     PaymentViewController *screen = presentPayment();
-    click(QStringLiteral("verifyButton"));
+    click(u"verifyButton"_s);
     EXPECT_EQ(navigation()->viewControllers().size(), 2U);
-    EXPECT_TRUE(item(QStringLiteral("verificationFault")));
-    click(QStringLiteral("backButton"));
+    EXPECT_TRUE(item(u"verificationFault"_s));
+    click(u"backButton"_s);
     EXPECT_EQ(navigation()->topViewController(), screen);
     EXPECT_TRUE(outcomes().empty());
 }

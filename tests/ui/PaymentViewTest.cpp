@@ -12,11 +12,14 @@
 #include <gmock/gmock.h>
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString cardField = QStringLiteral("cardNumberTextField");
-const QString pinField = QStringLiteral("passwordTextField");
-const QString cvvField = QStringLiteral("cvvTwoTextField");
+const QString cardField = u"cardNumberTextField"_s;
+const QString pinField = u"passwordTextField"_s;
+const QString cvvField = u"cvvTwoTextField"_s;
 
 class PaymentViewTest : public ScreenTest
 {
@@ -44,34 +47,33 @@ TEST_F(PaymentViewTest, takesDigitKeysOfAnyKeyboardAndRefusesOtherPastes)
     storeToken();
     PaymentViewController *screen = presentPayment();
     click(cardField);
-    type(QStringLiteral("6۰37٩9 x\u200f"));
-    EXPECT_EQ(text(cardField), QStringLiteral("603799"));
-    EXPECT_EQ(screen->form()->cardNumber(), QStringLiteral("603799"));
-    for (const auto &clip :
-         {QStringLiteral("12 34"), QStringLiteral("۱۲"), QStringLiteral("1\u200e"), QString(11, u'1')}) {
+    type(u"6۰37٩9 x\u200f"_s);
+    EXPECT_EQ(text(cardField), u"603799"_s);
+    EXPECT_EQ(screen->form()->cardNumber(), u"603799"_s);
+    for (const auto &clip : {u"12 34"_s, u"۱۲"_s, u"1\u200e"_s, QString(11, u'1')}) {
         paste(clip);
-        EXPECT_EQ(text(cardField), QStringLiteral("603799")) << qPrintable(clip);
-        const QQuickItem *complaint = item(QStringLiteral("cardNumberTextFieldComplaint"));
+        EXPECT_EQ(text(cardField), u"603799"_s) << qPrintable(clip);
+        const QQuickItem *complaint = item(u"cardNumberTextFieldComplaint"_s);
         ASSERT_TRUE(complaint) << qPrintable(clip);
-        EXPECT_EQ(complaint->property("text").toString().contains(QStringLiteral("16")), clip.size() > 10);
+        EXPECT_EQ(complaint->property("text").toString().contains(u"16"_s), clip.size() > 10);
         QTest::keyClick(window(), Qt::Key_Backspace);
-        EXPECT_FALSE(item(QStringLiteral("cardNumberTextFieldComplaint")));
-        type(QStringLiteral("9"));
+        EXPECT_FALSE(item(u"cardNumberTextFieldComplaint"_s));
+        type(u"9"_s);
     }
-    paste(QStringLiteral("1234567893"));
-    EXPECT_EQ(text(cardField), QStringLiteral("6037991234567893"));
-    type(QStringLiteral("4"));
+    paste(u"1234567893"_s);
+    EXPECT_EQ(text(cardField), u"6037991234567893"_s);
+    type(u"4"_s);
     EXPECT_EQ(text(cardField).size(), 16);
 }
 
 TEST_F(PaymentViewTest, replacesASavedCardByANumber)
 {
-    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    storeToken({{u"pl"_s, u"11.n.603799******1234.0512;"_s}});
     PaymentViewController *screen = presentPayment();
-    const QString number = QStringLiteral("6037991111111234");
+    const QString number = u"6037991111111234"_s;
     for (const bool typed : {true, false}) {
         PickerViewDelegate::sharedInstance().didSelectRow(1);
-        EXPECT_EQ(screen->form()->card(), QStringLiteral("11"));
+        EXPECT_EQ(screen->form()->card(), u"11"_s);
         click(pinField);
         click(cardField);
         typed ? type(number) : paste(number);
@@ -84,26 +86,26 @@ TEST_F(PaymentViewTest, replacesASavedCardByANumber)
 
 TEST_F(PaymentViewTest, choosesASavedCardFromTheList)
 {
-    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;12.n.621986******1.;")}});
+    storeToken({{u"pl"_s, u"11.n.603799******1234.0512;12.n.621986******1.;"_s}});
     PaymentViewController *screen = presentPayment();
-    click(QStringLiteral("savedCardsButton"));
-    EXPECT_FALSE(item(QStringLiteral("savedCardsButton")));
-    EXPECT_TRUE(item(QStringLiteral("keyboardButton")));
-    click(QStringLiteral("panRow2"));
-    EXPECT_EQ(text(cardField), QStringLiteral("621986******1"));
-    EXPECT_EQ(screen->form()->card(), QStringLiteral("12"));
-    EXPECT_FALSE(item(QStringLiteral("panTumbler")));
+    click(u"savedCardsButton"_s);
+    EXPECT_FALSE(item(u"savedCardsButton"_s));
+    EXPECT_TRUE(item(u"keyboardButton"_s));
+    click(u"panRow2"_s);
+    EXPECT_EQ(text(cardField), u"621986******1"_s);
+    EXPECT_EQ(screen->form()->card(), u"12"_s);
+    EXPECT_FALSE(item(u"panTumbler"_s));
     click(cardField);
-    EXPECT_TRUE(item(QStringLiteral("panTumbler")));
-    click(QStringLiteral("keyboardButton"));
-    EXPECT_FALSE(item(QStringLiteral("panTumbler")));
+    EXPECT_TRUE(item(u"panTumbler"_s));
+    click(u"keyboardButton"_s);
+    EXPECT_FALSE(item(u"panTumbler"_s));
 }
 
 TEST_F(PaymentViewTest, writesTheExpiryOnlyWhereThePersonTurnsIt)
 {
-    const QString expiryField = QStringLiteral("expirationDateTextField");
-    const QString done = QStringLiteral("expiryDoneButton");
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    const QString expiryField = u"expirationDateTextField"_s;
+    const QString done = u"expiryDoneButton"_s;
+    storeToken({{u"ta"_s, u"NA"_s}});
     PaymentViewController *screen = presentPayment();
     click(expiryField);
     EXPECT_EQ(screen->form()->expiration(), QString()) << "nothing was chosen";
@@ -112,49 +114,48 @@ TEST_F(PaymentViewTest, writesTheExpiryOnlyWhereThePersonTurnsIt)
         for (int row = 0; row < 3; ++row)
             QTest::keyClick(window(), Qt::Key_Down);
     }
-    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("99/04"));
+    EXPECT_EQ(screen->form()->expiration(), u"99/04"_s);
     click(done);
-    EXPECT_FALSE(item(QStringLiteral("yearTumbler")));
-    EXPECT_EQ(item(QStringLiteral("expirationDateText"))->property("text"), QStringLiteral("99/04"));
+    EXPECT_FALSE(item(u"yearTumbler"_s));
+    EXPECT_EQ(item(u"expirationDateText"_s)->property("text"), u"99/04"_s);
 
     // A saved card's date: the wheels stand at it, whether its year is theirs or not.
     for (const auto *saved : {"04/11", "31/02"}) {
-        screen->form()->notifierFired(QStringLiteral("1"), QStringLiteral("603799******1234"),
-                                      QString::fromLatin1(saved));
+        screen->form()->notifierFired(u"1"_s, u"603799******1234"_s, QString::fromLatin1(saved));
         click(expiryField);
         click(done);
         EXPECT_EQ(screen->form()->expiration(), QString::fromLatin1(saved));
     }
-    screen->form()->notifierFired(QStringLiteral("1"), QStringLiteral("603799******1234"), QStringLiteral("04/11"));
+    screen->form()->notifierFired(u"1"_s, u"603799******1234"_s, u"04/11"_s);
     click(expiryField);
     // A click on the row below turns there.
-    const QQuickItem *wheel = item(QStringLiteral("monthTumbler"));
+    const QQuickItem *wheel = item(u"monthTumbler"_s);
     QTest::mouseClick(window(), Qt::LeftButton, {},
                       wheel->mapToScene(QPointF(wheel->width() / 2, wheel->height() * 5 / 6)).toPoint());
     settle();
-    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("04/12"));
+    EXPECT_EQ(screen->form()->expiration(), u"04/12"_s);
     QTest::keyClick(window(), Qt::Key_Up);
-    EXPECT_EQ(screen->form()->expiration(), QStringLiteral("04/11"));
+    EXPECT_EQ(screen->form()->expiration(), u"04/11"_s);
 }
 
 TEST_F(PaymentViewTest, isFilledAndPaidFromTheFirstKeyToTheLast)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    storeToken({{u"ta"_s, u"NA"_s}});
     presentPayment();
     for (const auto *entry : {"6037991234567893", "12345", "123"}) {
         type(QString::fromLatin1(entry));
         QTest::keyClick(window(), Qt::Key_Return);
     }
     // No year begins with 1, no month is 13.
-    type(QStringLiteral("10۴131"));
-    EXPECT_EQ(item(QStringLiteral("expirationDateText"))->property("text"), QStringLiteral("04/11"));
+    type(u"10۴131"_s);
+    EXPECT_EQ(item(u"expirationDateText"_s)->property("text"), u"04/11"_s);
     QTest::keyClick(window(), Qt::Key_Return);
-    EXPECT_EQ(sent, QStringList{QStringLiteral("501|tok|6037991234567893|12345|59|123|0411|R9|T2")});
+    EXPECT_EQ(sent, QStringList{u"501|tok|6037991234567893|12345|59|123|0411|R9|T2"_s});
 }
 
 TEST_F(PaymentViewTest, leadsToTheFieldAtFault)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    storeToken({{u"ta"_s, u"NA"_s}});
     presentPayment();
     const struct
     {
@@ -166,26 +167,26 @@ TEST_F(PaymentViewTest, leadsToTheFieldAtFault)
                  {"123", "expirationDateTextField"}};
     for (const auto &[typed, field] : steps) {
         type(QString::fromLatin1(typed));
-        click(QStringLiteral("payButton"));
+        click(u"payButton"_s);
         EXPECT_EQ(window()->activeFocusItem()->objectName(), QString::fromLatin1(field));
-        const QQuickItem *complaint = item(QString::fromLatin1(field) + QStringLiteral("Complaint"));
+        const QQuickItem *complaint = item(QString::fromLatin1(field) + u"Complaint"_s);
         ASSERT_TRUE(complaint) << field;
         EXPECT_FALSE(complaint->property("text").toString().isEmpty());
         const auto place = [this](const QString &name) {
             return item(name)->mapRectToScene(QRectF({}, item(name)->size()));
         };
-        EXPECT_FALSE(place(QStringLiteral("banner")).intersects(place(QStringLiteral("cancelButton"))));
+        EXPECT_FALSE(place(u"banner"_s).intersects(place(u"cancelButton"_s)));
     }
     EXPECT_TRUE(sent.isEmpty());
-    type(QStringLiteral("0411"));
-    EXPECT_FALSE(item(QStringLiteral("expirationDateTextFieldComplaint")));
+    type(u"0411"_s);
+    EXPECT_FALSE(item(u"expirationDateTextFieldComplaint"_s));
 }
 
 TEST_F(PaymentViewTest, paysNothingByAStrayReturn)
 {
-    storeToken({{QStringLiteral("wb"), QStringLiteral("5400000")}});
+    storeToken({{u"wb"_s, u"5400000"_s}});
     presentPayment();
-    EXPECT_EQ(window()->activeFocusItem()->objectName(), QStringLiteral("alertCancelButton"));
+    EXPECT_EQ(window()->activeFocusItem()->objectName(), u"alertCancelButton"_s);
     QTest::keyClick(window(), Qt::Key_Return);
     EXPECT_TRUE(sent.isEmpty());
     EXPECT_EQ(window()->activeFocusItem()->objectName(), cardField);
@@ -193,7 +194,7 @@ TEST_F(PaymentViewTest, paysNothingByAStrayReturn)
 
 TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
 {
-    storeToken({{QStringLiteral("vu"), QStringLiteral("ftp://shop.example/")}});
+    storeToken({{u"vu"_s, u"ftp://shop.example/"_s}});
     for (const bool isMotionReduced : {false, true}) {
         Appearance::shared().pin({false, isMotionReduced, 1});
         PaymentViewController *screen = presentPayment();
@@ -203,12 +204,12 @@ TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
                                button->mapToScene(QPointF(button->width() / 2, button->height() / 2)).toPoint());
             settle(700);
         };
-        doubleClick(QStringLiteral("verifyButton"));
+        doubleClick(u"verifyButton"_s);
         EXPECT_EQ(navigation()->viewControllers().size(), 2U);
-        doubleClick(QStringLiteral("backButton"));
+        doubleClick(u"backButton"_s);
         EXPECT_TRUE(outcomes().empty()) << "the second click was taken for the screen below";
         ASSERT_EQ(navigation() ? navigation()->topViewController() : nullptr, screen);
-        EXPECT_TRUE(item(QStringLiteral("cancelButton"))->isEnabled());
+        EXPECT_TRUE(item(u"cancelButton"_s)->isEnabled());
         navigation()->dismiss(false);
         settle();
     }
@@ -217,22 +218,22 @@ TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
 
 TEST_F(PaymentViewTest, keepsSecretsToItself)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    storeToken({{u"ta"_s, u"NA"_s}});
     presentPayment();
     for (const QString &field : {pinField, cvvField}) {
         click(field);
-        type(QStringLiteral("73912"));
+        type(u"73912"_s);
         QGuiApplication::clipboard()->clear();
         press(QKeySequence::SelectAll);
         press(QKeySequence::Copy);
         press(QKeySequence::Cut);
         EXPECT_EQ(QGuiApplication::clipboard()->text(), QString());
-        EXPECT_EQ(text(field), QStringLiteral("73912"));
+        EXPECT_EQ(text(field), u"73912"_s);
         QTest::keyClick(window(), Qt::Key_Backspace);
         press(QKeySequence::Undo);
         EXPECT_EQ(text(field), QString());
 
-        type(QStringLiteral("73912"));
+        type(u"73912"_s);
         EXPECT_EQ(item(field)->property("displayText"), QString(5, QChar(0x2022)));
         QInputMethodQueryEvent query(Qt::ImSurroundingText | Qt::ImCurrentSelection | Qt::ImTextBeforeCursor);
         QCoreApplication::sendEvent(item(field), &query);
@@ -253,14 +254,14 @@ TEST_F(PaymentViewTest, keepsSecretsToItself)
             EXPECT_TRUE(node->state().focused);
         }
         for (const auto part : {QAccessible::Name, QAccessible::Value, QAccessible::Description})
-            EXPECT_FALSE(node->text(part).contains(QStringLiteral("73912")));
+            EXPECT_FALSE(node->text(part).contains(u"73912"_s));
         if (QAccessibleTextInterface *content = node->textInterface()) {
-            EXPECT_FALSE(content->text(0, content->characterCount()).contains(QStringLiteral("73912")));
+            EXPECT_FALSE(content->text(0, content->characterCount()).contains(u"73912"_s));
         }
         for (int child = 0; child < node->childCount(); ++child)
             open.push_back(node->child(child));
     }
-    EXPECT_THAT(names, testing::UnorderedElementsAre(QStringLiteral("رمز دوم"), QStringLiteral("CVV2")));
+    EXPECT_THAT(names, testing::UnorderedElementsAre(u"رمز دوم"_s, u"CVV2"_s));
 }
 
 TEST_F(PaymentViewTest, sendsOncePerPaymentHoweverOftenItIsAsked)
@@ -268,11 +269,11 @@ TEST_F(PaymentViewTest, sendsOncePerPaymentHoweverOftenItIsAsked)
     storeToken();
     presentPayment();
     click(cardField);
-    type(QStringLiteral("6037991234567893"));
+    type(u"6037991234567893"_s);
     click(pinField);
-    type(QStringLiteral("12345"));
+    type(u"12345"_s);
     QTest::keyClick(window(), Qt::Key_Return);
-    QQuickItem *pay = item(QStringLiteral("payButton"));
+    QQuickItem *pay = item(u"payButton"_s);
     const QPoint centre = pay->mapToScene(QPointF(pay->width() / 2, pay->height() / 2)).toPoint();
     QTest::mouseClick(window(), Qt::LeftButton, {}, centre);
     QTest::mouseDClick(window(), Qt::LeftButton, {}, centre);
@@ -283,20 +284,20 @@ TEST_F(PaymentViewTest, sendsOncePerPaymentHoweverOftenItIsAsked)
 
 TEST_F(PaymentViewTest, standsRightToLeftWithNumbersLeftToRight)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    storeToken({{u"ta"_s, u"NA"_s}});
     PaymentViewController *screen = presentPayment();
-    EXPECT_GT(x(QStringLiteral("verifiedIcon")), x(QStringLiteral("merchantLabel")));
-    EXPECT_GT(x(QStringLiteral("merchantLabel")), x(QStringLiteral("verifyButton")));
-    EXPECT_GT(x(QStringLiteral("lockIcon")), x(pinField));
-    EXPECT_GT(x(QStringLiteral("cancelButton")), window()->width() / 2);
+    EXPECT_GT(x(u"verifiedIcon"_s), x(u"merchantLabel"_s));
+    EXPECT_GT(x(u"merchantLabel"_s), x(u"verifyButton"_s));
+    EXPECT_GT(x(u"lockIcon"_s), x(pinField));
+    EXPECT_GT(x(u"cancelButton"_s), window()->width() / 2);
 
     for (const auto *number : {"6037991234567893", "6037-99**-****-1234", "603799******1234"}) {
-        screen->form()->notifierFired(QStringLiteral("1"), QString::fromLatin1(number), QStringLiteral("99/05"));
+        screen->form()->notifierFired(u"1"_s, QString::fromLatin1(number), u"99/05"_s);
         for (int position = 1; position <= static_cast<int>(qstrlen(number)); ++position)
             EXPECT_GT(left(cardField, position), left(cardField, position - 1)) << number << position;
     }
-    EXPECT_LT(x(QStringLiteral("bankIcon")), x(cardField));
-    EXPECT_TRUE(readsLeftToRight(QStringLiteral("expirationDateText")));
+    EXPECT_LT(x(u"bankIcon"_s), x(cardField));
+    EXPECT_TRUE(readsLeftToRight(u"expirationDateText"_s));
 }
 
 TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
@@ -304,8 +305,8 @@ TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
     storeToken();
     presentPayment();
     click(cardField);
-    type(QStringLiteral("6037991234567893"));
-    EXPECT_EQ(text(cardField), QStringLiteral("6037991234567893"));
+    type(u"6037991234567893"_s);
+    EXPECT_EQ(text(cardField), u"6037991234567893"_s);
     const auto step = [this](int digit) { return left(cardField, digit + 1) - left(cardField, digit); };
     for (int digit = 1; digit < 16; ++digit)
         EXPECT_EQ(step(digit) > step(0) + 4, digit == 3 || digit == 7 || digit == 11) << digit;
@@ -317,17 +318,10 @@ TEST_F(PaymentViewTest, drawsTheCardNumberInGroupsOfFour)
 
 TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
-                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    storeToken({{u"ta"_s, u"NA"_s}, {u"pl"_s, u"11.n.603799******1234.0512;"_s}});
     presentPayment();
-    const QStringList order{QStringLiteral("savedCardsButton"),
-                            pinField,
-                            cvvField,
-                            QStringLiteral("expirationDateTextField"),
-                            QStringLiteral("payButton"),
-                            QStringLiteral("cancelButton"),
-                            QStringLiteral("verifyButton"),
-                            cardField};
+    const QStringList order{u"savedCardsButton"_s, pinField,          cvvField,          u"expirationDateTextField"_s,
+                            u"payButton"_s,        u"cancelButton"_s, u"verifyButton"_s, cardField};
     QStringList reached;
     for (qsizetype stop = 0; stop < order.size(); ++stop) {
         QTest::keyClick(window(), Qt::Key_Tab);
@@ -335,7 +329,7 @@ TEST_F(PaymentViewTest, goesFromFieldToFieldByTab)
     }
     EXPECT_EQ(reached.join(u' ').toStdString(), order.join(u' ').toStdString());
     for (qsizetype stop = order.size() - 2; stop >= 0; --stop) {
-        if (order[stop] == QStringLiteral("savedCardsButton"))
+        if (order[stop] == u"savedCardsButton"_s)
             continue; // It stands there only while the number or itself is edited.
         QTest::keyClick(window(), Qt::Key_Backtab);
         EXPECT_EQ(window()->activeFocusItem()->objectName(), order[stop]);
@@ -346,8 +340,8 @@ TEST_F(PaymentViewTest, leavesAPaymentOnItsWayAlone)
 {
     storeToken();
     PaymentViewController *screen = presentPayment();
-    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
-    screen->form()->setPin(QStringLiteral("12345"));
+    screen->form()->setCardNumber(u"6037991234567893"_s);
+    screen->form()->setPin(u"12345"_s);
     screen->verifyPayment();
     screen->escapePressed();
     EXPECT_FALSE(screen->leaveAlert()->isShown());
@@ -356,7 +350,7 @@ TEST_F(PaymentViewTest, leavesAPaymentOnItsWayAlone)
 TEST_F(PaymentViewTest, scrollsByTheWheel)
 {
     window()->resize(320, 568);
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}});
+    storeToken({{u"ta"_s, u"NA"_s}});
     presentPayment();
     const qreal before = item(cardField)->mapToScene({}).y();
     const QPointF at(160, 200);
@@ -371,38 +365,37 @@ TEST_F(PaymentViewTest, scrollsByTheWheel)
 
 TEST_F(PaymentViewTest, masksSavedNumbersInTheList)
 {
-    storeToken({{QStringLiteral("pl"), QStringLiteral("11.n.6037991234567893.0512;")}});
+    storeToken({{u"pl"_s, u"11.n.6037991234567893.0512;"_s}});
     presentPayment();
     click(cardField);
-    click(QStringLiteral("savedCardsButton"));
-    QAccessibleInterface *row = QAccessible::queryAccessibleInterface(item(QStringLiteral("panRow1")));
-    EXPECT_TRUE(row->text(QAccessible::Name).startsWith(QStringLiteral("603799******7893")));
-    EXPECT_TRUE(readsLeftToRight(QStringLiteral("panText1")));
+    click(u"savedCardsButton"_s);
+    QAccessibleInterface *row = QAccessible::queryAccessibleInterface(item(u"panRow1"_s));
+    EXPECT_TRUE(row->text(QAccessible::Name).startsWith(u"603799******7893"_s));
+    EXPECT_TRUE(readsLeftToRight(u"panText1"_s));
 }
 
 TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
-                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;")}});
+    storeToken({{u"ta"_s, u"NA"_s}, {u"pl"_s, u"11.n.603799******1234.0512;"_s}});
     presentPayment();
     const auto escape = [this] {
         QTest::keyClick(window(), Qt::Key_Escape);
         settle();
     };
     // What stands in the keyboard's place goes first.
-    click(QStringLiteral("expirationDateTextField"));
+    click(u"expirationDateTextField"_s);
     escape();
-    EXPECT_FALSE(item(QStringLiteral("yearTumbler")));
+    EXPECT_FALSE(item(u"yearTumbler"_s));
     click(cardField);
-    click(QStringLiteral("savedCardsButton"));
+    click(u"savedCardsButton"_s);
     escape();
-    EXPECT_FALSE(item(QStringLiteral("panTumbler")));
-    EXPECT_FALSE(item(QStringLiteral("alertButton")));
+    EXPECT_FALSE(item(u"panTumbler"_s));
+    EXPECT_FALSE(item(u"alertButton"_s));
 
     escape();
-    ASSERT_TRUE(item(QStringLiteral("alertButton")));
+    ASSERT_TRUE(item(u"alertButton"_s));
     escape();
-    EXPECT_FALSE(item(QStringLiteral("alertButton")));
+    EXPECT_FALSE(item(u"alertButton"_s));
     EXPECT_TRUE(outcomes().empty());
     // The harmless answer is the one at hand.
     escape();
@@ -410,9 +403,9 @@ TEST_F(PaymentViewTest, asksBeforeEscapeAbandons)
     settle();
     EXPECT_TRUE(outcomes().empty());
     escape();
-    click(QStringLiteral("alertCancelButton"));
+    click(u"alertCancelButton"_s);
     ASSERT_TRUE(waitFor([this] { return outcomes().size() == 1; }));
-    EXPECT_EQ(outcomes()[0].code, QStringLiteral("2525342"));
+    EXPECT_EQ(outcomes()[0].code, u"2525342"_s);
 }
 
 TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
@@ -425,7 +418,7 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
                                            {Qt::ApplicationSuspended, true},
                                            {Qt::ApplicationActive, false}}) {
         Q_EMIT qGuiApp->applicationStateChanged(state);
-        EXPECT_EQ(item(QStringLiteral("privacyCover")) != nullptr, isCovered) << state;
+        EXPECT_EQ(item(u"privacyCover"_s) != nullptr, isCovered) << state;
     }
     // An alert too, which stands above the screens.
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationHidden);
@@ -438,14 +431,14 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
     screen->leaveAlert()->dismiss();
     Q_EMIT qGuiApp->applicationStateChanged(Qt::ApplicationActive);
     click(pinField);
-    type(QStringLiteral("12345"));
+    type(u"12345"_s);
     window()->showMinimized();
     settle(50);
-    EXPECT_TRUE(item(QStringLiteral("privacyCover")));
+    EXPECT_TRUE(item(u"privacyCover"_s));
     window()->showNormal();
     settle(50);
-    EXPECT_FALSE(item(QStringLiteral("privacyCover")));
-    EXPECT_EQ(text(pinField), QStringLiteral("12345")) << "people leave to fetch a one-time PIN";
+    EXPECT_FALSE(item(u"privacyCover"_s));
+    EXPECT_EQ(text(pinField), u"12345"_s) << "people leave to fetch a one-time PIN";
 }
 
 } // namespace

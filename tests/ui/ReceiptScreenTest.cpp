@@ -7,21 +7,24 @@
 #include "ui/receipt/ReceiptViewController.h"
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class ReceiptScreenTest : public ScreenTest
 {
 protected:
     /// A payment that went through to its receipt.
-    ReceiptViewController *pay(const QJsonObject &stored, bool ok = true, const QString &code = QStringLiteral("51"))
+    ReceiptViewController *pay(const QJsonObject &stored, bool ok = true, const QString &code = u"51"_s)
     {
         storeToken();
         PaymentViewController *screen = presentPayment();
-        screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
-        screen->form()->setPin(QStringLiteral("12345"));
+        screen->form()->setCardNumber(u"6037991234567893"_s);
+        screen->form()->setPin(u"12345"_s);
         screen->verifyPayment();
         storePaymentAnswer(stored);
-        answer(ok, QStringLiteral("پیام"), code);
+        answer(ok, u"پیام"_s, code);
         return qobject_cast<ReceiptViewController *>(navigation()->topViewController());
     }
 };
@@ -29,24 +32,21 @@ protected:
 TEST_F(ReceiptScreenTest, showsTheReceipt)
 {
     QJsonObject paid = paidAnswer();
-    paid[QStringLiteral("rd")] = QJsonObject{{QStringLiteral("urn"), QStringLiteral("U1\nمبلغ : 1 ریال")},
-                                             {QStringLiteral("mrn"), QStringLiteral("M1 : x")}};
+    paid[u"rd"_s] = QJsonObject{{u"urn"_s, u"U1\nمبلغ : 1 ریال"_s}, {u"mrn"_s, u"M1 : x"_s}};
     ReceiptViewController *receipt = pay(paid);
     ASSERT_TRUE(receipt);
-    EXPECT_EQ(receipt->statusText(), QStringLiteral("پرداخت موفق"));
-    EXPECT_EQ(receipt->merchantText(), QStringLiteral("پذیرنده :  فروشگاه"));
-    EXPECT_EQ(receipt->amountText(), QStringLiteral("مبلغ\u200c : 1,250,000 ریال"));
-    EXPECT_TRUE(receipt->descriptionText().startsWith(QStringLiteral(
-        "کد پذیرنده : 1234\nشماره کارت : 6037991234567893\nبانک صادرکننده : بانک ملی\nشماره مرجع : M1")));
+    EXPECT_EQ(receipt->statusText(), u"پرداخت موفق"_s);
+    EXPECT_EQ(receipt->merchantText(), u"پذیرنده :  فروشگاه"_s);
+    EXPECT_EQ(receipt->amountText(), u"مبلغ\u200c : 1,250,000 ریال"_s);
+    EXPECT_TRUE(receipt->descriptionText().startsWith(
+        u"کد پذیرنده : 1234\nشماره کارت : 6037991234567893\nبانک صادرکننده : بانک ملی\nشماره مرجع : M1"_s));
     // No value of the service's makes a line of its own.
-    EXPECT_EQ(receipt->lineNames(), QStringList({QStringLiteral("کد پذیرنده"), QStringLiteral("شماره کارت"),
-                                                 QStringLiteral("بانک صادرکننده"), QStringLiteral("شماره مرجع"),
-                                                 QStringLiteral("شماره پیگیری"), QStringLiteral("زمان تراکنش")}));
-    EXPECT_EQ(receipt->lineValues(), QStringList({QStringLiteral("1234"), QStringLiteral("6037991234567893"),
-                                                  QStringLiteral("بانک ملی"), QStringLiteral("M1 : x"),
-                                                  QStringLiteral("U1 مبلغ : 1 ریال"), QStringLiteral("۱ آذر ۱۴۰۵")}));
-    EXPECT_TRUE(readsLeftToRight(QStringLiteral("receiptValue1")));
-    EXPECT_FALSE(item(QStringLiteral("cancelButton")));
+    EXPECT_EQ(receipt->lineNames(), QStringList({u"کد پذیرنده"_s, u"شماره کارت"_s, u"بانک صادرکننده"_s, u"شماره مرجع"_s,
+                                                 u"شماره پیگیری"_s, u"زمان تراکنش"_s}));
+    EXPECT_EQ(receipt->lineValues(), QStringList({u"1234"_s, u"6037991234567893"_s, u"بانک ملی"_s, u"M1 : x"_s,
+                                                  u"U1 مبلغ : 1 ریال"_s, u"۱ آذر ۱۴۰۵"_s}));
+    EXPECT_TRUE(readsLeftToRight(u"receiptValue1"_s));
+    EXPECT_FALSE(item(u"cancelButton"_s));
 }
 
 TEST_F(ReceiptScreenTest, succeedsOnlyWithResultZeroAndATrace)
@@ -55,16 +55,16 @@ TEST_F(ReceiptScreenTest, succeedsOnlyWithResultZeroAndATrace)
     {
         QJsonObject answer;
         bool success;
-    } cases[] = {{{{QStringLiteral("rc"), 0}, {QStringLiteral("ti"), 5}}, true},
-                 {{{QStringLiteral("rc"), 0}, {QStringLiteral("ti"), 0}}, false},
-                 {{{QStringLiteral("rc"), 0}}, false},
-                 {{{QStringLiteral("rc"), 3}, {QStringLiteral("ti"), 5}}, false},
+    } cases[] = {{{{u"rc"_s, 0}, {u"ti"_s, 5}}, true},
+                 {{{u"rc"_s, 0}, {u"ti"_s, 0}}, false},
+                 {{{u"rc"_s, 0}}, false},
+                 {{{u"rc"_s, 3}, {u"ti"_s, 5}}, false},
                  {{}, false}};
     for (const auto &[stored, success] : cases) {
         storePaymentAnswer(stored);
         EXPECT_EQ(ReceiptViewController::PaymentData::gather().isSuccess(), success);
     }
-    UserDefaults::standard().remove(QStringLiteral("pym"));
+    UserDefaults::standard().remove(u"pym"_s);
     EXPECT_FALSE(ReceiptViewController::PaymentData::gather().isSuccess());
 }
 
@@ -73,9 +73,7 @@ TEST_F(ReceiptScreenTest, reportsOnceAndClosesBothScreens)
     for (const bool success : {true, false}) {
         const size_t before = outcomes().size();
         ReceiptViewController *receipt =
-            pay(success ? paidAnswer()
-                        : QJsonObject{{QStringLiteral("rc"), 51}, {QStringLiteral("ds"), QStringLiteral("d")}},
-                success);
+            pay(success ? paidAnswer() : QJsonObject{{u"rc"_s, 51}, {u"ds"_s, u"d"_s}}, success);
         EXPECT_EQ(receipt->descriptionText().isEmpty(), false);
         receipt->donePayment();
         receipt->donePayment();
@@ -85,10 +83,10 @@ TEST_F(ReceiptScreenTest, reportsOnceAndClosesBothScreens)
         const Told outcome = outcomes().back();
         EXPECT_EQ(outcome.success, success);
         EXPECT_FALSE(outcome.onMain);
-        EXPECT_EQ(outcome.code, success ? QStringLiteral("1") : QStringLiteral("51"));
-        EXPECT_EQ(outcome.description, success ? QStringLiteral("Successful") : QStringLiteral("پیام"));
-        EXPECT_EQ(outcome.reference, success ? QStringLiteral("U1") : QString());
-        EXPECT_EQ(outcome.merchantReference, success ? QStringLiteral("M1") : QString());
+        EXPECT_EQ(outcome.code, success ? u"1"_s : u"51"_s);
+        EXPECT_EQ(outcome.description, success ? u"Successful"_s : u"پیام"_s);
+        EXPECT_EQ(outcome.reference, success ? u"U1"_s : QString());
+        EXPECT_EQ(outcome.merchantReference, success ? u"M1"_s : QString());
     }
 }
 
@@ -97,8 +95,8 @@ TEST_F(ReceiptScreenTest, settlesOnlyWhatTheServiceConfirmedOrRefused)
     for (const UnsettledAttempt &listed : AttemptLedger::shared().unsettled())
         AttemptLedger::shared().settle(listed.identifier);
     for (const auto &[stored, code, isListed] : {std::tuple(paidAnswer(), "0", false),
-                                                 {QJsonObject{{QStringLiteral("rc"), 51}}, "51", false},
-                                                 {QJsonObject{{QStringLiteral("rc"), 0}}, "0", true}}) {
+                                                 {QJsonObject{{u"rc"_s, 51}}, "51", false},
+                                                 {QJsonObject{{u"rc"_s, 0}}, "0", true}}) {
         pay(stored, code == std::string_view("0"), QString::fromLatin1(code))->donePayment();
         ASSERT_TRUE(waitFor([] { return !Attempt::current(); }));
         settle(50);
@@ -117,21 +115,21 @@ TEST_F(ReceiptScreenTest, keepsThePaymentScreenOfEightMerchants)
     for (const auto &[merchant, stays] : cases) {
         const size_t before = outcomes().size();
         ReceiptViewController *receipt = pay(paidAnswer());
-        CoreKeychain().setString(QString::fromLatin1(merchant), QStringLiteral("mid"));
+        CoreKeychain().setString(QString::fromLatin1(merchant), u"mid"_s);
         receipt->donePayment();
         // The payment screen is uncovered before the receipt has told the outcome; nothing may overtake it.
         navigation()->topViewController()->barButtonPressed();
         EXPECT_EQ(outcomes().size(), before);
         ASSERT_TRUE(waitFor([&] { return outcomes().size() > before; }));
-        EXPECT_EQ(outcomes().back().code, QStringLiteral("1"));
+        EXPECT_EQ(outcomes().back().code, u"1"_s);
         settle(500);
         EXPECT_EQ(navigation() != nullptr, stays) << merchant;
         if (!stays)
             continue;
         EXPECT_EQ(navigation()->viewControllers().size(), 1U);
         EXPECT_FALSE(qobject_cast<PaymentViewController *>(navigation()->topViewController())->isButtonedOrNeah());
-        click(QStringLiteral("cancelButton"));
-        EXPECT_EQ(outcomes().back().code, QStringLiteral("2525342"));
+        click(u"cancelButton"_s);
+        EXPECT_EQ(outcomes().back().code, u"2525342"_s);
         EXPECT_FALSE(navigation());
     }
 }
@@ -141,13 +139,13 @@ TEST_F(ReceiptScreenTest, reportsWhenTheWindowGoesWhileItCloses)
     pay(paidAnswer())->donePayment();
     loseWindow();
     ASSERT_TRUE(waitFor([&] { return !outcomes().empty(); }));
-    EXPECT_EQ(outcomes()[0].code, QStringLiteral("1"));
+    EXPECT_EQ(outcomes()[0].code, u"1"_s);
 }
 
 TEST_F(ReceiptScreenTest, convertsDates)
 {
-    EXPECT_EQ(ReceiptViewController::simpleDateConversion(QStringLiteral("2026-11-22")), QStringLiteral("۱ آذر ۱۴۰۵"));
-    EXPECT_EQ(ReceiptViewController::simpleDateConversion(QStringLiteral("soon")), QString());
+    EXPECT_EQ(ReceiptViewController::simpleDateConversion(u"2026-11-22"_s), u"۱ آذر ۱۴۰۵"_s);
+    EXPECT_EQ(ReceiptViewController::simpleDateConversion(u"soon"_s), QString());
 }
 
 } // namespace

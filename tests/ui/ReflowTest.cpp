@@ -3,6 +3,9 @@
 #include "ui/components/Appearance.h"
 
 namespace kelpay {
+
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// The screens in a window that the person resizes, with texts of the usual and of twice the size.
@@ -47,9 +50,9 @@ protected:
 
 TEST_P(ReflowTest, paymentScreen)
 {
-    const QString card = QStringLiteral("cardNumberTextField");
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")}, {QStringLiteral("mn"), QString(30, u'ف')}});
-    presentPayment()->form()->setCardNumber(QStringLiteral("6037991234567893"));
+    const QString card = u"cardNumberTextField"_s;
+    storeToken({{u"ta"_s, u"NA"_s}, {u"mn"_s, QString(30, u'ف')}});
+    presentPayment()->form()->setCardNumber(u"6037991234567893"_s);
     for (const QSize size : sizes) {
         window()->resize(size);
         settle(50);
@@ -60,10 +63,10 @@ TEST_P(ReflowTest, paymentScreen)
         EXPECT_LE(place(card).width(), isKiosk(size) ? 690 : 460);
         for (const auto *name : {"payButton", "cancelButton", "verifyButton", "expirationDateTextField"})
             EXPECT_GE(place(QString::fromLatin1(name)).height(), isKiosk(size) ? 56 : 44) << name;
-        const QQuickItem *form = item(QStringLiteral("formArea"));
+        const QQuickItem *form = item(u"formArea"_s);
         if (GetParam() == 1 && size.width() >= 900 && size.width() > size.height()) {
             EXPECT_LE(form->property("contentHeight").toReal(), form->height());
-            EXPECT_GT(place(QStringLiteral("amountLabel")).left(), place(card).right()) << "what is paid stands beside";
+            EXPECT_GT(place(u"amountLabel"_s).left(), place(card).right()) << "what is paid stands beside";
         }
         EXPECT_LE(item(card)->property("contentWidth").toReal(), item(card)->width());
         for (const auto *name :
@@ -72,17 +75,16 @@ TEST_P(ReflowTest, paymentScreen)
             item(field)->forceActiveFocus();
             settle(20);
             EXPECT_TRUE(inside().contains(place(field))) << name;
-            EXPECT_GT(place(field).top(), place(QStringLiteral("cancelButton")).bottom()) << name;
-            EXPECT_LT(place(field).bottom(), place(QStringLiteral("payButton")).top()) << name;
+            EXPECT_GT(place(field).top(), place(u"cancelButton"_s).bottom()) << name;
+            EXPECT_LT(place(field).bottom(), place(u"payButton"_s).top()) << name;
         }
     }
 }
 
 TEST_P(ReflowTest, sheetsAndAlert)
 {
-    storeToken({{QStringLiteral("ta"), QStringLiteral("NA")},
-                {QStringLiteral("wb"), QStringLiteral("5400000")},
-                {QStringLiteral("pl"), QStringLiteral("11.n.603799******1234.0512;12.n.621986******1.;")}});
+    storeToken(
+        {{u"ta"_s, u"NA"_s}, {u"wb"_s, u"5400000"_s}, {u"pl"_s, u"11.n.603799******1234.0512;12.n.621986******1.;"_s}});
     PaymentViewController *screen = presentPayment();
     for (const QSize size : sizes) {
         window()->resize(size);
@@ -92,20 +94,20 @@ TEST_P(ReflowTest, sheetsAndAlert)
             EXPECT_TRUE(inside().contains(place(QString::fromLatin1(name)))) << name;
     }
     screen->walletAlert()->pressCancel();
-    item(QStringLiteral("cardNumberTextField"))->forceActiveFocus();
+    item(u"cardNumberTextField"_s)->forceActiveFocus();
     settle(20);
-    click(QStringLiteral("savedCardsButton"));
+    click(u"savedCardsButton"_s);
     for (const QSize size : sizes) {
         window()->resize(size);
         settle(50);
         SCOPED_TRACE(size.width());
         expectTextsWhole();
-        EXPECT_TRUE(inside().contains(place(QStringLiteral("keyboardButton"))));
-        EXPECT_TRUE(inside().contains(place(QStringLiteral("panRow0"))));
+        EXPECT_TRUE(inside().contains(place(u"keyboardButton"_s)));
+        EXPECT_TRUE(inside().contains(place(u"panRow0"_s)));
     }
-    click(QStringLiteral("keyboardButton"));
-    item(QStringLiteral("expirationDateTextField"))->forceActiveFocus();
-    QMetaObject::invokeMethod(item(QStringLiteral("expirationDateView")), "opened");
+    click(u"keyboardButton"_s);
+    item(u"expirationDateTextField"_s)->forceActiveFocus();
+    QMetaObject::invokeMethod(item(u"expirationDateView"_s), "opened");
     for (const QSize size : sizes) {
         window()->resize(size);
         settle(50);
@@ -117,13 +119,13 @@ TEST_P(ReflowTest, sheetsAndAlert)
 
 TEST_P(ReflowTest, receipt)
 {
-    storeToken({{QStringLiteral("mn"), QString(40, u'ف')}, {QStringLiteral("amn"), QStringLiteral("1250000000000")}});
+    storeToken({{u"mn"_s, QString(40, u'ف')}, {u"amn"_s, u"1250000000000"_s}});
     PaymentViewController *screen = presentPayment();
-    screen->form()->setCardNumber(QStringLiteral("6037991234567893"));
-    screen->form()->setPin(QStringLiteral("12345"));
+    screen->form()->setCardNumber(u"6037991234567893"_s);
+    screen->form()->setPin(u"12345"_s);
     screen->verifyPayment();
     storePaymentAnswer(paidAnswer());
-    answer(true, {}, QStringLiteral("0"));
+    answer(true, {}, u"0"_s);
     for (const QSize size : sizes) {
         window()->resize(size);
         settle(50);

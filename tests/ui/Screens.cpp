@@ -13,6 +13,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 ScreenTest::ScreenTest() : m_window(std::make_unique<QQuickWindow>())
 {
     m_window->setGeometry(0, 0, 375, 812);
@@ -20,8 +22,8 @@ ScreenTest::ScreenTest() : m_window(std::make_unique<QQuickWindow>())
     UserDefaults &defaults = UserDefaults::standard();
     for (const auto *key : {"tkn", "pym", "crn", "ard"})
         defaults.remove(QString::fromLatin1(key));
-    defaults.setString(QStringLiteral("pcc"), QStringLiteral("501"));
-    CoreKeychain().setString(QStringLiteral("1234"), QStringLiteral("mid"));
+    defaults.setString(u"pcc"_s, u"501"_s);
+    CoreKeychain().setString(u"1234"_s, u"mid"_s);
     HostProfile::shared().setPaymentStatusBlock([this](bool success, const QString &code, const QString &description,
                                                        const QString &reference, const QString &merchantReference) {
         const std::lock_guard lock(m_mutex);
@@ -39,38 +41,32 @@ ScreenTest::~ScreenTest()
 
 void ScreenTest::storeToken(const QJsonObject &changes)
 {
-    QJsonObject rd{
-        {QStringLiteral("amn"), QStringLiteral("1250000")}, {QStringLiteral("t"), QStringLiteral("tok")},
-        {QStringLiteral("ta"), QStringLiteral("T1")},       {QStringLiteral("tb"), QStringLiteral("T2")},
-        {QStringLiteral("rn"), QStringLiteral("R9")},       {QStringLiteral("mn"), QStringLiteral("فروشگاه")},
-        {QStringLiteral("ttl"), QStringLiteral("خرید")},    {QStringLiteral("wb"), QStringLiteral("NA")}};
+    QJsonObject rd{{u"amn"_s, u"1250000"_s}, {u"t"_s, u"tok"_s},      {u"ta"_s, u"T1"_s},    {u"tb"_s, u"T2"_s},
+                   {u"rn"_s, u"R9"_s},       {u"mn"_s, u"فروشگاه"_s}, {u"ttl"_s, u"خرید"_s}, {u"wb"_s, u"NA"_s}};
     for (auto change = changes.begin(); change != changes.end(); ++change)
         rd.insert(change.key(), change.value());
-    const QJsonObject token{{QStringLiteral("rc"), 0},
-                            {QStringLiteral("ard"), QJsonObject{{QStringLiteral("r"), QStringLiteral("77")}}},
-                            {QStringLiteral("rd"), rd}};
-    UserDefaults::standard().setData(QStringLiteral("tkn"), BaseClass::modelObject(token).archived());
+    const QJsonObject token{{u"rc"_s, 0}, {u"ard"_s, QJsonObject{{u"r"_s, u"77"_s}}}, {u"rd"_s, rd}};
+    UserDefaults::standard().setData(u"tkn"_s, BaseClass::modelObject(token).archived());
 }
 
 void ScreenTest::storePaymentAnswer(const QJsonObject &answer)
 {
-    UserDefaults::standard().setData(QStringLiteral("pym"), BaseClassp::modelObject(answer).archived());
+    UserDefaults::standard().setData(u"pym"_s, BaseClassp::modelObject(answer).archived());
 }
 
 QJsonObject ScreenTest::paidAnswer()
 {
-    return {{QStringLiteral("rc"), 0},
-            {QStringLiteral("ti"), 12},
-            {QStringLiteral("st"), QStringLiteral("2026-11-22 10:00:00")},
-            {QStringLiteral("rd"), QJsonObject{{QStringLiteral("urn"), QStringLiteral("U1")},
-                                               {QStringLiteral("mrn"), QStringLiteral("M1")}}}};
+    return {{u"rc"_s, 0},
+            {u"ti"_s, 12},
+            {u"st"_s, u"2026-11-22 10:00:00"_s},
+            {u"rd"_s, QJsonObject{{u"urn"_s, u"U1"_s}, {u"mrn"_s, u"M1"_s}}}};
 }
 
 PaymentViewController *ScreenTest::presentPayment(bool withWindow)
 {
     if (!withWindow)
         loseWindow();
-    auto scene = ViewUtils::returnStoryboard().instantiateViewController(QStringLiteral("PaymentView"));
+    auto scene = ViewUtils::returnStoryboard().instantiateViewController(u"PaymentView"_s);
     auto *screen =
         qobject_cast<PaymentViewController *>(static_cast<NavigationController &>(*scene).topViewController());
     screen->setPaymentSender(
@@ -88,7 +84,7 @@ void ScreenTest::answer(bool ok, const QString &message, const QString &code)
 {
     // As in life: on a thread of the network.
     Dispatch::transfer([=, block = m_block, of = attempt] {
-        of->asking(true, QStringLiteral("1234"));
+        of->asking(true, u"1234"_s);
         of->leave(true);
         of->answered(true, code, true);
         of->landed();

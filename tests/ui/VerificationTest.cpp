@@ -7,7 +7,10 @@
 #include <QTcpSocket>
 #include <QtWebView>
 
+using namespace Qt::StringLiterals;
+
 namespace kelpay {
+
 namespace {
 
 /// A merchant's site on the loopback interface, which notes what it is asked for and gives a cookie to everybody.
@@ -25,7 +28,7 @@ public:
 
     QString url(const QString &host, const QString &path) const
     {
-        return QStringLiteral("http://%1:%2/%3").arg(host).arg(serverPort()).arg(path);
+        return u"http://%1:%2/%3"_s.arg(host).arg(serverPort()).arg(path);
     }
     QByteArrayList requests(const QByteArray &path) const
     {
@@ -57,17 +60,17 @@ class VerificationTest : public ScreenTest
 protected:
     void openPage(const QString &path)
     {
-        storeToken({{QStringLiteral("vu"), site.url(QStringLiteral("127.0.0.1"), path)}});
+        storeToken({{u"vu"_s, site.url(u"127.0.0.1"_s, path)}});
         presentPayment();
-        click(QStringLiteral("verifyButton"));
-        EXPECT_FALSE(item(QStringLiteral("verificationFault")));
+        click(u"verifyButton"_s);
+        EXPECT_FALSE(item(u"verificationFault"_s));
         EXPECT_TRUE(waitFor([&] { return !site.requests(path.toLatin1()).isEmpty(); }, 20'000));
         settle(1000);
     }
     void closePage()
     {
-        click(QStringLiteral("backButton"));
-        click(QStringLiteral("cancelButton"));
+        click(u"backButton"_s);
+        click(u"cancelButton"_s);
         settle(600);
     }
 
@@ -76,11 +79,11 @@ protected:
 
 TEST_F(VerificationTest, dropsCookiesWhenThePageCloses)
 {
-    openPage(QStringLiteral("first"));
+    openPage(u"first"_s);
     // The browser keeps them while the page is open, or this test would show nothing.
     site.page = "<script>fetch('/within')</script>";
     closePage();
-    openPage(QStringLiteral("second"));
+    openPage(u"second"_s);
     ASSERT_TRUE(waitFor([&] { return !site.requests("within").isEmpty(); }));
     EXPECT_TRUE(site.requests("within")[0].contains("visitor=17"));
     EXPECT_FALSE(site.requests("second")[0].contains("visitor=17"));
@@ -90,11 +93,11 @@ TEST_F(VerificationTest, dropsCookiesWhenThePageCloses)
 TEST_F(VerificationTest, goesNowhereElse)
 {
     // Another name of this machine, but not one that stands for it.
-    const QString away = site.url(QStringLiteral("shop.localhost"), QStringLiteral("away"));
+    const QString away = site.url(u"shop.localhost"_s, u"away"_s);
     site.page = "<script>setTimeout(() => location.href = '" + away.toLatin1() + "', 3000)</script>";
-    openPage(QStringLiteral("start"));
-    EXPECT_TRUE(waitFor([this] { return item(QStringLiteral("verificationFault")) != nullptr; }, 10'000));
-    EXPECT_FALSE(item(QStringLiteral("verificationPage"))->property("item").value<QObject *>());
+    openPage(u"start"_s);
+    EXPECT_TRUE(waitFor([this] { return item(u"verificationFault"_s) != nullptr; }, 10'000));
+    EXPECT_FALSE(item(u"verificationPage"_s)->property("item").value<QObject *>());
     closePage();
 }
 
@@ -105,8 +108,8 @@ int main(int argc, char **argv)
 {
     QtWebView::initialize();
     QGuiApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("verification_test"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
+    QCoreApplication::setApplicationName(u"verification_test"_s);
+    QCoreApplication::setOrganizationDomain(u"test.kelpay.example"_s);
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -3,11 +3,13 @@
 #include <QGuiApplication>
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 int main(int argc, char **argv)
 {
     QGuiApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("ui_test"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
+    QCoreApplication::setApplicationName(u"ui_test"_s);
+    QCoreApplication::setOrganizationDomain(u"test.kelpay.example"_s);
     kelpay::loadFonts();
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

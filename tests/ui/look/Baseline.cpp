@@ -9,6 +9,8 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 double worstDifference(const QImage &expected, const QImage &seen)
 {
     if (expected.isNull() || expected.size() != seen.size())
@@ -48,7 +50,7 @@ QImage contactSheet(const QList<QImage> &images, const QStringList &names, int h
     sheet.fill(isDark ? QColor(0x3a, 0x3f, 0x4a) : QColor(0xc9, 0xce, 0xd8));
     QPainter painter(&sheet);
     painter.setPen(isDark ? Qt::white : Qt::black);
-    QFont font(QStringLiteral("IRANSansFaNum-Medium"));
+    QFont font(u"IRANSansFaNum-Medium"_s);
     font.setPixelSize(12);
     painter.setFont(font);
     for (int index = 0; index < images.size(); ++index) {

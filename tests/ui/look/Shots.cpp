@@ -4,16 +4,18 @@
 
 namespace kelpay {
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-const QString cardField = QStringLiteral("cardNumberTextField");
-const QString pinField = QStringLiteral("passwordTextField");
-const QString cvvField = QStringLiteral("cvvTwoTextField");
-const QString expiryField = QStringLiteral("expirationDateTextField");
-const QString card = QStringLiteral("6037991234567893");
-const QJsonObject fullForm{{QStringLiteral("ta"), QStringLiteral("NA")}};
-const QString cards = QStringLiteral("1.n.603799******7893.0402;2.d.621986******1046.;3.n.627412******5502.0511;"
-                                     "4.n.610433******2210.0106;5.n.589463******0038.9908;");
+const QString cardField = u"cardNumberTextField"_s;
+const QString pinField = u"passwordTextField"_s;
+const QString cvvField = u"cvvTwoTextField"_s;
+const QString expiryField = u"expirationDateTextField"_s;
+const QString card = u"6037991234567893"_s;
+const QJsonObject fullForm{{u"ta"_s, u"NA"_s}};
+const QString cards = u"1.n.603799******7893.0402;2.d.621986******1046.;3.n.627412******5502.0511;"
+                      u"4.n.610433******2210.0106;5.n.589463******0038.9908;"_s;
 
 } // namespace
 
@@ -59,10 +61,10 @@ QImage Shots::take(const State &state, QSize size, bool isDark)
 
 QImage Shots::draw()
 {
-    if (QQuickItem *time = item(QStringLiteral("timeLabel")))
-        time->setProperty("text", m_screen && m_screen->isLastMinute() ? QStringLiteral("0 دقیقه و 42 ثانیه")
-                                                                       : QStringLiteral("9 دقیقه و 41 ثانیه"));
-    if (QQuickItem *spinner = item(QStringLiteral("spinner"))) {
+    if (QQuickItem *time = item(u"timeLabel"_s))
+        time->setProperty("text",
+                          m_screen && m_screen->isLastMinute() ? u"0 دقیقه و 42 ثانیه"_s : u"9 دقیقه و 41 ثانیه"_s);
+    if (QQuickItem *spinner = item(u"spinner"_s)) {
         spinner->setProperty("turning", false);
         spinner->setProperty("step", 2);
     }
@@ -85,8 +87,8 @@ void Shots::full()
 
 void Shots::fill()
 {
-    for (const auto &[field, text] : {std::pair(cardField, card), std::pair(cvvField, QStringLiteral("739")),
-                                      std::pair(pinField, QStringLiteral("73912"))}) {
+    for (const auto &[field, text] :
+         {std::pair(cardField, card), std::pair(cvvField, u"739"_s), std::pair(pinField, u"73912"_s)}) {
         item(field)->forceActiveFocus();
         type(text);
     }
@@ -97,7 +99,7 @@ void Shots::filled()
 {
     full();
     fill();
-    item(QStringLiteral("payButton"))->forceActiveFocus();
+    item(u"payButton"_s)->forceActiveFocus();
 }
 
 void Shots::editing()
@@ -149,23 +151,23 @@ void Shots::expiry()
 
 void Shots::savedCards()
 {
-    storeToken({{QStringLiteral("pl"), cards}});
+    storeToken({{u"pl"_s, cards}});
     m_screen = presentPayment();
     item(cardField)->forceActiveFocus();
     settle(50);
-    click(QStringLiteral("savedCardsButton"));
+    click(u"savedCardsButton"_s);
     QTest::keyClick(window(), Qt::Key_Down);
 }
 
 void Shots::fixedCard()
 {
-    storeToken({{QStringLiteral("pl"), cards}, {QStringLiteral("ldc"), QStringLiteral("true")}});
+    storeToken({{u"pl"_s, cards}, {u"ldc"_s, u"true"_s}});
     m_screen = presentPayment();
 }
 
 void Shots::wallet()
 {
-    storeToken({{QStringLiteral("wb"), QStringLiteral("5400000")}});
+    storeToken({{u"wb"_s, u"5400000"_s}});
     m_screen = presentPayment();
 }
 
@@ -184,7 +186,7 @@ void Shots::lastMinute()
 
 void Shots::verification()
 {
-    storeToken({{QStringLiteral("vu"), QStringLiteral("ftp://shop.example/")}});
+    storeToken({{u"vu"_s, u"ftp://shop.example/"_s}});
     m_screen = presentPayment();
     m_screen->openVerifyURL();
     settle(50);
@@ -195,10 +197,10 @@ void Shots::receipt(const QJsonObject &token, const QJsonObject &answered, bool 
     storeToken(token);
     m_screen = presentPayment();
     m_screen->form()->setCardNumber(card);
-    m_screen->form()->setPin(QStringLiteral("73912"));
+    m_screen->form()->setPin(u"73912"_s);
     m_screen->verifyPayment();
     storePaymentAnswer(answered);
-    answer(ok, QStringLiteral("پیام"), QStringLiteral("51"));
+    answer(ok, u"پیام"_s, u"51"_s);
 }
 
 void Shots::paid()
@@ -208,20 +210,18 @@ void Shots::paid()
 
 void Shots::declined()
 {
-    receipt({}, {{QStringLiteral("rc"), 51}, {QStringLiteral("ds"), QStringLiteral("موجودی حساب کافی نیست.")}}, false);
+    receipt({}, {{u"rc"_s, 51}, {u"ds"_s, u"موجودی حساب کافی نیست."_s}}, false);
 }
 
 void Shots::longTexts()
 {
     QJsonObject answered = paidAnswer();
-    answered[QStringLiteral("rd")] =
-        QJsonObject{{QStringLiteral("urn"), QStringLiteral("140509011000000000004711")},
-                    {QStringLiteral("mrn"), QStringLiteral("MRN-2026-11-22-0000000000000042")}};
-    receipt({{QStringLiteral("mn"),
-              QStringLiteral(
-                  "فروشگاه زنجیره‌ای کالای خانه و آشپزخانه، شعبهٔ میدان "
-                  "ونک")},
-             {QStringLiteral("amn"), QStringLiteral("1250000000000")}},
+    answered[u"rd"_s] =
+        QJsonObject{{u"urn"_s, u"140509011000000000004711"_s}, {u"mrn"_s, u"MRN-2026-11-22-0000000000000042"_s}};
+    receipt({{u"mn"_s,
+              u"فروشگاه زنجیره‌ای کالای خانه و آشپزخانه، شعبهٔ میدان "
+              u"ونک"_s},
+             {u"amn"_s, u"1250000000000"_s}},
             answered, true);
 }
 

@@ -14,7 +14,10 @@
 
 #include <cstdio>
 
+using namespace Qt::StringLiterals;
+
 namespace kelpay {
+
 namespace {
 
 constexpr QSize sizes[] = {{320, 568}, {375, 812}, {768, 1024},  {1280, 800},
@@ -34,10 +37,9 @@ QList<Kept> kept(const QString &only)
 {
     QList<Kept> all;
     const auto keep = [&](const Shots::State &state, QSize size, bool isDark) {
-        const QString file = QStringLiteral("%1-%2-%3.png")
-                                 .arg(QString::fromLatin1(state.name))
+        const QString file = u"%1-%2-%3.png"_s.arg(QString::fromLatin1(state.name))
                                  .arg(size.width())
-                                 .arg(isDark ? QStringLiteral("dark") : QStringLiteral("light"));
+                                 .arg(isDark ? u"dark"_s : u"light"_s);
         if (file.contains(only))
             all.append({file, &state, size, isDark});
     };
@@ -61,9 +63,9 @@ QImage smaller(const QImage &image)
 
 int writeSheets(const QDir &folder, const QString &only, const QString &onlySize)
 {
-    folder.mkpath(QStringLiteral("."));
+    folder.mkpath(u"."_s);
     for (const QSize size : sizes) {
-        if (!QStringLiteral("%1x%2").arg(size.width()).arg(size.height()).contains(onlySize))
+        if (!u"%1x%2"_s.arg(size.width()).arg(size.height()).contains(onlySize))
             continue;
         for (const bool isDark : {false, true}) {
             QList<QImage> images;
@@ -76,9 +78,8 @@ int writeSheets(const QDir &folder, const QString &only, const QString &onlySize
                 names.append(name);
             }
             const int across = std::clamp(3000 / size.width(), 4, 8);
-            const QString file = folder.filePath(QStringLiteral("screens-%1x%2-%3.png")
-                                                     .arg(QString::number(size.width()), QString::number(size.height()),
-                                                          isDark ? QStringLiteral("dark") : QStringLiteral("light")));
+            const QString file = folder.filePath(u"screens-%1x%2-%3.png"_s.arg(
+                QString::number(size.width()), QString::number(size.height()), isDark ? u"dark"_s : u"light"_s));
             const int columns = std::min(across, static_cast<int>(images.size()));
             const int height = size.width() < 400 ? 420 : std::clamp(size.height() * 2 / 7, 230, 420);
             if (images.isEmpty() || !contactSheet(images, names, height, columns, isDark).save(file))
@@ -91,7 +92,7 @@ int writeSheets(const QDir &folder, const QString &only, const QString &onlySize
 
 int writeShots(const QDir &folder, const QString &only)
 {
-    folder.mkpath(QStringLiteral("."));
+    folder.mkpath(u"."_s);
     for (const Kept &shot : kept(only)) {
         if (!Shots::take(*shot.state, shot.size, shot.isDark).save(folder.filePath(shot.file)))
             return EXIT_FAILURE;
@@ -103,7 +104,7 @@ int update(const QDir &baseline, const QString &only)
 {
     if (only.isEmpty())
         QDir(baseline).removeRecursively();
-    baseline.mkpath(QStringLiteral("."));
+    baseline.mkpath(u"."_s);
     for (const Kept &shot : kept(only)) {
         if (!smaller(Shots::take(*shot.state, shot.size, shot.isDark)).save(baseline.filePath(shot.file)))
             return EXIT_FAILURE;
@@ -116,7 +117,7 @@ int compare(const QDir &baseline, const QString &only)
     // Another rounding of the same edges stays below; a field one pixel off is at 10 or more.
     constexpr double tolerance = 3;
     int differing = 0;
-    const QDir seen(QStringLiteral("look"));
+    const QDir seen(u"look"_s);
     QDir(seen).removeRecursively();
     for (const Kept &shot : kept(only)) {
         const QImage image = smaller(Shots::take(*shot.state, shot.size, shot.isDark));
@@ -124,7 +125,7 @@ int compare(const QDir &baseline, const QString &only)
         if (difference <= tolerance)
             continue;
         ++differing;
-        seen.mkpath(QStringLiteral("."));
+        seen.mkpath(u"."_s);
         image.save(seen.filePath(shot.file));
         std::printf("%s: differs by %.1f of 255 in one place; now %s, before %s\n", qPrintable(shot.file), difference,
                     qPrintable(seen.absoluteFilePath(shot.file)), qPrintable(baseline.filePath(shot.file)));
@@ -149,8 +150,8 @@ int main(int argc, char **argv)
          {"QT_SCALE_FACTOR", "QT_FONT_DPI", "QT_AUTO_SCREEN_SCALE_FACTOR", "QT_IM_MODULE", "QT_QPA_PLATFORMTHEME"})
         qunsetenv(name);
     QGuiApplication application(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("screens_look"));
-    QCoreApplication::setOrganizationDomain(QStringLiteral("test.kelpay.example"));
+    QCoreApplication::setApplicationName(u"screens_look"_s);
+    QCoreApplication::setOrganizationDomain(u"test.kelpay.example"_s);
     QGuiApplication::styleHints()->setCursorFlashTime(0);
     kelpay::loadFonts();
 
@@ -159,13 +160,13 @@ int main(int argc, char **argv)
         const qsizetype index = arguments.indexOf(name);
         return index > 0 ? arguments.value(index + 1) : QString();
     };
-    const QString only = option(QStringLiteral("--only"));
+    const QString only = option(u"--only"_s);
     const QDir baseline(QStringLiteral(KELPAY_LOOK_FOLDER "/baseline"));
-    if (const QString folder = option(QStringLiteral("--sheets")); !folder.isEmpty())
-        return kelpay::writeSheets(QDir(folder), only, option(QStringLiteral("--size")));
-    if (const QString folder = option(QStringLiteral("--shots")); !folder.isEmpty())
+    if (const QString folder = option(u"--sheets"_s); !folder.isEmpty())
+        return kelpay::writeSheets(QDir(folder), only, option(u"--size"_s));
+    if (const QString folder = option(u"--shots"_s); !folder.isEmpty())
         return kelpay::writeShots(QDir(folder), only);
-    if (arguments.contains(QStringLiteral("--update")))
+    if (arguments.contains(u"--update"_s))
         return kelpay::update(baseline, only);
     return kelpay::compare(baseline, only);
 }
