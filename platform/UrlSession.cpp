@@ -9,6 +9,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 
 namespace kelpay {
 
@@ -123,11 +124,21 @@ Headers headersFor(const Request &request)
     return {list, curl_slist_free_all};
 }
 
+/// Tried again the next time where it failed.
+bool isStarted()
+{
+    static std::mutex mutex;
+    static bool started = false;
+    const std::scoped_lock lock(mutex);
+    started = started || curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return started;
+}
+
 UrlResult perform(const Request &request)
 {
-    static const CURLcode initialised = curl_global_init(CURL_GLOBAL_DEFAULT);
-    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(curl_easy_init(), curl_easy_cleanup);
-    if (initialised != CURLE_OK || !handle)
+    const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(isStarted() ? curl_easy_init() : nullptr,
+                                                                     curl_easy_cleanup);
+    if (!handle)
         return TransportError{u"the HTTPS client can't be started"_s};
 
     const Headers headers = headersFor(request);

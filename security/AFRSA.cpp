@@ -40,15 +40,19 @@ AFRSA &AFRSA::sharedAFRSA()
 
 void AFRSA::makeFirstPair() const
 {
-    std::call_once(m_first, [this] {
-        if (const auto pair = KeyRef::generateRSA(1024))
-            setKeys(pair->publicKey.shared(), pair->privateKey.shared());
-    });
+    const std::scoped_lock lock(m_mutex);
+    if (m_hadFirst)
+        return;
+    if (const auto pair = KeyRef::generateRSA(1024)) {
+        setKeys(pair->publicKey.shared(), pair->privateKey.shared());
+        m_hadFirst = true;
+    }
 }
 
 void AFRSA::forgoFirstPair() const
 {
-    std::call_once(m_first, [] {});
+    const std::scoped_lock lock(m_mutex);
+    m_hadFirst = true;
 }
 
 void AFRSA::setKeys(Key publicKey, Key privateKey) const

@@ -69,7 +69,8 @@ private:
     void forgoFirstPair() const;
     void setKeys(Key publicKey, Key privateKey) const;
 
-    mutable std::once_flag m_first;
+    mutable std::mutex m_mutex;
+    mutable bool m_hadFirst = false;
     mutable std::atomic<Key> m_publicKey;
     mutable std::atomic<Key> m_privateKey;
     std::atomic<std::shared_ptr<const Imported>> m_imported;

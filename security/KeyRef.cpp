@@ -72,19 +72,20 @@ struct KeyRef::Shared
     // A copy of a context that is set up once: that takes a tenth of what an encryption takes.
     openssl::PkeyContext encryptionContext() const
     {
-        std::call_once(m_once, [this] {
+        const std::scoped_lock lock(m_mutex);
+        if (!m_encryption) {
             auto context = newContext();
             if (context && EVP_PKEY_encrypt_init(context.get()) > 0 &&
                 EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_NO_PADDING) > 0)
                 m_encryption = std::move(context);
-        });
+        }
         return openssl::PkeyContext(m_encryption ? EVP_PKEY_CTX_dup(m_encryption.get()) : nullptr);
     }
 
     openssl::Pkey key;
 
 private:
-    mutable std::once_flag m_once;
+    mutable std::mutex m_mutex;
     mutable openssl::PkeyContext m_encryption;
 };
 

@@ -15,31 +15,20 @@ namespace {
 enum Row : std::size_t { Aes128, Aes192, Aes256, Des, TripleDes, Cast, Rc4, Rc2, Blowfish, RowCount };
 enum Mode : std::size_t { Cbc, Ecb, ModeCount };
 
-constexpr std::array<std::array<const char *, ModeCount>, RowCount> cipherNames{{
-    {"AES-128-CBC", "AES-128-ECB"},
-    {"AES-192-CBC", "AES-192-ECB"},
-    {"AES-256-CBC", "AES-256-ECB"},
-    {"DES-CBC", "DES-ECB"},
-    {"DES-EDE3-CBC", "DES-EDE3-ECB"},
-    {"CAST5-CBC", "CAST5-ECB"},
-    {"RC4", "RC4"},
-    {"RC2-CBC", "RC2-ECB"},
-    {"BF-CBC", "BF-ECB"},
-}};
-
-// Fetching costs more than sealing; it is done once for the process. A missing cipher stays null.
 const EVP_CIPHER *fetched(Row row, Mode mode)
 {
-    using Table = std::array<std::array<EVP_CIPHER *, ModeCount>, RowCount>;
-    static const Table table = [] {
-        Table ciphers{};
-        for (std::size_t r = 0; r < RowCount; ++r) {
-            for (std::size_t m = 0; m < ModeCount; ++m)
-                ciphers[r][m] = EVP_CIPHER_fetch(openssl::libraryContext(), cipherNames[r][m], nullptr);
-        }
-        return ciphers;
-    }();
-    return table[row][mode];
+    static std::array<std::array<openssl::Cipher, ModeCount>, RowCount> ciphers{{
+        {"AES-128-CBC", "AES-128-ECB"},
+        {"AES-192-CBC", "AES-192-ECB"},
+        {"AES-256-CBC", "AES-256-ECB"},
+        {"DES-CBC", "DES-ECB"},
+        {"DES-EDE3-CBC", "DES-EDE3-ECB"},
+        {"CAST5-CBC", "CAST5-ECB"},
+        {"RC4", "RC4"},
+        {"RC2-CBC", "RC2-ECB"},
+        {"BF-CBC", "BF-ECB"},
+    }};
+    return ciphers[row][mode].get();
 }
 
 Row rowOf(unsigned algorithm, std::size_t keySize)
@@ -100,6 +89,7 @@ try {
     if (job.operation > CipherDecrypt || !isKeySize(job.algorithm, key.size()) ||
         (needsIv && iv && iv->size() < blockSize) || data.size() > std::numeric_limits<int>::max() - blockSize)
         return std::nullopt;
+    const openssl::ErrorScope errors;
     const EVP_CIPHER *cipher = fetched(rowOf(job.algorithm, key.size()), job.isECB ? Ecb : Cbc);
     if (!cipher) {
         errno = ENOSYS;

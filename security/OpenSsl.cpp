@@ -4,31 +4,74 @@
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
+#include <new>
 
 namespace kelpay::openssl {
+
+namespace {
+
+// Stands for the host's errors: what is above it came after the scope began.
+constexpr int scopeBegins = 1;
+
+void loadLegacy(OSSL_LIB_CTX *context, std::atomic<bool> &isWhole)
+{
+    const ErrorScope errors;
+    static std::atomic<bool> isSaid{false};
+    if (OSSL_PROVIDER_load(context, "legacy"))
+        isWhole = true;
+    else if (!isSaid.exchange(true))
+        qCWarning(logSecurity, "OpenSSL's legacy provider can't be loaded: certificate files encrypted with RC2, and "
+                               "the algorithms DES, CAST, RC4, RC2, Blowfish and MD4, are not available");
+}
+
+} // namespace
 
 OSSL_LIB_CTX *libraryContext()
 {
     // Never freed: threads may still use it while the process ends.
-    static OSSL_LIB_CTX *const context = [] {
+    static std::atomic<OSSL_LIB_CTX *> context{nullptr};
+    static std::atomic<bool> isWhole{false};
+    if (isWhole)
+        return context;
+    static std::mutex mutex;
+    const std::scoped_lock lock(mutex);
+    if (!context) {
         const ErrorScope errors;
-        OSSL_LIB_CTX *fresh = OSSL_LIB_CTX_new();
-        Q_CHECK_PTR(fresh);
-        if (!OSSL_PROVIDER_load(fresh, "default"))
-            qCCritical(logSecurity, "OpenSSL's default provider can't be loaded: nothing can be sealed or opened");
-        if (!OSSL_PROVIDER_load(fresh, "legacy"))
-            qCWarning(logSecurity,
-                      "OpenSSL's legacy provider can't be loaded: certificate files encrypted with RC2, and "
-                      "the algorithms DES, CAST, RC4, RC2, Blowfish and MD4, are not available");
-        return fresh;
-    }();
+        std::unique_ptr<OSSL_LIB_CTX, Free<OSSL_LIB_CTX_free>> fresh(OSSL_LIB_CTX_new());
+        if (!fresh || !OSSL_PROVIDER_load(fresh.get(), "default"))
+            throw std::bad_alloc();
+        context = fresh.release();
+    }
+    if (!isWhole)
+        loadLegacy(context, isWhole);
     return context;
+}
+
+const EVP_CIPHER *Cipher::get()
+{
+    if (const EVP_CIPHER *cipher = m_fetched)
+        return cipher;
+    EVP_CIPHER *const fresh = EVP_CIPHER_fetch(libraryContext(), m_name, nullptr);
+    EVP_CIPHER *former = nullptr;
+    if (!fresh || m_fetched.compare_exchange_strong(former, fresh))
+        return fresh;
+    EVP_CIPHER_free(fresh);
+    return former;
+}
+
+ErrorScope::ErrorScope()
+{
+    ERR_set_mark();
+    ERR_raise(ERR_LIB_USER, scopeBegins);
 }
 
 QByteArray ErrorScope::reason()
 {
     const int systemError = errno;
-    if (const char *text = ERR_reason_error_string(ERR_peek_last_error()))
+    const auto error = ERR_peek_last_error();
+    const bool isNone = ERR_GET_LIB(error) == ERR_LIB_USER;
+    if (const char *text = isNone ? nullptr : ERR_reason_error_string(error))
         return text;
     return std::strerror(systemError);
 }

@@ -17,6 +17,7 @@
 
 #include <QByteArray>
 
+#include <atomic>
 #include <memory>
 
 namespace kelpay::openssl {
@@ -44,22 +45,37 @@ using Verification = std::unique_ptr<X509_STORE_CTX, Free<X509_STORE_CTX_free>>;
 using Pkcs12 = std::unique_ptr<PKCS12, Free<PKCS12_free>>;
 
 /// The SDK's own library context, with the default and the legacy provider. The process's default context belongs to
-/// the host: loading a provider there could switch off the host's own. Lives as long as the process.
+/// the host: loading a provider there could switch off the host's own. Lives as long as the process; what couldn't be
+/// loaded is tried again the next time. Throws std::bad_alloc where there is no memory for it.
 OSSL_LIB_CTX *libraryContext();
 
-/// Leaves OpenSSL's error queue of this thread as it was found.
+/// Leaves OpenSSL's error queue of this thread as it was found: what lies there is the host's, and is not looked at.
 class ErrorScope
 {
 public:
-    ErrorScope() { ERR_set_mark(); }
+    ErrorScope();
     ~ErrorScope() { ERR_pop_to_mark(); }
     ErrorScope(const ErrorScope &) = delete;
     ErrorScope &operator=(const ErrorScope &) = delete;
 
-    /// What failed last, for a log line; never holds input.
+    /// What failed last within a scope, for a log line; never holds input.
     static QByteArray reason();
-    /// True when what failed last was `reason` of `library`.
+    /// True when what failed last within a scope was `reason` of `library`.
     static bool lastIs(int library, int reason);
+};
+
+/// A cipher of `libraryContext()`, kept for the process: fetching costs more than sealing. One that couldn't be had is
+/// asked for again.
+class Cipher
+{
+public:
+    constexpr Cipher(const char *name) : m_name(name) {}
+    /// Null for none.
+    const EVP_CIPHER *get();
+
+private:
+    const char *m_name;
+    std::atomic<EVP_CIPHER *> m_fetched{nullptr};
 };
 
 /// Makes `libraryContext()` this thread's default for as long as it lives: for calls that parse keys and certificates

@@ -2,6 +2,7 @@
 
 #include "platform/Log.h"
 #include "security/OpenSsl.h"
+#include "security/Pkcs12Rounds.h"
 #include "security/SecStatus.h"
 
 #include <algorithm>
@@ -105,6 +106,11 @@ try {
     const openssl::Pkcs12 parsed(d2i_PKCS12(nullptr, &in, static_cast<long>(file.size())));
     if (!parsed)
         return {SecStatus::Decode, std::nullopt};
+    if (!isOpenedSoon(parsed.get(), secret->view().data())) {
+        qCWarning(logSecurity,
+                  "a certificate file asks for too much work to be opened: save it anew with fewer iterations");
+        return {SecStatus::Decode, std::nullopt};
+    }
 
     EVP_PKEY *rawKey = nullptr;
     X509 *rawLeaf = nullptr;
@@ -154,6 +160,7 @@ bool Pkcs12Item::isTrusted(std::time_t moment) const
 
 Pkcs12Item::Period Pkcs12Item::unchangedAround(std::time_t moment) const
 {
+    const openssl::ErrorScope errors;
     Period period{std::numeric_limits<std::time_t>::min(), std::numeric_limits<std::time_t>::max()};
     for (const auto &certificate : m_chain) {
         for (const auto *boundary : {X509_get0_notBefore(certificate.get()), X509_get0_notAfter(certificate.get())}) {

@@ -24,7 +24,8 @@ bool fits(const Bytes &bytes)
 // A context that has taken key, nonce and associated data; null on failure.
 openssl::CipherContext begin(const Bytes &key, const std::uint8_t *nonce, const Bytes &context, int isEncryption)
 {
-    static const EVP_CIPHER *const cipher = EVP_CIPHER_fetch(openssl::libraryContext(), "AES-256-GCM", nullptr);
+    static openssl::Cipher gcmCipher("AES-256-GCM");
+    const EVP_CIPHER *const cipher = gcmCipher.get();
     openssl::CipherContext gcm(EVP_CIPHER_CTX_new());
     int length = 0;
     if (!cipher || !gcm || key.size() != keySize || !fits(context) ||

@@ -2,10 +2,13 @@
 #include "security/BlockCipher.h"
 #include "security/AFRSA.h"
 #include "security/OpenSsl.h"
+#include "security/Pkcs12Item.h"
 #include "security/Random.h"
 #include "security/toolbox/Hex.h"
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
 
 namespace kelpay {
 
@@ -125,6 +128,42 @@ TEST(BlockCipher, RefusesWhatItCantUse)
     EXPECT_FALSE(crypt(CipherAES, key, {}, 2, plain, true, false));
     EXPECT_FALSE(doBlockCipherWithAlgorithm(std::nullopt, CipherAES, key, {}, CipherEncrypt, true));
     EXPECT_FALSE(doBlockCipherWithAlgorithm(plain, CipherAES, std::nullopt, {}, CipherEncrypt, true));
+}
+
+TEST(OpenSsl, TheHostsErrorsAreNeitherReadNorCleared)
+{
+    ERR_clear_error();
+    ERR_raise(ERR_LIB_PKCS12, PKCS12_R_MAC_VERIFY_FAILURE);
+    const auto key = *generateSymmetricKeyForAlgorithm(CipherAES);
+    static QString said;
+    const auto former =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &text) { said += text; });
+    EXPECT_FALSE(crypt(CipherAES, key, {}, 2, Bytes(std::string(40, 'x')), true, false))
+        << "fails before OpenSSL is asked";
+    EXPECT_FALSE(crypt(CipherAES, key, {}, CipherDecrypt, Bytes(std::string(48, 'x')), true, false));
+    EXPECT_TRUE(crypt(CipherAES, key, {}, CipherEncrypt, key, true, false));
+    EXPECT_EQ(Pkcs12Item::import(Bytes(std::string_view("no file")), QString()).status, -26275);
+    qInstallMessageHandler(former);
+    EXPECT_FALSE(said.contains("mac verify"_L1)) << said.toStdString();
+    EXPECT_EQ(ERR_GET_REASON(ERR_get_error()), PKCS12_R_MAC_VERIFY_FAILURE);
+    EXPECT_EQ(ERR_get_error(), 0U);
+}
+
+TEST(OpenSslDeathTest, FailedFirstUseIsNotForEver)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a process of its own
+    const auto firstUse = [] {
+        const auto key = *generateSymmetricKeyForAlgorithm(CipherBlowfish);
+        return crypt(CipherBlowfish, key, {}, CipherEncrypt, key, true, false).has_value();
+    };
+    EXPECT_EXIT(
+        {
+            qputenv("OPENSSL_MODULES", "/nowhere");
+            const bool hadOne = firstUse();
+            qunsetenv("OPENSSL_MODULES");
+            ::_exit(!hadOne && firstUse() ? 42 : 43);
+        },
+        testing::ExitedWithCode(42), "");
 }
 
 TEST(Random, NeverAsksTheHostsMethod)

@@ -10,6 +10,7 @@
 
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 namespace kelpay {
 
@@ -176,6 +177,11 @@ TEST_F(FileKeychainTest, PlaceThatCantBeHadIsNotAvailable)
     ASSERT_EQ(::chmod(QFile::encodeName(key).constData(), 0640), 0);
     EXPECT_EQ(read(u"a"_s).status, SecStatus::NotAvailable);
     ASSERT_EQ(::chmod(QFile::encodeName(key).constData(), 0600), 0);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(QFile::encodeName(key).constData(), 65534, 65534), 0);
+        EXPECT_EQ(read(u"a"_s).status, SecStatus::NotAvailable);
+        ASSERT_EQ(::chown(QFile::encodeName(key).constData(), 0, 0), 0);
+    }
     ASSERT_TRUE(QFile::rename(key, folder.filePath(u"moved"_s)) && QFile::link(folder.filePath(u"moved"_s), key));
     EXPECT_EQ(store.update(match(u"a"_s), Bytes()), SecStatus::NotAvailable);
 }

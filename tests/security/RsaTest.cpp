@@ -144,7 +144,18 @@ TEST(Pkcs12Item, ImportsEachEncryption)
     EVP_CIPHER *cipher = EVP_CIPHER_fetch(nullptr, "AES-256-CBC", nullptr);
     EXPECT_NE(cipher, nullptr);
     EVP_CIPHER_free(cipher);
-    EXPECT_EQ(ERR_peek_error(), 0U);
+}
+
+TEST(Pkcs12Item, RefusesToCountForLong)
+{
+    using Rounds = IdentityRecipe::Rounds;
+    for (const auto of : {Rounds::Mac, Rounds::Safe, Rounds::Key, Rounds::HiddenKey}) {
+        QElapsedTimer timer;
+        timer.start();
+        EXPECT_EQ(Pkcs12Item::import(test::makeIdentity({.bits = 1024, .endless = of}), password).status, -26275);
+        EXPECT_LT(timer.elapsed(), 3000) << static_cast<int>(of);
+    }
+    EXPECT_TRUE(Pkcs12Item::import(test::makeIdentity({.bits = 1024, .rounds = 600'000}), password).item);
 }
 
 TEST(Pkcs12Item, TellsWhatIsMissing)

@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <limits>
+
 namespace kelpay::test {
 
 using namespace Qt::StringLiterals;
@@ -69,6 +71,49 @@ template <typename Object> Bytes der(const Object *object, int (*encode)(const O
     return bytes;
 }
 
+void makeEndless(X509_ALGOR *encryption)
+{
+    auto *scheme =
+        static_cast<PBE2PARAM *>(ASN1_TYPE_unpack_sequence(ASN1_ITEM_rptr(PBE2PARAM), encryption->parameter));
+    auto *derivation =
+        static_cast<PBKDF2PARAM *>(ASN1_TYPE_unpack_sequence(ASN1_ITEM_rptr(PBKDF2PARAM), scheme->keyfunc->parameter));
+    ASN1_INTEGER_set(derivation->iter, std::numeric_limits<int>::max());
+    ASN1_TYPE_pack_sequence(ASN1_ITEM_rptr(PBKDF2PARAM), derivation, &scheme->keyfunc->parameter);
+    ASN1_TYPE_pack_sequence(ASN1_ITEM_rptr(PBE2PARAM), scheme, &encryption->parameter);
+    PBKDF2PARAM_free(derivation);
+    PBE2PARAM_free(scheme);
+}
+
+// The first safe has the certificates, encrypted; the second the key.
+void makeEndless(PKCS12 *file, const IdentityRecipe &recipe)
+{
+    using Rounds = IdentityRecipe::Rounds;
+    STACK_OF(PKCS7) *safes = PKCS12_unpack_authsafes(file);
+    if (recipe.endless == Rounds::Safe)
+        makeEndless(sk_PKCS7_value(safes, 0)->d.encrypted->enc_data->algorithm);
+    if (recipe.endless == Rounds::Key || recipe.endless == Rounds::HiddenKey) {
+        PKCS7 *const former = sk_PKCS7_pop(safes);
+        STACK_OF(PKCS12_SAFEBAG) *bags = PKCS12_unpack_p7data(former);
+        X509_ALGOR *encryption = nullptr;
+        X509_SIG_getm(const_cast<X509_SIG *>(PKCS12_SAFEBAG_get0_pkcs8(sk_PKCS12_SAFEBAG_value(bags, 0))), &encryption,
+                      nullptr);
+        makeEndless(encryption);
+        sk_PKCS7_push(
+            safes, recipe.endless == Rounds::Key
+                       ? PKCS12_pack_p7data(bags)
+                       : PKCS12_pack_p7encdata(NID_aes_256_cbc, recipe.password.c_str(), -1, nullptr, 0, 2048, bags));
+        sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
+        PKCS7_free(former);
+    }
+    PKCS12_pack_authsafes(file, safes);
+    sk_PKCS7_pop_free(safes, PKCS7_free);
+    PKCS12_set_mac(file, recipe.password.c_str(), -1, nullptr, 0, 2048, nullptr);
+    const ASN1_INTEGER *ofMac = nullptr;
+    PKCS12_get0_mac(nullptr, nullptr, nullptr, &ofMac, file);
+    if (recipe.endless == Rounds::Mac)
+        ASN1_INTEGER_set(const_cast<ASN1_INTEGER *>(ofMac), std::numeric_limits<int>::max());
+}
+
 } // namespace
 
 Bytes makeIdentity(const IdentityRecipe &recipe)
@@ -95,10 +140,12 @@ Bytes makeIdentity(const IdentityRecipe &recipe)
     const Pkey stored = recipe.isKeyDamaged ? damaged(key.get()) : nullptr;
     EVP_PKEY *const keyInFile = stored ? stored.get() : recipe.hasKey ? key.get() : nullptr;
     const openssl::Pkcs12 file(PKCS12_create_ex(recipe.password.c_str(), "test", keyInFile, certificate.get(),
-                                                others.get(), keyCipher, certificateCipher, 2048, 2048, 0,
-                                                openssl::libraryContext(), nullptr));
+                                                others.get(), keyCipher, certificateCipher, recipe.rounds,
+                                                recipe.rounds, 0, openssl::libraryContext(), nullptr));
     if (!file)
         qFatal("a test identity can't be made");
+    if (recipe.endless != IdentityRecipe::Rounds::None)
+        makeEndless(file.get(), recipe);
     return der<PKCS12>(file.get(), i2d_PKCS12);
 }
 

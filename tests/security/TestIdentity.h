@@ -26,6 +26,10 @@ struct IdentityRecipe
     bool hasKey = true;
     /// The private exponent is another one.
     bool isKeyDamaged = false;
+    /// Of each derivation of a key from the password.
+    int rounds = 2048;
+    /// The derivation that asks for as many rounds as there are. A hidden key is encrypted once more with its safe.
+    enum class Rounds { None, Mac, Safe, Key, HiddenKey } endless = Rounds::None;
 };
 
 /// A PKCS#12 file.
