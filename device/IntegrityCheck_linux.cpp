@@ -5,6 +5,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <array>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -34,14 +35,18 @@ bool IntegrityCheck::hasDebugger()
 /// A process that nobody may trace can't read it.
 bool IntegrityCheck::hasPreloadedLibraries()
 {
-    const QList<QByteArray> environment = contents("/proc/self/environ").split('\0');
-    return !qEnvironmentVariableIsEmpty("LD_PRELOAD") || !qEnvironmentVariableIsEmpty("LD_AUDIT") ||
-           std::any_of(environment.begin(), environment.end(),
-                       [](const QByteArray &variable) {
-                           return (variable.startsWith("LD_PRELOAD=") || variable.startsWith("LD_AUDIT=")) &&
-                                  !variable.endsWith('=');
-                       }) ||
-           !contents("/etc/ld.so.preload").trimmed().isEmpty();
+    // Of the loader, of OpenSSL's providers and engines, of Qt's plugins and of QML's modules.
+    constexpr std::array names{"LD_PRELOAD",       "LD_AUDIT",        "LD_LIBRARY_PATH", "OPENSSL_MODULES",
+                               "OPENSSL_CONF",     "OPENSSL_ENGINES", "QT_PLUGIN_PATH",  "QT_QPA_PLATFORM_PLUGIN_PATH",
+                               "QML2_IMPORT_PATH", "QML_IMPORT_PATH"};
+    const QList<QByteArray> atStart = contents("/proc/self/environ").split('\0');
+    const auto isSet = [&](const char *name) {
+        return !qEnvironmentVariableIsEmpty(name) ||
+               std::any_of(atStart.begin(), atStart.end(), [&](const QByteArray &variable) {
+                   return variable.startsWith(QByteArray(name) + '=') && !variable.endsWith('=');
+               });
+    };
+    return std::any_of(names.begin(), names.end(), isSet) || !contents("/etc/ld.so.preload").trimmed().isEmpty();
 }
 
 bool IntegrityCheck::isTraceable()

@@ -42,6 +42,16 @@ TEST(IntegrityCheck, SeesWhoMayTrace)
     EXPECT_FALSE(foundInChild("traceable", [] { ::prctl(PR_SET_DUMPABLE, 0); }));
 }
 
+TEST(IntegrityCheck, SeesWhatLeadsToOtherCode)
+{
+    EXPECT_FALSE(found("preload"));
+    for (const char *name : {"LD_PRELOAD", "LD_LIBRARY_PATH", "OPENSSL_MODULES", "OPENSSL_CONF", "QT_PLUGIN_PATH",
+                             "QML2_IMPORT_PATH", "QML_IMPORT_PATH"}) {
+        EXPECT_TRUE(foundInChild("preload", [name] { qputenv(name, "/elsewhere"); })) << name;
+        EXPECT_FALSE(foundInChild("preload", [name] { qputenv(name, ""); })) << name;
+    }
+}
+
 TEST(IntegrityCheck, SeesRoot)
 {
     EXPECT_EQ(found("root"), ::geteuid() == 0);
