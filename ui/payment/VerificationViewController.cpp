@@ -19,10 +19,25 @@ bool VerificationViewController::canLoad() const
 
 void VerificationViewController::follow(const QUrl &address)
 {
+    setHost({});
     if (m_isAstray || isAllowed(address))
         return;
     m_isAstray = true;
     Q_EMIT canLoadChanged();
+}
+
+void VerificationViewController::arrive(const QUrl &address)
+{
+    if (!m_isAstray && isAllowed(address))
+        setHost(address.host(QUrl::EncodeUnicode));
+}
+
+void VerificationViewController::setHost(const QString &host)
+{
+    if (m_host == host)
+        return;
+    m_host = host;
+    Q_EMIT hostChanged();
 }
 
 bool VerificationViewController::isAllowed(const QUrl &address)

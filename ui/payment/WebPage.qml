@@ -15,6 +15,8 @@ WebView {
     onLoadingChanged: request => {
         if (request.status === WebView.LoadStartedStatus && request.url.toString() !== "")
             controller.follow(request.url);
+        else if (request.status === WebView.LoadSucceededStatus)
+            controller.arrive(request.url);
     }
 
     Spinner {
