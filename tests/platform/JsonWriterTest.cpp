@@ -1,4 +1,5 @@
 #include "platform/JsonWriter.h"
+#include "platform/Json.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +11,17 @@
 namespace kelpay {
 
 using namespace Qt::StringLiterals;
+
+TEST(Json, IsReadAsDeepAsAnAnswerGoes)
+{
+    const auto nested = [](int depth, const char *inner) {
+        return QByteArray(depth - 1, '[') + "[\"" + QByteArray(inner).repeated(40) + "\"]" + QByteArray(depth - 1, ']');
+    };
+    for (const char *inner : {"x", "[", "\\\"[", "]"}) {
+        EXPECT_FALSE(readJson(nested(32, inner)).isNull()) << inner;
+        EXPECT_TRUE(readJson(nested(33, inner)).isNull()) << inner;
+    }
+}
 
 TEST(JsonWriter, WritesWhatTheReaderReads)
 {
