@@ -1,7 +1,21 @@
 #include <KelPay/KelPaySandbox.h>
 
 #include "device/IntegrityCheck.h"
+#include "platform/Log.h"
 #include "platform/Ticker.h"
+
+#include <QCoreApplication>
+
+namespace kelpay {
+
+static void sayWhatThisIs()
+{
+    qCWarning(logPlatform,
+              "this is a sandbox build of KelPay: it pays against kelpay-sandbox and obeys KELPAY_* variables");
+}
+Q_COREAPP_STARTUP_FUNCTION(sayWhatThisIs)
+
+} // namespace kelpay
 
 namespace kelpay::sandbox {
 

@@ -71,10 +71,10 @@ class Device(PaymentTest):
 
     def test_finds_a_tampered_library(self):
         """One bit of a text, one of the seal itself; what an installer does is no tampering."""
-        built = f"{OPTIONS.bin}/libkelpay.so.1"
+        built = f"{OPTIONS.bin}/libkelpay-sandbox.so.1"
         image = Path(built).read_bytes()
         with tempfile.TemporaryDirectory() as folder:
-            seal, library = Path(folder, "seal"), Path(folder, "libkelpay.so.1")
+            seal, library = Path(folder, "seal"), Path(folder, "libkelpay-sandbox.so.1")
             subprocess.run(["objcopy", "--dump-section", f"kelpay_seal={seal}", built, library], check=True)
             self.assertNotIn("tampered", self.findings())
             for place in ("شماره کارت وارد شده صحیح نمیباشد".encode("utf-16-le"), seal.read_bytes()):

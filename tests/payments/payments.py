@@ -268,7 +268,7 @@ class Unported(PaymentTest):
         self.assertNotEqual(about["uuid"], stranger["request"]["di"])
 
     def test_needs_no_bus(self):
-        needed = subprocess.check_output(["readelf", "--dynamic", f"{OPTIONS.bin}/libkelpay.so"], text=True)
+        needed = subprocess.check_output(["readelf", "--dynamic", f"{OPTIONS.bin}/libkelpay-sandbox.so"], text=True)
         self.assertIn("libQt6Core", needed)
         self.assertNotIn("DBus", needed)
 

@@ -54,11 +54,12 @@ FocusScope {
 
         Text {
             textFormat: Text.PlainText
-            // In the middle, or as near to it as the button at the start, which is at the right, lets it.
-            readonly property real room: (barButton.visible ? barButton.x : bar.width) - 2 * Theme.spacing
+            // In the middle, or as near to it as the button at the start, which is at the right, and the corner let it.
+            readonly property real end: corner.width > 0 ? corner.width + Theme.spacing : 0
+            readonly property real room: (barButton.visible ? barButton.x : bar.width) - end - 2 * Theme.spacing
 
             anchors.verticalCenter: parent.verticalCenter
-            x: Math.min((bar.width - width) / 2, room + Theme.spacing - width)
+            x: Math.max(end + Theme.spacing, Math.min((bar.width - width) / 2, end + room + Theme.spacing - width))
             width: Math.min(implicitWidth, room)
             text: navigation.controller.topViewController.title
             color: Theme.brandBlue
@@ -69,6 +70,14 @@ FocusScope {
             Accessible.name: text
         }
 
+        BarCorner {
+            id: corner
+            anchors {
+                right: parent.right
+                rightMargin: Theme.spacing
+                verticalCenter: parent.verticalCenter
+            }
+        }
         TextButton {
             id: barButton
             anchors.left: parent.left

@@ -1,0 +1,4 @@
+import QtQuick
+
+/// What stands at the end of the title bar: nothing.
+Item {}
