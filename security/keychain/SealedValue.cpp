@@ -11,7 +11,7 @@ namespace kelpay {
 namespace {
 
 constexpr std::uint8_t version = 1;
-constexpr std::size_t keySize = 32;
+constexpr std::size_t sealingKeySize = 32;
 constexpr std::size_t nonceSize = 12;
 constexpr std::size_t tagSize = 16;
 constexpr std::size_t overhead = 1 + nonceSize + tagSize;
@@ -28,7 +28,7 @@ openssl::CipherContext begin(const Bytes &key, const std::uint8_t *nonce, const 
     const EVP_CIPHER *const cipher = gcmCipher.get();
     openssl::CipherContext gcm(EVP_CIPHER_CTX_new());
     int length = 0;
-    if (!cipher || !gcm || key.size() != keySize || !fits(context) ||
+    if (!cipher || !gcm || key.size() != sealingKeySize || !fits(context) ||
         EVP_CipherInit_ex2(gcm.get(), cipher, key.data(), nonce, isEncryption, nullptr) <= 0 ||
         EVP_CipherUpdate(gcm.get(), nullptr, &length, context.data(), static_cast<int>(context.size())) <= 0)
         return nullptr;
