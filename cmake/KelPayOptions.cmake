@@ -94,12 +94,19 @@ target_compile_definitions(kelpay_build INTERFACE QT_NO_KEYWORDS QT_NO_CAST_FROM
 # Where several sources are one unit, one's names shadow another's.
 add_library(kelpay_unit INTERFACE)
 target_compile_options(kelpay_unit INTERFACE -Wno-shadow)
+# The same sources give the same file, wherever they lie.
+if(NOT KELPAY_SANDBOX)
+    add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=build)
+endif()
 # What ships makes a fault in memory harder to use. FORTIFY needs an optimised build.
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux" AND NOT KELPAY_SANDBOX)
     include(CheckCXXCompilerFlag)
     check_cxx_compiler_flag(-fcf-protection KELPAY_HAS_CET)
     add_compile_options(-fstack-protector-strong $<$<BOOL:${KELPAY_HAS_CET}>:-fcf-protection>
-                        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+                        $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>
+                        -ffunction-sections -fdata-sections)
+    # What only a sandbox build calls is not there.
+    add_link_options(LINKER:--gc-sections)
 endif()
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
     add_link_options(LINKER:-z,relro LINKER:-z,now LINKER:-z,noexecstack)
