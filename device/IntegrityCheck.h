@@ -12,9 +12,9 @@ class IntegrityCheck
 {
 public:
     /// The findings, separated by ",", in this order; "" when nothing is found:
-    /// "debugger" traces the process; "preload": the environment says to load more code than the program asks for, or from
-    /// elsewhere: the loader, OpenSSL or Qt; "traceable": any process of this user may attach; "root" runs it; "tampered": the library is not the one that
-    /// was built; "emulator": see isSimulator.
+    /// "debugger" traces the process; "preload": the environment says to load more code than the program asks for, or
+    /// from elsewhere: the loader, OpenSSL or Qt; "traceable": any process of this user may attach; "root" runs it;
+    /// "tampered": the library is not the one that was built; "emulator": see isSimulator.
     static QString verdict();
     /// True in a device emulator. A virtual machine, a container or a build machine is none: kiosks run there.
     static bool isSimulator();

@@ -1,5 +1,7 @@
 #include "security/Pkcs12Rounds.h"
 
+#include "security/OpenSsl.h"
+
 #include <cstdint>
 
 namespace kelpay {
