@@ -134,8 +134,8 @@ TEST(Cards, SavedCards)
     }
     static int said = 0;
     const auto former = qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) { ++said; });
-    EXPECT_EQ(SavedCard::fromList(QStringLiteral("1.n.6***1.0101;").repeated(5000)).size(), 100U);
-    SavedCard::fromList(QStringLiteral("broken;").repeated(5000));
+    EXPECT_EQ(SavedCard::fromList(u"1.n.6***1.0101;"_s.repeated(5000)).size(), 100U);
+    SavedCard::fromList(u"broken;"_s.repeated(5000));
     qInstallMessageHandler(former);
     EXPECT_LE(said, 2) << "a line for each kind of damage, however much of it there is";
 }
