@@ -8,10 +8,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QString setting(const char *compiledIn, [[maybe_unused]] const char *variable)
+enum class Variable { ServiceHost, IpEcho, Resources };
+
+// The names stand where a release has no code, so that it doesn't hold them at any level of optimisation.
+QString setting(const char *compiledIn, [[maybe_unused]] Variable variable)
 {
     if constexpr (config::sandbox) {
-        if (QString value = qEnvironmentVariable(variable); !value.isEmpty())
+        const char *const name = variable == Variable::ServiceHost ? "KELPAY_SERVICE_HOST"
+                                 : variable == Variable::IpEcho    ? "KELPAY_IP_ECHO"
+                                                                   : "KELPAY_RESOURCES";
+        if (QString value = qEnvironmentVariable(name); !value.isEmpty())
             return value;
     }
     return QString::fromUtf8(compiledIn);
@@ -21,7 +27,7 @@ QString setting(const char *compiledIn, [[maybe_unused]] const char *variable)
 
 QString Deployment::serviceHost()
 {
-    return setting(config::serviceHost, "KELPAY_SERVICE_HOST");
+    return setting(config::serviceHost, Variable::ServiceHost);
 }
 
 QUrl Deployment::serviceUrl(const QString &path)
@@ -36,7 +42,7 @@ QUrl Deployment::serviceUrl(const QString &path)
 
 QUrl Deployment::ipEchoUrl()
 {
-    return QUrl(setting(config::ipEcho, "KELPAY_IP_ECHO"));
+    return QUrl(setting(config::ipEcho, Variable::IpEcho));
 }
 
 QString Deployment::reachabilityHost()
@@ -51,7 +57,7 @@ QStringList Deployment::expiryYears()
 
 QString Deployment::resourcesOverlay()
 {
-    return setting("", "KELPAY_RESOURCES");
+    return setting("", Variable::Resources);
 }
 
 bool Deployment::isSandbox() noexcept
