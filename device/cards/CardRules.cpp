@@ -24,7 +24,9 @@ template <class List> auto fieldAt(const List &fields, qsizetype index)
 /// Whether the card begins with what stands in the entry before the first ";". An empty prefix is none.
 bool hasPrefixOf(QStringView entry, QStringView cardNumber)
 {
-    const auto [stop, digit] = std::mismatch(entry.begin(), entry.end(), cardNumber.begin(), cardNumber.end());
+    // A card's number may be any text, so a ";" ends the prefix also where the card has one.
+    const auto goesOn = [](QChar a, QChar b) { return a == b && a != u';'; };
+    const auto [stop, digit] = std::mismatch(entry.begin(), entry.end(), cardNumber.begin(), cardNumber.end(), goesOn);
     return stop != entry.begin() && (stop == entry.end() || *stop == u';');
 }
 

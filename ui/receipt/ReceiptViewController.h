@@ -47,6 +47,8 @@ public:
         QString name;
         QString value;
     };
+    /// The six lines of a success.
+    static std::vector<Line> linesOf(const PaymentData &data);
 
     explicit ReceiptViewController(const ReceiptInput &input, QObject *parent = nullptr);
     /// Tells the host the outcome, unless it was told: also when the window goes, or the application ends.
@@ -79,7 +81,6 @@ private:
     void loadPaymentData();
     void show(const PaymentData &data);
     void deliver();
-    static std::vector<Line> linesOf(const PaymentData &data);
 
     const ReceiptInput m_input;
     QPointer<NavigationController> m_paymentScreen;
