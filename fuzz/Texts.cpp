@@ -7,8 +7,7 @@
 #include "security/Base64.h"
 #include "security/toolbox/Hex.h"
 
-#include <cerrno>
-#include <cmath>
+#include <cstdlib>
 
 namespace kelpay::fuzz {
 
@@ -93,10 +92,8 @@ void numbers(const QByteArray &input)
     require(doubleValue(text) == plain, "a number as C reads it");
     const bool isHeld = plain >= -0x1p63 && plain < 0x1p63;
     require(resultCode(text) == (isHeld ? static_cast<qint32>(static_cast<qint64>(plain)) : -1), "a result code");
-    errno = 0;
     // C takes a text that goes on after a zero byte, or in another script, to its first such character.
-    require(integerValue(text) == std::strtoll(text.trimmed().toLatin1().constData(), nullptr, 10) ||
-                (errno == ERANGE && integerValue(text) == -std::numeric_limits<qint64>::max()),
+    require(integerValue(text) == std::strtoll(text.trimmed().toLatin1().constData(), nullptr, 10),
             "an integer as C reads it");
 }
 

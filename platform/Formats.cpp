@@ -95,16 +95,19 @@ qint64 integerValue(const QString &text)
     const QString trimmed = text.trimmed();
     const bool negative = trimmed.startsWith(u'-');
     qsizetype position = negative || trimmed.startsWith(u'+') ? 1 : 0;
-    constexpr qint64 limit = std::numeric_limits<qint64>::max();
+    // Counted below zero, where there is one more.
+    constexpr qint64 lowest = std::numeric_limits<qint64>::min();
     qint64 value = 0;
     for (; position < trimmed.size(); ++position) {
         const char16_t c = trimmed[position].unicode();
         if (c < u'0' || c > u'9')
             break;
         const int digit = c - u'0';
-        value = value > (limit - digit) / 10 ? limit : value * 10 + digit;
+        value = value < (lowest + digit) / 10 ? lowest : value * 10 - digit;
     }
-    return negative ? -value : value;
+    if (negative)
+        return value;
+    return value == lowest ? std::numeric_limits<qint64>::max() : -value;
 }
 
 } // namespace kelpay
