@@ -1,9 +1,11 @@
 #include "HostProfile.h"
 
 #include "platform/Dispatch.h"
+#include "platform/Log.h"
 
 #include <chrono>
 #include <condition_variable>
+#include <new>
 
 namespace kelpay {
 
@@ -125,12 +127,15 @@ void HostProfile::addObserver(QObject *context, Observer observer)
 }
 
 void HostProfile::tell(const PaymentEvent &event)
-{
+try {
     {
         const std::scoped_lock lock(m_mutex);
         m_events.push_back(event);
     }
     Dispatch::main([this] { tellPending(); });
+} catch (const std::bad_alloc &) {
+    // Who only looks on must not stop a payment on its way.
+    qCWarning(logDevice, "an event is told late or not at all: memory ran out");
 }
 
 void HostProfile::tellPending()

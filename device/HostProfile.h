@@ -42,7 +42,7 @@ public:
     void setObserver(Observer observer);
     /// One more, as long as `context` lives. Main queue.
     void addObserver(QObject *context, Observer observer);
-    /// Calls the observers, from the main queue.
+    /// Calls the observers, from the main queue. Throws nothing: where memory is short they miss it.
     void tell(const PaymentEvent &event);
     /// The status block as it is now, to be called later. The call gives false where there is none, or nobody may be
     /// called any more.

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <link.h>
 #include <span>
-#include <vector>
 
 namespace kelpay {
 
@@ -18,30 +17,28 @@ namespace {
 
 struct Library
 {
-    std::vector<QByteArrayView> sealed;
+    ElfW(Addr) begin = 0;
+    std::span<const ElfW(Phdr)> segments;
     bool isShared = false;
 };
 
-/// Finds every read-only segment but the first: an installer may rewrite the names that lie there. Only finds them,
-/// because the loader holds its lock meanwhile.
+/// Only finds the library, and throws nothing, because the loader holds its lock meanwhile.
 int visit(dl_phdr_info *object, std::size_t, void *result)
 {
     const std::span segments(object->dlpi_phdr, object->dlpi_phnum);
-    const auto begin = [&](const auto &segment) { return object->dlpi_addr + segment.p_vaddr; };
-    const auto own = reinterpret_cast<ElfW(Addr)>(&seal);
-    const bool isOurs = std::any_of(segments.begin(), segments.end(), [&](const auto &segment) {
-        return segment.p_type == PT_LOAD && own >= begin(segment) && own < begin(segment) + segment.p_memsz;
+    const auto own = reinterpret_cast<ElfW(Addr)>(&seal) - object->dlpi_addr;
+    const bool isOurs = std::any_of(segments.begin(), segments.end(), [own](const auto &segment) {
+        return segment.p_type == PT_LOAD && own >= segment.p_vaddr && own - segment.p_vaddr < segment.p_memsz;
     });
-    if (!isOurs)
-        return 0;
-    auto &library = *static_cast<Library *>(result);
-    library.isShared = object->dlpi_name && *object->dlpi_name;
-    for (const auto &segment : segments) {
-        if (segment.p_type == PT_LOAD && (segment.p_flags & (PF_R | PF_W)) == PF_R && segment.p_offset != 0)
-            library.sealed.emplace_back(reinterpret_cast<const char *>(begin(segment)),
-                                        static_cast<qsizetype>(segment.p_filesz));
-    }
-    return 1;
+    if (isOurs)
+        *static_cast<Library *>(result) = {object->dlpi_addr, segments, object->dlpi_name && *object->dlpi_name};
+    return isOurs ? 1 : 0;
+}
+
+/// Every read-only segment but the first: an installer may rewrite the names that lie there.
+bool isSealed(const ElfW(Phdr) & segment)
+{
+    return segment.p_type == PT_LOAD && (segment.p_flags & (PF_R | PF_W)) == PF_R && segment.p_offset != 0;
 }
 
 } // namespace
@@ -53,8 +50,11 @@ bool LibrarySeal::isBroken()
     if (!library.isShared)
         return false;
     QCryptographicHash hash(QCryptographicHash::Sha256);
-    for (const QByteArrayView segment : library.sealed)
-        hash.addData(segment);
+    for (const auto &segment : library.segments) {
+        if (isSealed(segment))
+            hash.addData(QByteArrayView(reinterpret_cast<const char *>(library.begin + segment.p_vaddr),
+                                        static_cast<qsizetype>(segment.p_filesz)));
+    }
     const QByteArray actual = hash.result();
     return !std::equal(actual.begin(), actual.end(), std::begin(seal), std::end(seal),
                        [](char now, unsigned char built) { return static_cast<unsigned char>(now) == built; });

@@ -5,12 +5,19 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
-#include <QThreadPool>
 #include <QTimer>
 
 #include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <thread>
 
 namespace kelpay {
+
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -18,23 +25,95 @@ std::atomic<bool> shuttingDown{false};
 /// Receives what somebody waits for; null where nobody runs it any more.
 std::atomic<QObject *> courier{nullptr};
 
-/// Idle threads leave after a while, so an SDK at rest costs the host nothing.
-struct Pools
+/// A task that throws ends there. Above it is only what exceptions must not cross: Qt's loop, or a thread's start.
+Dispatch::Task contained(Dispatch::Task task)
 {
-    QThreadPool global;
-    QThreadPool transfers;
-
-    Pools()
-    {
-        for (QThreadPool *pool : {&global, &transfers}) {
-            pool->setMaxThreadCount(8);
-            pool->setExpiryTimeout(30'000);
+    return [task = std::move(task)] {
+        try {
+            task();
+        } catch (...) {
+            try {
+                qCWarning(logPlatform, "a task threw and was left as it was; if memory is short, that is why");
+            } catch (...) { // NOLINT(bugprone-empty-catch): not even memory for a line
+            }
         }
-        global.setThreadPriority(QThread::HighPriority);
+    };
+}
+
+/// Threads that are made when tasks come, eight at most, and leave when none came for a while: an SDK at rest costs the
+/// host nothing. Unlike Qt's pool it says so when a thread can't be had, where Qt's loses the task.
+class Pool
+{
+public:
+    /// Throws where nobody could run `task`.
+    void start(Dispatch::Task task)
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_tasks.push_back(contained(std::move(task)));
+        if (m_idle >= m_tasks.size())
+            m_wake.notify_one();
+        else if (m_threads < most)
+            addThread();
     }
+    bool waitForDone(std::chrono::milliseconds longest)
+    {
+        std::unique_lock lock(m_mutex);
+        return m_done.wait_for(lock, longest, [this] { return m_tasks.empty() && m_running == 0; });
+    }
+
+private:
+    static constexpr std::size_t most = 8;
+
+    void addThread()
+    try {
+        std::thread([this] { run(); }).detach();
+        ++m_threads;
+    } catch (...) {
+        // Those that are there come to it.
+        if (m_threads > 0)
+            return;
+        m_tasks.pop_back();
+        throw;
+    }
+
+    void run()
+    {
+        std::unique_lock lock(m_mutex);
+        for (;;) {
+            ++m_idle;
+            const bool hasTask = m_wake.wait_for(lock, 30s, [this] { return !m_tasks.empty(); });
+            --m_idle;
+            if (!hasTask)
+                break;
+            Dispatch::Task task = std::move(m_tasks.front());
+            m_tasks.pop_front();
+            ++m_running;
+            lock.unlock();
+            task();
+            task = nullptr;
+            lock.lock();
+            if (--m_running == 0 && m_tasks.empty())
+                m_done.notify_all();
+        }
+        --m_threads;
+    }
+
+    std::mutex m_mutex; // over what follows
+    std::condition_variable m_wake;
+    std::condition_variable m_done;
+    std::deque<Dispatch::Task> m_tasks;
+    std::size_t m_threads = 0;
+    std::size_t m_idle = 0;
+    std::size_t m_running = 0;
 };
 
-/// Never destroyed: the pool's destructor would wait without limit for a stalled transfer. The application's end waits
+struct Pools
+{
+    Pool global;
+    Pool transfers;
+};
+
+/// Never destroyed: its end would wait without limit for a stalled transfer. The application's end waits
 /// for it, within bounds, instead.
 Pools &pools()
 {
@@ -42,18 +121,66 @@ Pools &pools()
     return *instance;
 }
 
+/// What is queued for the main queue. Qt is only asked to wake it, for which it gets an event without content.
+class MainQueue : public QObject
+{
+public:
+    using QObject::QObject;
+
+    /// Throws, and has not queued it, where memory is short.
+    static void add(Dispatch::Task task)
+    {
+        auto wake = std::make_unique<QEvent>(QEvent::User);
+        const std::scoped_lock lock(mutex);
+        tasks.push_back(contained(std::move(task)));
+        try {
+            QCoreApplication::postEvent(instance, wake.release());
+        } catch (...) {
+            tasks.pop_back();
+            throw;
+        }
+    }
+    static void clear()
+    {
+        std::list<Dispatch::Task> dropped; // ended outside the lock
+        const std::scoped_lock lock(mutex);
+        dropped.swap(tasks);
+    }
+    void customEvent(QEvent *) override
+    {
+        Dispatch::Task task;
+        {
+            const std::scoped_lock lock(mutex);
+            if (tasks.empty())
+                return;
+            task = std::move(tasks.front());
+            tasks.pop_front();
+        }
+        task();
+    }
+
+    static inline std::atomic<MainQueue *> instance = nullptr;
+
+private:
+    static inline std::mutex mutex;
+    static inline std::list<Dispatch::Task> tasks; // under the mutex
+};
+
 void finishTasks()
 {
     shuttingDown = true;
     QCoreApplication::removePostedEvents(courier.exchange(nullptr)); // who waits goes on
-    pools().global.waitForDone(2'000);
-    pools().transfers.waitForDone(2'000);
+    pools().global.waitForDone(2s);
+    pools().transfers.waitForDone(2s);
+    MainQueue::instance = nullptr;
+    MainQueue::clear();
 }
 
 void beginTasks()
 {
     shuttingDown = false;
     courier = new QObject(QCoreApplication::instance());
+    MainQueue::instance = new MainQueue(QCoreApplication::instance());
     qAddPostRoutine(finishTasks);
 }
 
@@ -63,17 +190,16 @@ Q_COREAPP_STARTUP_FUNCTION(beginTasks)
 
 void Dispatch::main(Task task)
 {
-    auto *application = QCoreApplication::instance();
-    if (!application) {
+    if (!MainQueue::instance) {
         qCWarning(logPlatform, "a task for the main queue was dropped: create a QCoreApplication first");
         return;
     }
-    QMetaObject::invokeMethod(application, std::move(task), Qt::QueuedConnection);
+    MainQueue::add(std::move(task));
 }
 
 void Dispatch::mainAfter(std::chrono::milliseconds delay, Task task)
 {
-    main([delay, task = std::move(task)] { QTimer::singleShot(delay, QCoreApplication::instance(), task); });
+    main([delay, task = contained(std::move(task))] { QTimer::singleShot(delay, QCoreApplication::instance(), task); });
 }
 
 void Dispatch::mainAndWait(Task task)
@@ -81,7 +207,7 @@ void Dispatch::mainAndWait(Task task)
     if (isMain())
         task();
     else if (QObject *receiver = courier)
-        QMetaObject::invokeMethod(receiver, std::move(task), Qt::BlockingQueuedConnection);
+        QMetaObject::invokeMethod(receiver, contained(std::move(task)), Qt::BlockingQueuedConnection);
 }
 
 void Dispatch::global(Priority, Task task)
@@ -97,7 +223,7 @@ void Dispatch::transfer(Task task)
 void Dispatch::waitForGlobal(std::chrono::milliseconds longest)
 {
     const QDeadlineTimer deadline(longest);
-    while (!pools().global.waitForDone(5) && !deadline.hasExpired())
+    while (!pools().global.waitForDone(5ms) && !deadline.hasExpired())
         QCoreApplication::sendPostedEvents(courier, QEvent::MetaCall);
 }
 

@@ -5,7 +5,8 @@
 
 namespace kelpay {
 
-/// The SDK's queues. Every task runs once, in the order queued for `main`, concurrently for `global`.
+/// The SDK's queues. Every task runs once, in the order queued for `main`, concurrently for `global`. One that throws
+/// ends there, with a log line; who queues it sees to it that nobody waits for it then.
 class Dispatch
 {
 public:
@@ -21,6 +22,7 @@ public:
     /// application's end waitForGlobal runs it; later it is dropped.
     static void mainAndWait(Task task);
     /// Queues `task` on the global concurrent queue, which has threads of its own, apart from Qt's shared pool.
+    /// Throws, as `transfer` does, where there is no memory or no thread for it.
     static void global(Priority priority, Task task);
     /// Queues a blocking transfer. These have threads of their own so that a stalled one delays no `global` task.
     static void transfer(Task task);

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <memory>
 #include <mutex>
+#include <new>
 
 namespace kelpay {
 
@@ -26,7 +27,7 @@ constexpr qsizetype largestEcho = 256;
 
 struct Transfer
 {
-    UrlSession::Departure departure;
+    const UrlSession::Departure &departure;
     qsizetype largestBody;
     QByteArray body = {};
     bool tooLarge = false;
@@ -46,8 +47,10 @@ struct Request
     std::chrono::seconds ceiling = 10min;
 };
 
+// The three that libcurl calls: nothing may throw through it.
+
 std::size_t receive(const char *data, std::size_t, std::size_t size, void *context)
-{
+try {
     auto *transfer = static_cast<Transfer *>(context);
     if (transfer->body.size() + static_cast<qsizetype>(size) > transfer->largestBody) {
         transfer->tooLarge = true;
@@ -55,22 +58,28 @@ std::size_t receive(const char *data, std::size_t, std::size_t size, void *conte
     }
     transfer->body.append(data, static_cast<qsizetype>(size));
     return size;
+} catch (...) {
+    return 0;
 }
 
 int depart(void *context, char *, char *, int, int)
-{
+try {
     auto *transfer = static_cast<Transfer *>(context);
     if (Dispatch::isShuttingDown() || (transfer->departure.leave && !transfer->departure.leave()))
         return CURL_PREREQFUNC_ABORT;
     transfer->hasLeft = true;
     return CURL_PREREQFUNC_OK;
+} catch (...) {
+    return CURL_PREREQFUNC_ABORT;
 }
 
 int progress(void *context, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
-{
+try {
     const auto *transfer = static_cast<Transfer *>(context);
     const bool isWanted = transfer->hasLeft || !transfer->departure.isWanted || transfer->departure.isWanted();
     return Dispatch::isShuttingDown() || !isWanted ? 1 : 0;
+} catch (...) {
+    return 1;
 }
 
 void setTrust(CURL *handle, Trust trust)
@@ -118,10 +127,18 @@ using Headers = std::unique_ptr<curl_slist, decltype(&curl_slist_free_all)>;
 
 Headers headersFor(const Request &request)
 {
-    curl_slist *list = curl_slist_append(nullptr, "Expect:");
+    Headers headers(nullptr, curl_slist_free_all);
+    const auto add = [&headers](const QByteArray &line) {
+        curl_slist *const longer = curl_slist_append(headers.get(), line.constData());
+        if (!longer)
+            throw std::bad_alloc();
+        static_cast<void>(headers.release());
+        headers.reset(longer);
+    };
+    add("Expect:");
     if (request.post)
-        list = curl_slist_append(list, ("Content-Type: " + request.contentType).constData());
-    return {list, curl_slist_free_all};
+        add("Content-Type: " + request.contentType);
+    return headers;
 }
 
 /// Tried again the next time where it failed.
@@ -134,7 +151,7 @@ bool isStarted()
     return started;
 }
 
-UrlResult perform(const Request &request)
+UrlResult perform(const Request &request, Transfer &transfer)
 {
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> handle(isStarted() ? curl_easy_init() : nullptr,
                                                                      curl_easy_cleanup);
@@ -142,7 +159,6 @@ UrlResult perform(const Request &request)
         return TransportError{u"the HTTPS client can't be started"_s};
 
     const Headers headers = headersFor(request);
-    Transfer transfer{.departure = request.departure, .largestBody = request.largestBody};
     char details[CURL_ERROR_SIZE] = "";
     const QByteArray url = request.url.toEncoded();
     curl_easy_setopt(handle.get(), CURLOPT_URL, url.constData());
@@ -171,6 +187,16 @@ UrlResult perform(const Request &request)
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
     return UrlResponse{static_cast<int>(status), std::move(transfer.body)};
+}
+
+UrlResult perform(const Request &request)
+{
+    Transfer transfer{.departure = request.departure, .largestBody = request.largestBody};
+    try {
+        return perform(request, transfer);
+    } catch (const std::bad_alloc &) {
+        return TransportError{u"memory ran out"_s, transfer.hasLeft};
+    }
 }
 
 } // namespace

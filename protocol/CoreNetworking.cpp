@@ -82,6 +82,25 @@ std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const QStr
     return Input{.msisdn = defaults.string(u"pn"_s), .applicationData = input, .additionalData = u"NA"_s};
 }
 
+void CoreNetworking::sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const QString &input,
+                                      ResponseBlock block)
+{
+    const auto begin = [attempt, send, input, block = std::move(block)] {
+        try {
+            Surroundings surroundings;
+            surroundings.attempt = attempt;
+            ((*create(std::move(surroundings))).*send)(input, block);
+        } catch (const std::exception &) {
+            giveUp(*attempt, send == &CoreNetworking::sendPaymentRequest, Fault::Unsent);
+        }
+    };
+    try {
+        Dispatch::global(Dispatch::Priority::High, begin);
+    } catch (const std::exception &) {
+        giveUp(*attempt, send == &CoreNetworking::sendPaymentRequest, Fault::Unsent);
+    }
+}
+
 void CoreNetworking::send(const Exchange &exchange, const QString &input, ResponseBlock block)
 {
     this->*exchange.answered = std::move(block);
@@ -98,19 +117,28 @@ void CoreNetworking::send(const Exchange &exchange, const QString &input, Respon
         fallSilent(exchange, Fault::Unsent);
         return;
     }
-    m_surroundings.post(
-        Deployment::serviceUrl(u"/8/request"_s), "application/json", envelope,
-        {.isWanted = [attempt] { return !attempt || !attempt->isWithdrawn(); },
-         .leave = [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); }},
-        [self = shared_from_this(), &exchange](const UrlResult &result) { self->finish(exchange, result); });
+    m_surroundings.post(Deployment::serviceUrl(u"/8/request"_s), "application/json", envelope,
+                        {.isWanted = [attempt] { return !attempt || !attempt->isWithdrawn(); },
+                         .leave = [attempt, &exchange] { return !attempt || attempt->leave(exchange.isPayment); }},
+                        [self = shared_from_this(), &exchange](const UrlResult &result) {
+                            try {
+                                self->finish(exchange, result);
+                            } catch (const std::exception &) {
+                                self->fallSilent(exchange, Fault::Unknown);
+                            }
+                        });
 }
 
 void CoreNetworking::fallSilent(const Exchange &exchange, Fault fault) const
 {
-    if (!m_surroundings.attempt)
-        return;
-    m_surroundings.attempt->fellSilent(exchange.isPayment, fault);
-    m_surroundings.attempt->landed();
+    if (m_surroundings.attempt)
+        giveUp(*m_surroundings.attempt, exchange.isPayment, fault);
+}
+
+void CoreNetworking::giveUp(Attempt &attempt, bool isPayment, Fault fault)
+{
+    attempt.fellSilent(isPayment, fault);
+    attempt.landed();
 }
 
 std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exchange &exchange,

@@ -41,6 +41,12 @@ public:
 
     static std::shared_ptr<CoreNetworking> create(Surroundings surroundings = {});
 
+    using Send = void (CoreNetworking::*)(const QString &input, ResponseBlock block);
+    /// One of the two below, for `attempt`, off the main queue. Where memory or threads are short nothing leaves, and
+    /// the attempt falls silent.
+    static void sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const QString &input,
+                                 ResponseBlock block);
+
     /// Opens a payment: `input` is "MSISDN||additional data||payment parameters". Blocks for facts and sealing, so call
     /// it off the main queue; the exchange itself runs in the background. Fewer than three fields are a programming
     /// error.
@@ -89,6 +95,7 @@ private:
     std::variant<QJsonObject, Fault> build(const Exchange &exchange, const QString &input) const;
     std::variant<QString, Fault> identity(const QString &key, const char *advice) const;
     void fallSilent(const Exchange &exchange, Fault fault) const;
+    static void giveUp(Attempt &attempt, bool isPayment, Fault fault);
     void finish(const Exchange &exchange, const UrlResult &result) const;
     QJsonValue open(const QByteArray &body) const;
 

@@ -169,11 +169,7 @@ void KelPayCore::start(const std::optional<QString> &merchantID, const QString &
             attempt->reported(code, false);
     };
     attempt->takeOff();
-    Dispatch::global(Dispatch::Priority::High, [input, attempt, receive] {
-        Surroundings surroundings;
-        surroundings.attempt = attempt;
-        CoreNetworking::create(std::move(surroundings))->sendTokenRequest(input, receive);
-    });
+    CoreNetworking::sendInBackground(attempt, &CoreNetworking::sendTokenRequest, input, receive);
 }
 
 bool KelPayCore::isBusy() const

@@ -1,6 +1,7 @@
-// One exchange over the wire, as the screens send it, and what the host learns of it, as one line of JSON.
+// One exchange over the wire, as the screens send it, or a token's and its payment's, and what the host learns of it,
+// as one line of JSON.
 //
-//     kelpay-fault-host token|payment
+//     kelpay-fault-host token|payment|whole
 //
 // When its standard input ends the payer gives up; the process waits two seconds for what follows.
 
@@ -20,6 +21,7 @@
 
 #include <array>
 #include <cstdio>
+#include <dlfcn.h>
 #include <unistd.h>
 
 using namespace Qt::StringLiterals;
@@ -47,6 +49,7 @@ int peakKilobytes()
 struct Host
 {
     bool isPayment;
+    bool isWhole;
     QJsonArray called = {};
     QJsonArray events = {};
     int silence = 0;
@@ -72,28 +75,51 @@ struct Host
             attempt->submitted();
         else
             attempt->takeOff();
-        Dispatch::global(Dispatch::Priority::High, [this] {
-            CoreFunctions().returnThings();
-            Surroundings surroundings;
-            surroundings.attempt = attempt;
-            const auto network = CoreNetworking::create(std::move(surroundings));
-            const auto block = [this](bool ok, const QString &, const QString &code) { receive(ok, code); };
-            if (isPayment)
-                network->sendPaymentRequest(u"724|T1|6037991234567893|12345|5|NA|NA|R|T"_s, block);
+        CoreFunctions().returnThings();
+        if (isPayment)
+            exchange(&CoreNetworking::sendPaymentRequest, u"724|T1|6037991234567893|12345|5|NA|NA|R|T"_s);
+        else
+            exchange(&CoreNetworking::sendTokenRequest, u"09120000000||a row||724|1000|x"_s);
+    }
+
+    void exchange(CoreNetworking::Send kind, const QString &input)
+    {
+        CoreNetworking::sendInBackground(attempt, kind, input, [this](bool ok, const QString &, const QString &code) {
+            if (ok && isWhole && !isPayment)
+                Dispatch::main([this] { pay(); });
             else
-                network->sendTokenRequest(u"09120000000||a row||724|1000|x"_s, block);
+                receive(ok, code);
         });
+    }
+
+    /// With the token that was stored.
+    void pay()
+    try {
+        isPayment = true;
+        const Rd rd = CoreFunctions().storedTokenAnswer().value_or(BaseClass()).rd;
+        const auto text = [](const QJsonValue &value) { return textValue(value).value_or(u"NA"_s); };
+        attempt->setPurchase(text(rd.amn), text(rd.t));
+        attempt->submitted();
+        exchange(&CoreNetworking::sendPaymentRequest,
+                 QStringList{u"724"_s, text(rd.t), u"6037990000000006"_s, u"12345"_s, u"59"_s, u"123"_s, u"0612"_s,
+                             text(rd.rn), text(rd.tb)}
+                     .join(u'|'));
+    } catch (const std::bad_alloc &) {
+        attempt->withdraw();
+        attempt->end();
+        leave();
     }
 
     void receive(bool ok, const QString &code)
     {
+        std::fputs("told\n", stderr);
         attempt->end();
-        if (isPayment || !ok)
-            attempt->reported(code, isPayment);
         Dispatch::main([this, ok, code] {
             called.append(QJsonArray{ok, code});
             leave();
         });
+        if (isPayment || !ok)
+            attempt->reported(code, isPayment);
     }
 
     /// When the observer has heard the rest.
@@ -119,7 +145,11 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(u"kelpay-fault-host"_s);
     QCoreApplication::setOrganizationDomain(u"example.org"_s);
     CoreKeychain().setString(u"1001"_s, u"mid"_s);
-    Host host{.isPayment = QCoreApplication::arguments().value(1) == u"payment"_s};
+    const QString what = QCoreApplication::arguments().value(1);
+    Host host{.isPayment = what == u"payment"_s, .isWhole = what == u"whole"_s};
+    // There where calls are made to fail; up to here is what any application does.
+    if (const auto begin = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, "beginTorture")))
+        begin();
     host.send();
     QSocketNotifier payer(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(&payer, &QSocketNotifier::activated, [&] {

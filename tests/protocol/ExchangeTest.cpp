@@ -123,6 +123,18 @@ TEST_F(ExchangeTest, TellsAStatusToTheTokensSlotAlone)
     EXPECT_EQ(code, u"2525345"_s);
 }
 
+TEST_F(ExchangeTest, WhatThrowsAfterTheAnswerLeavesAnAttemptThatIsOver)
+{
+    for (const Send send : {Send(token), Send(payment)}) {
+        attempt = Attempt::begin(u"x"_s);
+        attempt->takeOff();
+        answer(send, success, [](bool, const QString &, const QString &) { throw std::bad_alloc(); });
+        attempt->end();
+        EXPECT_TRUE(attempt->isOver()) << "another can begin";
+        attempt.reset();
+    }
+}
+
 TEST_F(ExchangeTest, StoresBeforeItTells)
 {
     EXPECT_TRUE(answer(token, success, [this](bool, const QString &, const QString &) {

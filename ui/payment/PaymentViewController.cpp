@@ -62,11 +62,7 @@ void setFonts(AlertView &alert)
 void sendThroughNetwork(const QString &detail, const std::shared_ptr<Attempt> &attempt,
                         CoreNetworking::ResponseBlock block)
 {
-    Dispatch::global(Dispatch::Priority::High, [detail, attempt, block = std::move(block)] {
-        Surroundings surroundings;
-        surroundings.attempt = attempt;
-        CoreNetworking::create(std::move(surroundings))->sendPaymentRequest(detail, block);
-    });
+    CoreNetworking::sendInBackground(attempt, &CoreNetworking::sendPaymentRequest, detail, std::move(block));
 }
 
 } // namespace
