@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+
 #include <QEventLoop>
 #include <QThread>
 #include <QTimer>
@@ -99,7 +101,7 @@ int changeAfter(Reachability &reachability, const std::function<void()> &act)
 TEST(Reachability, FollowsTheKernel)
 {
     Reachability::reachabilityWithHostName(loopback)->currentReachabilityStatus(); // finds the network service on main
-    bool mayUnshare = true;
+    std::atomic<bool> mayUnshare = true;
     const std::unique_ptr<QThread> thread(QThread::create([&mayUnshare] {
         mayUnshare = ::unshare(CLONE_NEWNET) == 0;
         if (!mayUnshare)

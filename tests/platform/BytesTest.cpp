@@ -1,4 +1,5 @@
 #include "platform/Bytes.h"
+#include "tests/Sanitized.h"
 
 #include <gtest/gtest.h>
 
@@ -32,8 +33,8 @@ TEST(Bytes, TextRoundTrips)
         EXPECT_EQ(Bytes::fromText(text).toText(), text);
 }
 
-// Reads storage after its release on purpose, so not under the address sanitizer.
-#ifndef __SANITIZE_ADDRESS__
+// Reads storage after its release on purpose, so not under a sanitizer.
+#ifndef KELPAY_SANITIZED_MEMORY
 TEST(Bytes, LastHolderWipes)
 {
     auto first = std::make_unique<Bytes>(std::string_view("0123456789abcdef0123456789abcdef0123456789abcdef"));

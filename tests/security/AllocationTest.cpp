@@ -5,16 +5,14 @@
 #include "security/Digests.h"
 #include "security/Random.h"
 #include "security/keychain/SealedValue.h"
+#include "tests/Sanitized.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
 
-#ifndef __has_feature
-#define __has_feature(name) 0
-#endif
 // A sanitizer has an allocator of its own.
-#if !defined(__SANITIZE_ADDRESS__) && !__has_feature(address_sanitizer)
+#ifndef KELPAY_SANITIZED_MEMORY
 
 namespace {
 
