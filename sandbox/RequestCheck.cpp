@@ -25,12 +25,10 @@ constexpr std::array sharedIdentifierMerchants = {"319"_L1, "321"_L1, "322"_L1, 
                                                   "334"_L1, "335"_L1, "336"_L1};
 constexpr auto sharedIdentifier = "ir.kel.tobrel"_L1;
 
-bool matches(const QString &text, const QString &pattern)
+QRegularExpression whole(const QString &pattern)
 {
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern),
-                              QRegularExpression::UseUnicodePropertiesOption)
-        .match(text)
-        .hasMatch();
+                              QRegularExpression::UseUnicodePropertiesOption);
 }
 
 bool isAddress(const QString &text)
@@ -51,7 +49,8 @@ bool isCaller(const QString &text)
 /// "yyyy-MM-dd hh:mm:ss" on the 12-hour clock, in the digits and the calendar of the device.
 bool isTwelveHourTime(const QString &text)
 {
-    return matches(text, u"\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}"_s) && [&text] {
+    static const QRegularExpression form = whole(u"\\d{4}-\\d{2}-\\d{2} \\d{2}:\\d{2}:\\d{2}"_s);
+    return form.match(text).hasMatch() && [&text] {
         const auto number = [&text](qsizetype at) { return text[at].digitValue() * 10 + text[at + 1].digitValue(); };
         const auto between = [](int value, int low, int high) { return low <= value && value <= high; };
         return between(number(5), 1, 12) && between(number(8), 1, 31) && between(number(11), 1, 12) &&
@@ -71,17 +70,21 @@ bool isTextObject(const QJsonValue &value, const QStringList &members)
 struct TextRule
 {
     QLatin1String key;
-    QLatin1String pattern;
+    QRegularExpression form;
 };
 
-constexpr std::array textRules = {
-    TextRule{"vi"_L1, "[^.;]*;[^.;]+"_L1},
-    TextRule{"dd"_L1, "APPL(\\|[^|]*){4,}"_L1},
-    TextRule{"ai"_L1, "-?[0-9]+"_L1},
-    TextRule{"di"_L1, "[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"_L1},
-    TextRule{"cs"_L1, ".*"_L1},
-    TextRule{"mi"_L1, ".+"_L1},
-};
+const std::array<TextRule, 6> &textRules()
+{
+    static const std::array rules = {
+        TextRule{"vi"_L1, whole(u"[^.;]*;[^.;]+"_s)},
+        TextRule{"dd"_L1, whole(u"APPL(\\|[^|]*){4,}"_s)},
+        TextRule{"ai"_L1, whole(u"-?[0-9]+"_s)},
+        TextRule{"di"_L1, whole(u"[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"_s)},
+        TextRule{"cs"_L1, whole(u".*"_s)},
+        TextRule{"mi"_L1, whole(u".+"_s)},
+    };
+    return rules;
+}
 
 std::optional<QString> keyViolation(const QJsonObject &request)
 {
@@ -114,9 +117,9 @@ std::optional<QString> numberViolation(const QJsonObject &request)
 
 std::optional<QString> textViolation(const QJsonObject &request)
 {
-    for (const TextRule &rule : textRules) {
+    for (const TextRule &rule : textRules()) {
         const QJsonValue value = request.value(rule.key);
-        if (!value.isString() || !matches(value.toString(), rule.pattern))
+        if (!value.isString() || !rule.form.match(value.toString()).hasMatch())
             return u"%1 has not its form"_s.arg(rule.key);
     }
     if (!isCaller(request.value("ar"_L1).toString()))

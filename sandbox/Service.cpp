@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <limits>
 
 namespace kelpay::sandbox {
 
@@ -22,6 +23,8 @@ namespace {
 constexpr int workers = 48;
 constexpr std::size_t longestBody = std::size_t{64} * 1024;
 constexpr int readSeconds = 10;
+/// How long a kept connection may say nothing. It holds a worker meanwhile.
+constexpr int idleSeconds = 2;
 
 /// The connection that this worker thread serves: the HTTP library does not hand it out, and the faults need it.
 thread_local SSL *currentConnection = nullptr;
@@ -79,7 +82,10 @@ Service::Service(const Identity &identity, Ledger &ledger, Journal &journal, con
 {
     m_server = std::make_unique<httplib::SSLServer>([this](SSL_CTX &context) { return setUpTls(context, m_identity); });
     m_server->new_task_queue = [] { return new httplib::ThreadPool(workers); };
-    m_server->set_keep_alive_max_count(1);
+    m_server->set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
+    m_server->set_keep_alive_timeout(idleSeconds);
+    // The head and the body of an answer are two writes: without it the second waits for the client's acknowledgement.
+    m_server->set_tcp_nodelay(true);
     m_server->set_read_timeout(readSeconds);
     m_server->set_payload_max_length(longestBody);
     m_server->set_socket_options(setSocketOptions);

@@ -17,9 +17,11 @@ constexpr int slowSeconds = 3;
 constexpr std::size_t floodSize = std::size_t{17} * 1024 * 1024;
 constexpr const char *jsonType = "application/json";
 
-/// What is written after this goes nowhere; the server's worker then drops the connection.
+/// What is written after this goes nowhere; the server's worker then drops the connection. The client is told that it
+/// ends: some take an end without a word for a broken connection, others for a closed one.
 void closeNow(SSL *connection)
 {
+    SSL_shutdown(connection);
     ::shutdown(SSL_get_fd(connection), SHUT_RDWR);
 }
 
@@ -45,30 +47,31 @@ QByteArray otherThan(QByteArray key)
     return key;
 }
 
-void cut(httplib::Response &response, const QByteArray &body, bool announceLength)
+void cut(httplib::Response &response, const QByteArray &body, bool announceLength, SSL *connection)
 {
     const std::string half = body.first(body.size() / 2).toStdString();
-    if (announceLength) {
-        response.set_content_provider(static_cast<std::size_t>(body.size()), jsonType,
-                                      [half](std::size_t offset, std::size_t, httplib::DataSink &sink) {
-                                          return offset == 0 && sink.write(half.data(), half.size());
-                                      });
-    } else {
-        response.set_content_provider(jsonType, [half](std::size_t offset, httplib::DataSink &sink) {
-            return offset == 0 && sink.write(half.data(), half.size());
-        });
-    }
+    const auto writeHalf = [half, connection](std::size_t offset, httplib::DataSink &sink) {
+        if (offset == 0)
+            return sink.write(half.data(), half.size());
+        closeNow(connection);
+        return false;
+    };
+    if (announceLength)
+        response.set_content_provider(
+            static_cast<std::size_t>(body.size()), jsonType,
+            [writeHalf](std::size_t offset, std::size_t, httplib::DataSink &sink) { return writeHalf(offset, sink); });
+    else
+        response.set_content_provider(jsonType, writeHalf);
 }
 
-void flood(httplib::Response &response)
+void flood(httplib::Response &response, SSL *connection)
 {
-    response.set_content_provider(jsonType, [](std::size_t offset, httplib::DataSink &sink) {
+    response.set_content_provider(jsonType, [connection](std::size_t offset, httplib::DataSink &sink) {
         static const std::string block(std::size_t{64} * 1024, 'A');
-        if (offset >= floodSize) {
-            sink.done();
-            return true;
-        }
-        return sink.write(block.data(), block.size());
+        if (offset < floodSize)
+            return sink.write(block.data(), block.size());
+        closeNow(connection);
+        return false;
     });
 }
 
@@ -126,7 +129,7 @@ void answer(httplib::Response &response, const QByteArray &plain, const QByteArr
         break;
     case Fault::CutWithLength:
     case Fault::CutWithoutLength:
-        return cut(response, body, fault == Fault::CutWithLength);
+        return cut(response, body, fault == Fault::CutWithLength, wire.connection);
     case Fault::ClosedUnanswered:
         return closeNow(wire.connection);
     case Fault::Reset:
@@ -138,7 +141,7 @@ void answer(httplib::Response &response, const QByteArray &plain, const QByteArr
         wire.wait(slowSeconds);
         break;
     case Fault::Flood:
-        return flood(response);
+        return flood(response, wire.connection);
     }
     response.set_content(body.constData(), static_cast<std::size_t>(body.size()), jsonType);
 }

@@ -132,6 +132,34 @@ TEST_F(ServiceTest, FaultsLookOnTheWireAsTheyAreNamed)
     EXPECT_EQ(request(526).body.size(), 17 * 1024 * 1024);
 }
 
+TEST_F(ServiceTest, AKeptConnectionIsAnsweredAtOnce)
+{
+    const std::unique_ptr<CURL, FreeWith<&curl_easy_cleanup>> curl(curl_easy_init());
+    const QByteArray url = "https://" + host.toLatin1() + ":1443/8/request";
+    const QByteArray body = seal(compact(tokenRequest()), sessionKey);
+    QByteArray answer;
+    curl_easy_setopt(curl.get(), CURLOPT_URL, url.constData());
+    curl_easy_setopt(curl.get(), CURLOPT_CAINFO,
+                     QFile::encodeName(identityFolder() + u'/' + Identity::anchorsFile).constData());
+    curl_easy_setopt(curl.get(), CURLOPT_NOPROXY, "*");
+    curl_easy_setopt(curl.get(), CURLOPT_POSTFIELDS, body.constData());
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEFUNCTION, collect);
+    curl_easy_setopt(curl.get(), CURLOPT_WRITEDATA, &answer);
+    long connections = 0;
+    curl_off_t fastest = 1'000'000;
+    for (int i = 0; i < 10; ++i) {
+        ASSERT_EQ(curl_easy_perform(curl.get()), CURLE_OK);
+        long opened = 0;
+        curl_off_t microseconds = 0;
+        curl_easy_getinfo(curl.get(), CURLINFO_NUM_CONNECTS, &opened);
+        curl_easy_getinfo(curl.get(), CURLINFO_TOTAL_TIME_T, &microseconds);
+        connections += opened;
+        fastest = std::min(fastest, microseconds);
+    }
+    EXPECT_EQ(connections, 1);
+    EXPECT_LT(fastest, 35'000) << "waits for a delayed acknowledgement";
+}
+
 TEST_F(ServiceTest, HangingConnectionsHoldUpNobody)
 {
     const auto start = std::chrono::steady_clock::now();
