@@ -123,13 +123,30 @@ int walletRefusal(const Purchase &purchase)
     return !hasWallet ? refusal::noWallet : balance < purchase.amount ? refusal::walletTooSmall : 0;
 }
 
+/// A recorded answer made to fit the request that came: its trace number where it was that of the recorded request, and
+/// a token and a page of its own.
+QJsonObject refit(QJsonObject answer, const Direction &direction, const QJsonObject &request,
+                  const QJsonObject &fresh = {})
+{
+    if (answer.value("ti"_L1) == direction.request.value("ti"_L1))
+        answer.insert("ti"_L1, request.value("ti"_L1));
+    QJsonObject detail = answer.value("rd"_L1).toObject();
+    for (const QLatin1String key : {"t"_L1, "vu"_L1}) {
+        if (detail.contains(key) && fresh.contains(key))
+            detail.insert(key, fresh.value(key));
+    }
+    if (!detail.isEmpty())
+        answer.insert("rd"_L1, detail);
+    return answer;
+}
+
 } // namespace
 
 Cashier::Cashier(Ledger &ledger, const QString &verifyBase) : m_ledger(ledger), m_verifyBase(verifyBase) {}
 
-Outcome Cashier::serve(const QJsonObject &request)
+Outcome Cashier::serve(const QJsonObject &request, const Direction &direction)
 {
-    return kindOf(request) == RequestKind::Token ? issueToken(request) : takePayment(request);
+    return kindOf(request) == RequestKind::Token ? issueToken(request, direction) : takePayment(request, direction);
 }
 
 QJsonObject Cashier::tokenDetails(const QString &token, const QString &page, const Purchase &purchase) const
@@ -149,7 +166,7 @@ QJsonObject Cashier::tokenDetails(const QString &token, const QString &page, con
             {"ldc"_L1, u"false"_s}};
 }
 
-Outcome Cashier::issueToken(const QJsonObject &request)
+Outcome Cashier::issueToken(const QJsonObject &request, const Direction &direction)
 {
     Purchase purchase;
     purchase.msisdn = msisdnOf(request);
@@ -169,7 +186,7 @@ Outcome Cashier::issueToken(const QJsonObject &request)
     purchase.page = randomHex();
 
     const QString token = randomHex();
-    const Scenario &scenario = scenarioForMobile(purchase.msisdn);
+    const Scenario &scenario = direction.scenario ? *direction.scenario : scenarioForMobile(purchase.msisdn);
     QJsonObject answer = answerTo(request, scenario.resultCode, scenario.description);
     answer.insert("pc"_L1, request.value("pc"_L1));
     answer.insert("ard"_L1, QJsonObject{{"r"_L1, randomNumber(4)}});
@@ -177,8 +194,10 @@ Outcome Cashier::issueToken(const QJsonObject &request)
         answer.insert("rd"_L1, tokenDetails(token, purchase.page, purchase));
     if (scenario.alter)
         scenario.alter(answer);
+    if (direction.answer)
+        answer = refit(*direction.answer, direction, request, tokenDetails(token, purchase.page, purchase));
 
-    Outcome outcome{.answer = answer, .scenario = &scenario};
+    Outcome outcome{.answer = answer, .scenario = &scenario, .amount = purchase.amount};
     if (!isApproved(answer))
         return outcome;
     const QJsonObject detail = answer.value("rd"_L1).toObject();
@@ -196,7 +215,8 @@ Outcome Cashier::issueToken(const QJsonObject &request)
 }
 
 /// The scenario of a payment; `refused` is the service's own reason to refuse it, or 0.
-const Scenario &Cashier::chooseScenario(const Purchase &purchase, const PaymentDetail &detail, int &refused) const
+const Scenario &Cashier::chooseScenario(const Purchase &purchase, const PaymentDetail &detail,
+                                        const Direction &direction, int &refused) const
 {
     int number = 0;
     if (detail.form == PaymentForm::Wallet) {
@@ -208,10 +228,14 @@ const Scenario &Cashier::chooseScenario(const Purchase &purchase, const PaymentD
     } else {
         refused = detail.card.size() < 15 ? refusal::unknownSavedCard : refusal::badCardNumber;
     }
+    if (direction.answer)
+        refused = 0;
+    if (direction.scenario)
+        return *direction.scenario;
     return scenarioNumbered(purchase.paymentScenario < 0 ? number : purchase.paymentScenario, Side::Payment);
 }
 
-Outcome Cashier::takePayment(const QJsonObject &request)
+Outcome Cashier::takePayment(const QJsonObject &request, const Direction &direction)
 {
     QString reason;
     const auto detail = PaymentDetail::parse(request.value("ap"_L1).toObject().value("r"_L1).toString(), reason);
@@ -222,6 +246,7 @@ Outcome Cashier::takePayment(const QJsonObject &request)
     if (!purchase)
         return refuse(request, refusal::unknownToken, outcome);
     outcome.posts = purchase->posts;
+    outcome.amount = purchase->amount;
     if (request.value("mi"_L1) != purchase->merchantId || request.value("di"_L1) != purchase->device ||
         msisdnOf(request) != purchase->msisdn)
         return refuse(request, refusal::foreignToken, outcome);
@@ -230,8 +255,11 @@ Outcome Cashier::takePayment(const QJsonObject &request)
         return outcome;
 
     int refused = 0;
-    const Scenario &scenario = chooseScenario(*purchase, *detail, refused);
-    if (purchase->paid || (refused == 0 && scenario.booksPayment && !m_ledger.pay(purchase->id)))
+    const Scenario &scenario = chooseScenario(*purchase, *detail, direction, refused);
+    const bool books = direction.answer ? scenario.booksPayment && isApproved(*direction.answer)
+                                        : refused == 0 && scenario.booksPayment;
+    const bool isBooked = !purchase->paid && (!books || m_ledger.pay(purchase->id));
+    if (!isBooked && !direction.answer)
         refused = refusal::paidBefore;
     Payment payment{.purchase = purchase->id, .form = QString::number(static_cast<int>(detail->form))};
     payment.maskedCard = detail->form == PaymentForm::Wallet ? u"NA"_s : maskCard(detail->card);
@@ -248,6 +276,8 @@ Outcome Cashier::takePayment(const QJsonObject &request)
         }
         if (scenario.alter)
             scenario.alter(outcome.answer);
+        if (direction.answer)
+            outcome.answer = refit(*direction.answer, direction, request);
     }
     payment.resultCode = outcome.answer.value("rc"_L1).toVariant().toInt();
     m_ledger.addPayment(payment);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Director.h"
 #include "Ledger.h"
 #include "PaymentDetail.h"
 #include "Scenarios.h"
@@ -19,7 +20,8 @@ struct Outcome
     QJsonObject answer{};
     const Scenario *scenario = nullptr;
     QString tokenName{};
-    int posts = 0; ///< payments received for the token, this one included
+    int posts = 0;           ///< payments received for the token, this one included
+    std::int64_t amount = 0; ///< rials
 };
 
 /// Issues tokens and takes payments, by the scenarios. Knows nothing of HTTP or envelopes. Any thread.
@@ -30,12 +32,13 @@ public:
     Cashier(Ledger &ledger, const QString &verifyBase);
 
     /// `request` has to have passed `requestViolation`.
-    Outcome serve(const QJsonObject &request);
+    Outcome serve(const QJsonObject &request, const Direction &direction = {});
 
 private:
-    Outcome issueToken(const QJsonObject &request);
-    Outcome takePayment(const QJsonObject &request);
-    const Scenario &chooseScenario(const Purchase &purchase, const PaymentDetail &detail, int &refused) const;
+    Outcome issueToken(const QJsonObject &request, const Direction &direction);
+    Outcome takePayment(const QJsonObject &request, const Direction &direction);
+    const Scenario &chooseScenario(const Purchase &purchase, const PaymentDetail &detail, const Direction &direction,
+                                   int &refused) const;
     QJsonObject tokenDetails(const QString &token, const QString &page, const Purchase &purchase) const;
 
     Ledger &m_ledger;

@@ -17,14 +17,17 @@ bool Journal::open(const QString &path)
     return Files::makePrivateFile(path) && m_file.open(QIODevice::WriteOnly | QIODevice::Append);
 }
 
-void Journal::add(QJsonObject entry)
+QJsonObject Journal::add(QJsonObject entry, const QJsonObject &answer)
 {
     const std::lock_guard guard(m_mutex);
-    if (!m_file.isOpen())
-        return;
     entry.insert("time"_L1, QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs));
-    m_file.write(QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n');
-    m_file.flush();
+    if (m_file.isOpen()) {
+        m_file.write(QJsonDocument(entry).toJson(QJsonDocument::Compact) + '\n');
+        m_file.flush();
+    }
+    for (const Listener &listener : m_listeners)
+        listener(entry, answer);
+    return entry;
 }
 
 } // namespace kelpay::sandbox

@@ -2,6 +2,8 @@
 
 #include "Masking.h"
 
+#include <QJsonObject>
+
 namespace kelpay::sandbox {
 
 using namespace Qt::StringLiterals;
@@ -116,6 +118,30 @@ bool Ledger::addPayment(const Payment &payment)
             .run();
     };
     return m_store.run(add).value_or(false);
+}
+
+QJsonArray Ledger::latest(int count)
+{
+    const auto list = [count](SqliteDatabase &database) {
+        QJsonArray rows;
+        auto statement = database.prepare(
+            "SELECT t.issued, t.merchant, t.title, t.amount, t.paid, t.posts, p.card, p.result, p.tracking "
+            "FROM tokens t LEFT JOIN payments p ON p.token = t.id ORDER BY t.id DESC, p.id DESC LIMIT ?1");
+        statement.bind(1, static_cast<std::int64_t>(count));
+        while (statement.step() == SqliteStatement::Step::Row)
+            rows.append(QJsonObject{
+                {"issued"_L1, statement.text(0)},
+                {"merchant"_L1, statement.text(1)},
+                {"title"_L1, maskLongNumbers(statement.text(2))},
+                {"amount"_L1, static_cast<qint64>(statement.integer(3))},
+                {"paid"_L1, statement.integer(4) != 0},
+                {"posts"_L1, static_cast<qint64>(statement.integer(5))},
+                {"card"_L1, statement.text(6)},
+                {"rc"_L1, statement.isNull(7) ? QJsonValue() : QJsonValue(static_cast<qint64>(statement.integer(7)))},
+                {"tracking"_L1, statement.text(8)}});
+        return rows;
+    };
+    return m_store.run(list).value_or(QJsonArray());
 }
 
 std::optional<Purchase> Ledger::find(const QString &column, const QString &value)

@@ -2,6 +2,7 @@
 
 #include "platform/SqliteStore.h"
 
+#include <QJsonArray>
 #include <QString>
 
 #include <cstdint>
@@ -60,6 +61,8 @@ public:
     /// Marks the purchase paid. True once.
     bool pay(std::int64_t purchase);
     bool addPayment(const Payment &payment);
+    /// The latest purchases with their payments, the newest first, for people.
+    QJsonArray latest(int count);
 
 private:
     explicit Ledger(const QString &path);

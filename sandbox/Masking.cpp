@@ -40,19 +40,6 @@ QString maskDetail(const QString &detail)
     return fields.join(u'|');
 }
 
-QString maskLongNumbers(const QString &text)
-{
-    static const QRegularExpression longNumber(u"\\d{12,19}"_s);
-    QString masked;
-    qsizetype end = 0;
-    for (auto matches = longNumber.globalMatch(text); matches.hasNext();) {
-        const QRegularExpressionMatch match = matches.next();
-        masked += text.mid(end, match.capturedStart() - end) + maskCard(match.captured());
-        end = match.capturedEnd();
-    }
-    return masked + text.mid(end);
-}
-
 QJsonValue maskValue(const QJsonValue &value)
 {
     if (value.isString())
@@ -76,10 +63,35 @@ QString maskCard(const QString &number)
     return number.first(6) + QString(number.size() - 10, u'*') + number.last(4);
 }
 
+QString maskLongNumbers(const QString &text)
+{
+    static const QRegularExpression longNumber(u"\\d{12,19}"_s);
+    QString masked;
+    qsizetype end = 0;
+    for (auto matches = longNumber.globalMatch(text); matches.hasNext();) {
+        const QRegularExpressionMatch match = matches.next();
+        masked += text.mid(end, match.capturedStart() - end) + maskCard(match.captured());
+        end = match.capturedEnd();
+    }
+    return masked + text.mid(end);
+}
+
 QString tokenName(const QString &token)
 {
     return u"t:"_s +
            QString::fromLatin1(QCryptographicHash::hash(token.toUtf8(), QCryptographicHash::Sha256).toHex().first(12));
+}
+
+QJsonObject maskAnswer(QJsonObject answer)
+{
+    QJsonObject detail = answer.value("rd"_L1).toObject();
+    if (detail.contains("t"_L1))
+        detail.insert("t"_L1, tokenName(detail.value("t"_L1).toString()));
+    if (detail.contains("ttl"_L1))
+        detail.insert("ttl"_L1, maskLongNumbers(detail.value("ttl"_L1).toString()));
+    if (!detail.isEmpty())
+        answer.insert("rd"_L1, detail);
+    return answer;
 }
 
 QString fingerprint(const QJsonObject &request, const QByteArray &key)

@@ -16,6 +16,12 @@ QString tokenName(const QString &token);
 /// digits as long as a card number are masked wherever else they stand.
 QJsonObject maskRequest(const QJsonObject &request);
 
+/// The text with every run of digits as long as a card number masked.
+QString maskLongNumbers(const QString &text);
+
+/// The plain answer as people may see it: the token becomes its name, card numbers in the merchant's texts are masked.
+QJsonObject maskAnswer(QJsonObject answer);
+
 /// HMAC-SHA-256 of a payment's whole detail string, the token by its name; "" for other requests. Who holds the key and
 /// knows what should have been sent compares the nine fields by it; nobody else learns a field from it.
 QString fingerprint(const QJsonObject &request, const QByteArray &key);

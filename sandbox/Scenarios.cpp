@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <array>
 
 namespace kelpay::sandbox {
 
@@ -211,6 +212,72 @@ std::vector<Scenario> wireFaults()
     };
 }
 
+struct Named
+{
+    int number;
+    QLatin1String name;
+};
+
+constexpr std::array names = {
+    Named{0, "approved"_L1},
+    Named{14, "invalid-card"_L1},
+    Named{41, "blocked-card"_L1},
+    Named{51, "insufficient-funds"_L1},
+    Named{54, "expired-card"_L1},
+    Named{55, "wrong-pin"_L1},
+    Named{57, "card-not-permitted"_L1},
+    Named{58, "terminal-not-permitted"_L1},
+    Named{61, "above-limit"_L1},
+    Named{75, "too-many-pins"_L1},
+    Named{81, "wrong-expiry"_L1},
+    Named{82, "wrong-cvv2"_L1},
+    Named{91, "issuer-unavailable"_L1},
+    Named{101, "saved-cards"_L1},
+    Named{102, "default-card"_L1},
+    Named{103, "two-defaults"_L1},
+    Named{104, "malformed-card"_L1},
+    Named{105, "fixed-card"_L1},
+    Named{106, "full-form"_L1},
+    Named{107, "wallet"_L1},
+    Named{108, "small-wallet"_L1},
+    Named{109, "wallet-only-full-form"_L1},
+    Named{110, "no-verification"_L1},
+    Named{111, "long-names"_L1},
+    Named{112, "empty-rules"_L1},
+    Named{113, "no-rules"_L1},
+    Named{114, "rule-without-code"_L1},
+    Named{115, "amount-as-number"_L1},
+    Named{116, "default-without-expiry"_L1},
+    Named{117, "garbled-cards"_L1},
+    Named{118, "null-details"_L1},
+    Named{201, "code-as-text"_L1},
+    Named{202, "null-description"_L1},
+    Named{203, "zero-trace"_L1},
+    Named{204, "null-receipt"_L1},
+    Named{205, "null-time"_L1},
+    Named{206, "numbers-as-numbers"_L1},
+    Named{410, "unknown-merchant"_L1},
+    Named{411, "bad-mobile"_L1},
+    Named{412, "suspended-merchant"_L1},
+    Named{500, "http-500"_L1},
+    Named{501, "redirect-302"_L1},
+    Named{502, "redirect-307"_L1},
+    Named{503, "http-201"_L1},
+    Named{510, "not-base64"_L1},
+    Named{511, "other-key"_L1},
+    Named{512, "not-json"_L1},
+    Named{513, "json-array"_L1},
+    Named{514, "empty-body"_L1},
+    Named{515, "one-character"_L1},
+    Named{520, "cut"_L1},
+    Named{521, "cut-without-length"_L1},
+    Named{522, "closed"_L1},
+    Named{523, "reset"_L1},
+    Named{524, "slow"_L1},
+    Named{525, "hang"_L1},
+    Named{526, "flood"_L1},
+};
+
 int checkDigit(const QString &firstFifteen)
 {
     int sum = 0;
@@ -283,6 +350,12 @@ const Scenario &scenarioForCard(const QString &card)
     return scenarioNumbered(isMagic ? card.mid(12, 3).toInt() : 0, Side::Payment);
 }
 
+QString scenarioName(int number)
+{
+    const auto found = std::find_if(names.begin(), names.end(), [=](const Named &row) { return row.number == number; });
+    return found == names.end() ? QString() : QString(found->name);
+}
+
 QString mobileNumberFor(int scenario)
 {
     return mobilePrefix + u"%1"_s.arg(scenario, 4, 10, QChar(u'0'));
@@ -302,13 +375,15 @@ bool passesCheckDigit(const QString &card)
 
 QString scenarioTables()
 {
-    QString text = u"| Number | Mobile number (token) | Card (payment) | `rc` | Books the payment | What happens |\n"
-                   "|---|---|---|---|---|---|\n"_s;
+    QString text =
+        u"| Number | Name | Mobile number (token) | Card (payment) | `rc` | Books the payment | What happens |\n"
+        "|---|---|---|---|---|---|---|\n"_s;
     for (const Scenario &scenario : scenarios()) {
         const bool onToken = scenario.side != Side::Payment;
         const bool onPayment = scenario.side != Side::Token;
-        text += u"| %1 | %2 | %3 | %4 | %5 | %6 |\n"_s.arg(
-            QString::number(scenario.number), onToken ? mobileNumberFor(scenario.number) : u"–"_s,
+        text += u"| %1 | %2 | %3 | %4 | %5 | %6 | %7 |\n"_s.arg(
+            QString::number(scenario.number), scenarioName(scenario.number),
+            onToken ? mobileNumberFor(scenario.number) : u"–"_s,
             onPayment ? cardNumberFor(scenario.number, u"603799"_s) : u"–"_s, QString::number(scenario.resultCode),
             onPayment ? (scenario.booksPayment ? u"yes"_s : u"no"_s) : u"–"_s, scenario.effect);
     }

@@ -85,6 +85,9 @@ const Scenario &scenarioForMobile(const QString &msisdn);
 const Scenario &scenarioForCard(const QString &card);
 const Scenario &scenarioNumbered(int number, Side side);
 
+/// The name by which a person chooses a scenario; unique.
+QString scenarioName(int number);
+
 /// "0912000" and the scenario's number in four digits.
 QString mobileNumberFor(int scenario);
 /// The issuer's six digits, six zeros, the scenario's number in three digits and the check digit.

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int workers = 48;
 constexpr std::size_t longestBody = std::size_t{64} * 1024;
+constexpr int noAlert = 0;
 constexpr int readSeconds = 10;
 /// How long a kept connection may say nothing. It holds a worker meanwhile.
 constexpr int idleSeconds = 2;
@@ -29,19 +30,8 @@ constexpr int idleSeconds = 2;
 /// The connection that this worker thread serves: the HTTP library does not hand it out, and the faults need it.
 thread_local SSL *currentConnection = nullptr;
 
-void rememberConnection(const SSL *connection, int where, int)
-{
-    if (where & SSL_CB_HANDSHAKE_START)
-        currentConnection = const_cast<SSL *>(connection);
-}
-
-bool setUpTls(SSL_CTX &context, const Identity &identity)
-{
-    SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
-    SSL_CTX_set_info_callback(&context, rememberConnection);
-    return SSL_CTX_use_certificate(&context, identity.tlsCertificate()) == 1 &&
-           SSL_CTX_use_PrivateKey(&context, identity.tlsKey()) == 1;
-}
+/// The alert that its client sent in the handshake.
+thread_local int currentAlert = noAlert;
 
 /// Only the reuse that skips a finished server's waiting time: two services on one address would share its connections.
 void setSocketOptions(socket_t socket)
@@ -79,8 +69,15 @@ Service::Service(const Identity &identity, Ledger &ledger, Journal &journal, con
     , m_host(host)
     , m_hangSeconds(hangSeconds)
     , m_cashier(ledger, urlOf(host) + u"verify/"_s)
+    , m_inspector(ledger, m_director)
 {
-    m_server = std::make_unique<httplib::SSLServer>([this](SSL_CTX &context) { return setUpTls(context, m_identity); });
+    m_server = std::make_unique<httplib::SSLServer>([this](SSL_CTX &context) {
+        SSL_CTX_set_app_data(&context, this);
+        SSL_CTX_set_min_proto_version(&context, TLS1_2_VERSION);
+        SSL_CTX_set_info_callback(&context, watch);
+        return SSL_CTX_use_certificate(&context, m_identity.tlsCertificate()) == 1 &&
+               SSL_CTX_use_PrivateKey(&context, m_identity.tlsKey()) == 1;
+    });
     m_server->new_task_queue = [] { return new httplib::ThreadPool(workers); };
     m_server->set_keep_alive_max_count(std::numeric_limits<std::size_t>::max());
     m_server->set_keep_alive_timeout(idleSeconds);
@@ -125,6 +122,24 @@ bool Service::start(QString &problem)
     return true;
 }
 
+bool Service::startInspector(int inspectorPort, QString &problem)
+{
+    m_plainServer = std::make_unique<httplib::Server>();
+    m_plainServer->set_socket_options(setSocketOptions);
+    m_plainServer->set_tcp_nodelay(true);
+    m_plainServer->set_payload_max_length(longestBody);
+    m_inspector.addRoutes(*m_plainServer, u"http"_s, m_host, inspectorPort);
+    if (!m_plainServer->bind_to_port(m_host.toStdString(), inspectorPort)) {
+        problem = u"the inspector can't listen on port %1 of %2: give another with --inspector"_s.arg(inspectorPort)
+                      .arg(m_host);
+        return false;
+    }
+    m_plainThread = std::thread([this] { m_plainServer->listen_after_bind(); });
+    while (!m_plainServer->is_running())
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return true;
+}
+
 void Service::stop()
 {
     {
@@ -132,6 +147,10 @@ void Service::stop()
         m_isStopping = true;
     }
     m_stopped.notify_all();
+    if (m_plainThread.joinable()) {
+        m_plainServer->stop();
+        m_plainThread.join();
+    }
     if (!m_thread.joinable())
         return;
     m_server->stop();
@@ -144,8 +163,44 @@ void Service::wait(int seconds)
     m_stopped.wait_for(lock, std::chrono::seconds(seconds), [this] { return m_isStopping; });
 }
 
+void Service::watch(const SSL *connection, int where, int result)
+{
+    if (where & SSL_CB_HANDSHAKE_START) {
+        currentConnection = const_cast<SSL *>(connection);
+        currentAlert = noAlert;
+    } else if (where == SSL_CB_READ_ALERT) {
+        currentAlert = result;
+    } else if (where == SSL_CB_ACCEPT_EXIT && result <= 0 && SSL_get_error(connection, result) == SSL_ERROR_SSL) {
+        auto *service = static_cast<Service *>(SSL_CTX_get_app_data(SSL_get_SSL_CTX(connection)));
+        service->noteFailedHandshake(currentAlert);
+    }
+}
+
+void Service::noteFailedHandshake(int alert)
+{
+    const unsigned long error = ERR_peek_last_error();
+    // Somebody only looked whether the port is open.
+    if (alert == noAlert && ERR_GET_REASON(error) == SSL_R_UNEXPECTED_EOF_WHILE_READING)
+        return;
+    QString problem;
+    if (alert == noAlert) {
+        const char *reason = ERR_reason_error_string(error);
+        problem = u"no TLS handshake: %1"_s.arg(QString::fromLatin1(reason ? reason : "unknown reason"));
+    } else {
+        problem = u"the client refused the service's certificate: %1"_s.arg(
+            QString::fromLatin1(SSL_alert_desc_string_long(alert)));
+    }
+    note({{"kind"_L1, u"tls"_s}, {"status"_L1, 0}, {"tls"_L1, problem}});
+}
+
+void Service::note(const QJsonObject &entry, const QJsonObject &answer)
+{
+    m_inspector.note(m_journal.add(entry, answer), answer);
+}
+
 void Service::addRoutes()
 {
+    m_inspector.addRoutes(*m_server, u"https"_s, m_host, port);
     using httplib::Request;
     using httplib::Response;
     m_server->Post("/8/request", [this](const Request &request, Response &response) { exchange(request, response); });
@@ -189,10 +244,10 @@ void Service::verify(const httplib::Request &request, httplib::Response &respons
 
 void Service::journalPlain(const httplib::Request &request, const QString &kind, int status)
 {
-    m_journal.add({{"path"_L1, QString::fromStdString(request.path)},
-                   {"method"_L1, QString::fromStdString(request.method)},
-                   {"kind"_L1, kind},
-                   {"status"_L1, status}});
+    note({{"path"_L1, QString::fromStdString(request.path)},
+          {"method"_L1, QString::fromStdString(request.method)},
+          {"kind"_L1, kind},
+          {"status"_L1, status}});
 }
 
 void Service::exchange(const httplib::Request &request, httplib::Response &response)
@@ -201,7 +256,7 @@ void Service::exchange(const httplib::Request &request, httplib::Response &respo
     const auto reject = [&](const QString &reason) {
         entry.insert("status"_L1, 400);
         entry.insert("violation"_L1, reason);
-        m_journal.add(entry);
+        note(entry);
         answerText(response, 400, reason);
     };
     if (request.get_header_value("Content-Type") != "application/json")
@@ -223,15 +278,20 @@ void Service::exchange(const httplib::Request &request, httplib::Response &respo
     if (const auto violation = requestViolation(*sent))
         return reject(*violation);
 
-    const Outcome outcome = m_cashier.serve(*sent);
+    const Direction direction = m_director.direct(kindOf(*sent), entry.value("request"_L1).toObject());
+    if (!direction.deviation.isEmpty())
+        entry.insert("deviation"_L1, direction.deviation);
+    const Outcome outcome = m_cashier.serve(*sent, direction);
     entry.insert("token"_L1, outcome.tokenName);
     entry.insert("posts"_L1, outcome.posts);
+    if (outcome.amount > 0)
+        entry.insert("amount"_L1, static_cast<qint64>(outcome.amount));
     if (outcome.violation)
         return reject(*outcome.violation);
     entry.insert("scenario"_L1, outcome.scenario->number);
     entry.insert("rc"_L1, outcome.answer.value("rc"_L1));
     entry.insert("status"_L1, statusFor(outcome.scenario->fault));
-    m_journal.add(entry);
+    note(entry, maskAnswer(outcome.answer));
 
     const Wire wire{currentConnection, [this](int seconds) { wait(seconds); }, m_hangSeconds};
     answer(response, QJsonDocument(outcome.answer).toJson(QJsonDocument::Compact), opened->key, outcome.scenario->fault,

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "Cashier.h"
+#include "Director.h"
 #include "Identity.h"
+#include "Inspector.h"
 #include "Journal.h"
 #include "WireFaults.h"
 
@@ -12,6 +14,7 @@
 
 namespace httplib {
 class SSLServer;
+class Server;
 struct Request;
 } // namespace httplib
 
@@ -31,11 +34,17 @@ public:
 
     /// Listens and serves until `stop`. False where the address can't be had; `problem` then says why and what to do.
     bool start(QString &problem);
+    /// Serves the inspector without TLS as well, on this port of the same address; to be called once.
+    bool startInspector(int inspectorPort, QString &problem);
     void stop();
 
+    Director &director() { return m_director; }
     QString url() const;
 
 private:
+    static void watch(const SSL *connection, int where, int result);
+    void noteFailedHandshake(int alert);
+    void note(const QJsonObject &entry, const QJsonObject &answer = {});
     void addRoutes();
     void exchange(const httplib::Request &request, httplib::Response &response);
     void list(const httplib::Request &request, httplib::Response &response, const QByteArray &content);
@@ -49,8 +58,12 @@ private:
     QString m_host;
     int m_hangSeconds;
     Cashier m_cashier;
+    Director m_director;
+    Inspector m_inspector;
     std::unique_ptr<httplib::SSLServer> m_server;
     std::thread m_thread;
+    std::unique_ptr<httplib::Server> m_plainServer;
+    std::thread m_plainThread;
     std::mutex m_mutex;
     std::condition_variable m_stopped;
     bool m_isStopping = false;

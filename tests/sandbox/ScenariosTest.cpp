@@ -13,8 +13,11 @@ using namespace Qt::StringLiterals;
 TEST(Scenarios, NumbersChooseTheirScenarioOnTheirSideOnly)
 {
     std::set<int> numbers;
+    std::set<QString> names;
     for (const Scenario &scenario : scenarios()) {
         EXPECT_TRUE(numbers.insert(scenario.number).second) << scenario.number;
+        EXPECT_FALSE(scenarioName(scenario.number).isEmpty()) << scenario.number;
+        EXPECT_TRUE(names.insert(scenarioName(scenario.number)).second) << scenario.number;
         const bool onToken = scenario.side != Side::Payment;
         const bool onPayment = scenario.side != Side::Token;
         EXPECT_EQ(scenarioForMobile(mobileNumberFor(scenario.number)).number, onToken ? scenario.number : 0);
