@@ -1,11 +1,13 @@
 #include "LibrarySeal.h"
 
-#include <QCryptographicHash>
+#include "security/Digests.h"
 
 #include <algorithm>
 #include <iterator>
 #include <link.h>
 #include <span>
+#include <string_view>
+#include <vector>
 
 namespace kelpay {
 
@@ -49,14 +51,14 @@ bool LibrarySeal::isBroken()
     dl_iterate_phdr(visit, &library);
     if (!library.isShared)
         return false;
-    QCryptographicHash hash(QCryptographicHash::Sha256);
+    std::vector<std::string_view> sealed;
     for (const auto &segment : library.segments) {
         if (isSealed(segment))
-            hash.addData(QByteArrayView(reinterpret_cast<const char *>(library.begin + segment.p_vaddr),
-                                        static_cast<qsizetype>(segment.p_filesz)));
+            sealed.emplace_back(reinterpret_cast<const char *>(library.begin + segment.p_vaddr), segment.p_filesz);
     }
-    const QByteArray actual = hash.result();
-    return !std::equal(actual.begin(), actual.end(), std::begin(seal), std::end(seal),
+    const auto actual = SHA256(sealed);
+    return !actual ||
+           !std::equal(actual->view().begin(), actual->view().end(), std::begin(seal), std::end(seal),
                        [](char now, unsigned char built) { return static_cast<unsigned char>(now) == built; });
 }
 

@@ -3,6 +3,8 @@
 #include "platform/Bytes.h"
 
 #include <optional>
+#include <span>
+#include <string_view>
 
 namespace kelpay {
 
@@ -12,6 +14,8 @@ namespace kelpay {
 std::optional<Bytes> SHA1(const Bytes &data);
 std::optional<Bytes> SHA224(const Bytes &data);
 std::optional<Bytes> SHA256(const Bytes &data);
+/// Of the parts as they follow each other.
+std::optional<Bytes> SHA256(std::span<const std::string_view> parts);
 std::optional<Bytes> SHA384(const Bytes &data);
 std::optional<Bytes> SHA512(const Bytes &data);
 
