@@ -250,9 +250,11 @@ void CoreNetworking::finish(const Exchange &exchange, const UrlResult &result) c
 /// key; undefined, with a log line, where that gives none.
 QJsonValue CoreNetworking::open(const QByteArray &body) const
 {
-    QString text = QString::fromUtf8(body).remove(u'\\');
-    text = text.size() < 2 ? QString() : text.sliced(1, text.size() - 2);
-    const auto plain = text.isEmpty() ? std::nullopt : CoreSecurity(*m_surroundings.defaults).decryptRequest(text);
+    const auto plain = [&]() -> std::optional<Bytes> {
+        QString text = QString::fromUtf8(body).remove(u'\\');
+        text = text.size() < 2 ? QString() : text.sliced(1, text.size() - 2);
+        return text.isEmpty() ? std::nullopt : CoreSecurity(*m_surroundings.defaults).decryptRequest(text);
+    }();
     const QJsonDocument document = plain
                                        ? readJson(QByteArray::fromRawData(reinterpret_cast<const char *>(plain->data()),
                                                                           static_cast<qsizetype>(plain->size())))

@@ -67,7 +67,7 @@ void fetchList(const QString &path, const KelPayCore::ListCallback &completion)
         completion(false, QVariantMap());
         return;
     }
-    const QJsonDocument document = readJson(response->body);
+    const QJsonDocument document = readJson(response->body, JsonUse::List);
     completion(true, document.isNull() ? QVariant() : document.toVariant());
 }
 
