@@ -25,7 +25,7 @@ endfunction()
 function(kelpay_target target)
     set_target_properties(${target} PROPERTIES AUTOMOC ON)
     target_include_directories(${target} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
-    target_link_libraries(${target} PRIVATE kelpay_build)
+    target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:kelpay_build>)
     # What Qt compiles from QML is large: one unit a target builds in a fraction of the time. It shadows its own names.
     get_target_property(generated ${target} SOURCES)
     list(FILTER generated INCLUDE REGEX "/\\.rcc/")

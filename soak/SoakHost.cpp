@@ -5,7 +5,7 @@
 //     kelpay-soak-host --unsettled             the ledger's list
 
 #include "examples/shop/JsonLine.h"
-#include "examples/shop/Screen.h"
+#include "testing/Screen.h"
 
 #include <KelPay/KelPayCore.h>
 #include <KelPay/KelPaySandbox.h>
@@ -25,6 +25,7 @@
 
 using namespace Qt::StringLiterals;
 using kelpay::KelPayCore;
+using kelpay::testing::Screen;
 using Kind = kelpay::PaymentEvent::Kind;
 
 namespace {

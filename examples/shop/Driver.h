@@ -1,10 +1,9 @@
 #pragma once
 
-#include "InputMeans.h"
 #include "JsonLine.h"
 #include "ShopOptions.h"
 
-#include <QElapsedTimer>
+#include <KelPay/Testing.h>
 #include <QObject>
 #include <QTimer>
 
@@ -22,32 +21,14 @@ public:
     void start();
 
 private:
-    /// What the person does next; a step that can't be done yet is tried again.
-    enum class Step { Buy, AnswerWallet, Verify, LeavePage, Fill, Pay, Close, Watch };
-
-    void look();
-    bool stands(const QString &name);
-    bool take(Step step);
-    bool answerWallet();
-    bool verify();
-    bool leavePage();
-    bool fill();
-    void pickSavedCard();
-    void pickExpiry();
-    void turnTo(const QString &tumbler, const QString &title);
-    void enter(const QString &field, const QString &text);
-    bool close();
+    bool buy();
+    bool pay();
     void receive(const JsonLine &outcome);
     void finish();
-    void shoot(const QString &name);
 
     ShopOptions m_options;
-    InputMeans &m_means;
-    Step m_step = Step::Buy;
-    QTimer m_glance;
+    kelpay::testing::Payer m_payer;
     QTimer m_deadline;
-    QString m_seen;
-    QElapsedTimer m_seenSince;
+    bool m_isOver = false;
     int m_outcomes = 0;
-    int m_pictures = 0;
 };

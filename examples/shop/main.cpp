@@ -1,10 +1,10 @@
 #include "Driver.h"
 #include "JsonLine.h"
-#include "Screen.h"
 #include "Session.h"
 #include "ShopOptions.h"
 
 #include <KelPay/KelPayCore.h>
+#include <KelPay/Testing.h>
 #ifdef KELPAY_SHOP_SANDBOX
 #include <KelPay/KelPaySandbox.h>
 #endif
@@ -97,7 +97,7 @@ void printDevice(const Session &session, const ShopOptions &options)
                 line.append({names[fact], values[fact]});
             printLine(line);
             if (!options.screenshots.isEmpty() && QDir().mkpath(options.screenshots))
-                Screen::save(options.screenshots + u"/about.png"_s);
+                kelpay::testing::Payer().screenshot(options.screenshots + u"/about.png"_s);
             QCoreApplication::quit();
         },
         Qt::SingleShotConnection);

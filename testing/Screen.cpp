@@ -11,6 +11,8 @@
 
 #include <utility>
 
+namespace kelpay::testing {
+
 namespace {
 
 bool canBeSeen(const QQuickItem *item)
@@ -167,3 +169,5 @@ bool Screen::save(const QString &path)
     QQuickWindow *shown = window();
     return shown && shown->grabWindow().save(path);
 }
+
+} // namespace kelpay::testing

@@ -6,7 +6,9 @@
 class QQuickItem;
 class QQuickWindow;
 
-/// Eyes and hands of the driver: finds items by name in any window of the application, and touches them with the events
+namespace kelpay::testing {
+
+/// Eyes and hands: finds items by name in any window of the application, and touches them with the events
 /// that a mouse and a keyboard make.
 class Screen
 {
@@ -35,3 +37,5 @@ public:
 private:
     static void scrollIntoView(QQuickItem *item, Touch touch);
 };
+
+} // namespace kelpay::testing

@@ -15,6 +15,8 @@
 #include <memory>
 #include <vector>
 
+namespace kelpay::testing {
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -210,24 +212,31 @@ void InputMeans::pick(int row)
     Screen::press(Qt::Key_Return);
 }
 
-InputMeans &InputMeans::of(const QString &kind)
+InputMeans &InputMeans::of(Payer::Means means)
 {
-    if (kind == u"touch"_s) {
+    static Pointer pointer(Screen::Touch::Mouse);
+    switch (means) {
+    case Payer::Means::Pointer:
+        break;
+    case Payer::Means::Touch: {
         static Pointer finger(Screen::Touch::Finger);
         return finger;
     }
-    if (kind == u"on-screen"_s) {
-        static OnScreen onScreen;
-        return onScreen;
-    }
-    static Pointer pointer(Screen::Touch::Mouse);
-    static Keyboard keyboard;
-    static ScreenReader screenReader;
-    if (kind == u"keyboard"_s)
+    case Payer::Means::Keyboard: {
+        static Keyboard keyboard;
         return keyboard;
-    if (kind == u"accessibility"_s) {
+    }
+    case Payer::Means::ScreenReader: {
+        static ScreenReader screenReader;
         QAccessible::setActive(true); // as the arrival of a screen reader does
         return screenReader;
     }
+    case Payer::Means::OnScreenKeyboard: {
+        static OnScreen onScreen;
+        return onScreen;
+    }
+    }
     return pointer;
 }
+
+} // namespace kelpay::testing

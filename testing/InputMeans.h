@@ -1,8 +1,10 @@
 #pragma once
 
-#include <QString>
+#include <KelPay/Testing.h>
 
-/// How the driver reaches what it has found: each kind stands for a person who can do nothing else.
+namespace kelpay::testing {
+
+/// How a payer reaches what was found.
 class InputMeans
 {
 public:
@@ -18,6 +20,7 @@ public:
     /// Picks a row of the saved cards.
     virtual void pick(int row);
 
-    /// "pointer", "touch", "keyboard", "accessibility", or "on-screen": a pointer, and an on-screen keyboard's keys.
-    static InputMeans &of(const QString &kind);
+    static InputMeans &of(Payer::Means means);
 };
+
+} // namespace kelpay::testing
