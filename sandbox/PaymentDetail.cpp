@@ -20,7 +20,7 @@ struct FormRules
     QRegularExpression expiry;
 };
 
-QRegularExpression whole(const QString &pattern)
+QRegularExpression field(const QString &pattern)
 {
     return QRegularExpression(QRegularExpression::anchoredPattern(pattern));
 }
@@ -28,12 +28,12 @@ QRegularExpression whole(const QString &pattern)
 // A saved card's identifier is any text of its own; whether it exists is the ledger's business.
 const std::array<FormRules, 3> &formRules()
 {
-    static const QRegularExpression none = whole(u"NA"_s);
-    static const QRegularExpression card = whole(u"(?!NA$)[^|]+"_s);
-    static const QRegularExpression pin = whole(u"[0-9]{5,12}"_s);
+    static const QRegularExpression none = field(u"NA"_s);
+    static const QRegularExpression card = field(u"(?!NA$)[^|]+"_s);
+    static const QRegularExpression pin = field(u"[0-9]{5,12}"_s);
     static const std::array rules = {
         FormRules{PaymentForm::PinOnly, card, pin, none, none},
-        FormRules{PaymentForm::Full, card, pin, whole(u"[0-9]{3,6}"_s), whole(u"[0-9]{2}(0[1-9]|1[0-2])"_s)},
+        FormRules{PaymentForm::Full, card, pin, field(u"[0-9]{3,6}"_s), field(u"[0-9]{2}(0[1-9]|1[0-2])"_s)},
         FormRules{PaymentForm::Wallet, none, none, none, none},
     };
     return rules;
