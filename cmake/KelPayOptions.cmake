@@ -4,6 +4,7 @@ option(KELPAY_SANDBOX "Pay against kelpay-sandbox, with an identity made in the 
 option(KELPAY_BUILD_TESTS "Build the tests" OFF)
 option(KELPAY_BUILD_BENCH "Build the benchmarks; scripts/bench does and runs them" OFF)
 option(KELPAY_BUILD_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(KELPAY_INSTALL "Install what a host needs" ${PROJECT_IS_TOP_LEVEL})
 set(KELPAY_SANITIZE OFF CACHE STRING "Build under sanitizers: address (with the undefined-behaviour one), thread, or OFF")
 set_property(CACHE KELPAY_SANITIZE PROPERTY STRINGS OFF address thread)
 option(KELPAY_QML_BYTECODE "Leave the screens' QML as bytecode, which builds faster than C++ and draws slower" OFF)

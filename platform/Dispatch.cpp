@@ -121,30 +121,46 @@ Pools &pools()
     return *instance;
 }
 
+/// Brought by a plugin, the library may start on another thread than the application's.
+template <typename Object> std::unique_ptr<Object> onMainThread(std::unique_ptr<Object> object)
+{
+    object->moveToThread(QCoreApplication::instance()->thread());
+    return object;
+}
+
 /// What is queued for the main queue. Qt is only asked to wake it, for which it gets an event without content.
 class MainQueue : public QObject
 {
 public:
-    using QObject::QObject;
-
-    /// Throws, and has not queued it, where memory is short.
-    static void add(Dispatch::Task task)
+    static void open()
+    {
+        auto opened = onMainThread(std::make_unique<MainQueue>());
+        const std::scoped_lock lock(mutex);
+        instance = std::move(opened);
+    }
+    static void close()
+    {
+        std::list<Dispatch::Task> dropped; // ended outside the lock
+        std::unique_ptr<MainQueue> closed;
+        const std::scoped_lock lock(mutex);
+        dropped.swap(tasks);
+        closed.swap(instance);
+    }
+    /// False where there is no main queue. Throws, and has not queued it, where memory is short.
+    static bool add(Dispatch::Task task)
     {
         auto wake = std::make_unique<QEvent>(QEvent::User);
         const std::scoped_lock lock(mutex);
+        if (!instance)
+            return false;
         tasks.push_back(contained(std::move(task)));
         try {
-            QCoreApplication::postEvent(instance, wake.release());
+            QCoreApplication::postEvent(instance.get(), wake.release());
         } catch (...) {
             tasks.pop_back();
             throw;
         }
-    }
-    static void clear()
-    {
-        std::list<Dispatch::Task> dropped; // ended outside the lock
-        const std::scoped_lock lock(mutex);
-        dropped.swap(tasks);
+        return true;
     }
     void customEvent(QEvent *) override
     {
@@ -159,28 +175,27 @@ public:
         task();
     }
 
-    static inline std::atomic<MainQueue *> instance = nullptr;
-
 private:
-    static inline std::mutex mutex;
-    static inline std::list<Dispatch::Task> tasks; // under the mutex
+    static inline std::mutex mutex; // over what follows
+    static inline std::unique_ptr<MainQueue> instance;
+    static inline std::list<Dispatch::Task> tasks;
 };
 
 void finishTasks()
 {
     shuttingDown = true;
-    QCoreApplication::removePostedEvents(courier.exchange(nullptr)); // who waits goes on
+    const std::unique_ptr<QObject> receiver(courier.exchange(nullptr));
+    QCoreApplication::removePostedEvents(receiver.get()); // who waits goes on
     pools().global.waitForDone(2s);
     pools().transfers.waitForDone(2s);
-    MainQueue::instance = nullptr;
-    MainQueue::clear();
+    MainQueue::close();
 }
 
 void beginTasks()
 {
     shuttingDown = false;
-    courier = new QObject(QCoreApplication::instance());
-    MainQueue::instance = new MainQueue(QCoreApplication::instance());
+    courier = onMainThread(std::make_unique<QObject>()).release();
+    MainQueue::open();
     qAddPostRoutine(finishTasks);
 }
 
@@ -190,11 +205,8 @@ Q_COREAPP_STARTUP_FUNCTION(beginTasks)
 
 void Dispatch::main(Task task)
 {
-    if (!MainQueue::instance) {
+    if (!MainQueue::add(std::move(task)))
         qCWarning(logPlatform, "a task for the main queue was dropped: create a QCoreApplication first");
-        return;
-    }
-    MainQueue::add(std::move(task));
 }
 
 void Dispatch::mainAfter(std::chrono::milliseconds delay, Task task)

@@ -16,8 +16,10 @@
 #include "ui/components/ViewController.h"
 #include "ui/payment/ViewUtils.h"
 
+#include <QFutureWatcher>
 #include <QGuiApplication>
 #include <QJsonObject>
+#include <QPromise>
 
 namespace kelpay {
 
@@ -54,21 +56,57 @@ void refuse(const char *reason)
     HostProfile::shared().tell({.kind = PaymentEvent::Kind::Refused});
 }
 
-void fetchList(const QString &path, const KelPayCore::ListCallback &completion)
+/// What a list's callback is given.
+struct List
+{
+    bool ok = false;
+    QVariant items = QVariantMap();
+};
+
+const auto internetPath = u"/3/Internet/get"_s;
+const auto chargePath = u"/3/Charge/get"_s;
+
+List fetchList(const QString &path)
 {
     const UrlResult result = UrlSession::contents(Deployment::serviceUrl(path));
     const auto *response = std::get_if<UrlResponse>(&result);
     if (const auto *error = std::get_if<TransportError>(&result))
         qCWarning(logNetwork, "the list %s can't be fetched: %s", qUtf8Printable(path),
                   qUtf8Printable(error->localizedDescription));
-    if (!completion)
-        return;
-    if (!response || response->body.isEmpty() || !response->body.isValidUtf8()) {
-        completion(false, QVariantMap());
+    if (!response || response->body.isEmpty() || !response->body.isValidUtf8())
+        return {};
+    const QJsonDocument document = readJson(response->body, JsonUse::List);
+    return {true, document.isNull() ? QVariant() : document.toVariant()};
+}
+
+void tellList(const QString &path, const KelPayCore::ListCallback &completion)
+{
+    const List list = fetchList(path);
+    if (completion)
+        completion(list.ok, list.items);
+}
+
+void tellListLater(const QString &path, QObject *context, KelPayCore::ListCallback completion)
+{
+    if (!context) {
+        programmingError(
+            u"a list that is fetched without blocking needs a context: give the object that waits for it"_s);
         return;
     }
-    const QJsonDocument document = readJson(response->body, JsonUse::List);
-    completion(true, document.isNull() ? QVariant() : document.toVariant());
+    auto *watcher = new QFutureWatcher<List>(context);
+    QObject::connect(watcher, &QFutureWatcher<List>::finished, context, [watcher, completion = std::move(completion)] {
+        watcher->deleteLater();
+        const List list = watcher->future().resultCount() > 0 ? watcher->result() : List(); // nobody could fetch it
+        if (completion)
+            completion(list.ok, list.items);
+    });
+    const auto promise = std::make_shared<QPromise<List>>();
+    promise->start();
+    watcher->setFuture(promise->future());
+    Dispatch::transfer([promise, path] {
+        promise->addResult(fetchList(path));
+        promise->finish();
+    });
 }
 
 } // namespace
@@ -78,6 +116,11 @@ KelPayCore::KelPayCore() : KelPayCore(std::make_shared<HostProfile>()) {}
 KelPayCore::KelPayCore(std::shared_ptr<HostProfile> profile) : m_profile(std::move(profile)) {}
 
 KelPayCore::~KelPayCore() = default;
+
+QString KelPayCore::version()
+{
+    return Deployment::sdkVersion();
+}
 
 KelPayCore &KelPayCore::sharedInstance()
 {
@@ -212,12 +255,22 @@ bool KelPayCore::settleAttempt(const QString &identifier)
 
 void KelPayCore::getInternetListWithCompletion(const ListCallback &completion)
 {
-    fetchList(u"/3/Internet/get"_s, completion);
+    tellList(internetPath, completion);
+}
+
+void KelPayCore::getInternetListWithCompletion(QObject *context, ListCallback completion)
+{
+    tellListLater(internetPath, context, std::move(completion));
 }
 
 void KelPayCore::getChargeListWithCompletion(const ListCallback &completion)
 {
-    fetchList(u"/3/Charge/get"_s, completion);
+    tellList(chargePath, completion);
+}
+
+void KelPayCore::getChargeListWithCompletion(QObject *context, ListCallback completion)
+{
+    tellListLater(chargePath, context, std::move(completion));
 }
 
 bool KelPayCore::ziaprod() const

@@ -3,11 +3,12 @@
 #include <QObject>
 #include <QQmlEngine>
 #include <QString>
+#include <QVariant>
 
 namespace kelpay {
 
-/// KelPayCore for QML hosts: `import KelPay`, then `Payment { merchantId: "1234"; onFinished: … }`. The engine needs
-/// "qrc:/qt/qml" among its import paths. Signals arrive on the main thread. Several items share the one payment that
+/// KelPayCore for QML hosts: `import KelPay`, then `Payment { merchantId: "1234"; onFinished: … }`. Signals arrive on
+/// the main thread. Several items share the one payment that
 /// can be under way: each sees `busy` and the steps.
 class Payment : public QObject
 {
@@ -20,6 +21,7 @@ class Payment : public QObject
 
 public:
     explicit Payment(QObject *parent = nullptr);
+    ~Payment() override;
 
     bool isBusy() const;
 
@@ -29,6 +31,15 @@ public:
     /// See KelPayCore::abandon.
     Q_INVOKABLE void abandon();
 
+    /// Fetch a product list; the signal of its name answers. See KelPayCore::getInternetListWithCompletion for how long
+    /// that can take.
+    Q_INVOKABLE void fetchInternetList();
+    Q_INVOKABLE void fetchChargeList();
+
+    /// See KelPayCore: one map an attempt, its keys named as UnsettledAttempt's members.
+    Q_INVOKABLE QVariantList unsettledAttempts() const;
+    Q_INVOKABLE bool settleAttempt(const QString &identifier);
+
 Q_SIGNALS:
     void merchantIdChanged();
     void busyChanged();
@@ -37,8 +48,20 @@ Q_SIGNALS:
     /// The outcome; see KelPayCore::StatusCallback.
     void finished(bool success, const QString &code, const QString &description, const QString &reference,
                   const QString &merchantReference);
+    /// See KelPayCore::ListCallback.
+    void internetList(bool ok, const QVariant &list);
+    void chargeList(bool ok, const QVariant &list);
+    /// A mistake of the host's code, see KelPayCore::setProgrammingErrorHandler. While an item handles this signal, the
+    /// process goes on; while none does, it ends.
+    void programmingError(const QString &message);
+
+protected:
+    void connectNotify(const QMetaMethod &signal) override;
+    void disconnectNotify(const QMetaMethod &signal) override;
 
 private:
+    void stopListening();
+
     QString m_merchantId;
 };
 

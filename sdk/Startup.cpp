@@ -5,6 +5,7 @@
 #include "protocol/Attempt.h"
 #include "ui/components/Fonts.h"
 #include "ui/components/RootViewController.h"
+#include <KelPay/KelPayCore.h>
 
 #include <QGuiApplication>
 
@@ -17,8 +18,13 @@ namespace {
 void registerFonts()
 {
     // Registering a font without a GUI application crashes; a console host has no use for one.
-    if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
+        return;
+    // A plugin may bring the library on another thread.
+    if (Dispatch::isMain())
         loadFonts();
+    else
+        Dispatch::main(loadFonts);
 }
 
 } // namespace
@@ -47,3 +53,7 @@ Q_COREAPP_STARTUP_FUNCTION(registerFonts)
 Q_COREAPP_STARTUP_FUNCTION(endWithApplication)
 
 } // namespace kelpay
+
+/// What cmake/KelPayAnchor.cpp holds on to; never called.
+extern "C" KELPAY_EXPORT void kelpay_anchor();
+void kelpay_anchor() {}

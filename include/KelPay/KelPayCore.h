@@ -17,6 +17,10 @@
 #define KELPAY_EXPORT Q_DECL_IMPORT
 #endif
 
+QT_BEGIN_NAMESPACE
+class QObject;
+QT_END_NAMESPACE
+
 namespace kelpay {
 
 class HostProfile;
@@ -66,6 +70,9 @@ public:
 
     /// The process-wide instance, made on first use. Any thread.
     static KelPayCore &sharedInstance();
+
+    /// The library's version, "1.0.0" say; of what runs, not of what was compiled against. Any thread.
+    static QString version();
 
     /// Remembers the merchant identifier, for this and later runs of the application. Gives an instance of its own, not
     /// the shared one; the lasting effect is the stored identifier, so the result may be dropped.
@@ -123,10 +130,15 @@ public:
     void abandon();
 
     /// Fetches the list of internet packages. Blocks, then calls `completion` once, on the calling thread. Any thread;
-    /// needs no screen.
+    /// needs no screen. A service that can't be reached is given up after 60 seconds, one that falls silent 60 seconds
+    /// after its last byte: on a dead network it takes two minutes at most. Bytes that trickle end after ten minutes.
     void getInternetListWithCompletion(const ListCallback &completion);
-    /// The same for the list of charge products.
+    /// Without blocking: returns at once, and calls `completion` once from the event loop of the calling thread, which
+    /// must be that of `context`; not once `context` was destroyed or the application was about to quit.
+    void getInternetListWithCompletion(QObject *context, ListCallback completion);
+    /// The same two for the list of charge products.
     void getChargeListWithCompletion(const ListCallback &completion);
+    void getChargeListWithCompletion(QObject *context, ListCallback completion);
 
     // Settings of this instance; payments read those of sharedInstance() alone. Any thread.
 
