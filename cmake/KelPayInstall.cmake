@@ -22,6 +22,10 @@ install(FILES
     DESTINATION ${package} COMPONENT development)
 
 set(pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+get_target_property(library kelpay OUTPUT_NAME)
+if(NOT library)
+    set(library kelpay)
+endif()
 file(RELATIVE_PATH up /prefix/${pkgconfig} /prefix)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/kelpay.pc.in kelpay.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kelpay.pc DESTINATION ${pkgconfig} COMPONENT development)

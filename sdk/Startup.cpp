@@ -24,7 +24,7 @@ void registerFonts()
     if (Dispatch::isMain())
         loadFonts();
     else
-        Dispatch::main(loadFonts);
+        QMetaObject::invokeMethod(QCoreApplication::instance(), loadFonts, Qt::QueuedConnection);
 }
 
 } // namespace
