@@ -73,6 +73,14 @@ def lint(prefix):
             faults.append(f"qmllint: {done.stderr}")
 
 
+def read_docs():
+    """The page shows the test that is built here."""
+    page = Path(source, "docs/testing.md").read_text()
+    for name in ("CMakeLists.txt", "CheckoutTest.cpp"):
+        if Path(source, "tests/consumers/foreign", name).read_text().rstrip() not in page:
+            faults.append(f"docs/testing.md shows another {name} than tests/consumers/foreign has")
+
+
 def pay(prefix, hosts, scratch):
     service_program = prefix / "bin/kelpay-sandbox"
     identity = scratch / "identity"
@@ -113,6 +121,7 @@ with tempfile.TemporaryDirectory(prefix="kelpay-consumers-") as folder:
     prefix = scratch / "prefix"
     hosts = built_from(prefix, scratch)
     print(f"built after {time.monotonic() - started:.1f} s")
+    read_docs()
     if not faults:
         lint(prefix)
         pay(prefix, hosts, scratch)
