@@ -2,6 +2,7 @@
 // as one line of JSON.
 //
 //     kelpay-fault-host token|payment|whole
+//     kelpay-fault-host list|echo URL         says only how many bytes came, or -1
 //
 // When its standard input ends the payer gives up; the process waits two seconds for what follows.
 
@@ -9,6 +10,7 @@
 #include "device/HostProfile.h"
 #include "device/Outcomes.h"
 #include "platform/Dispatch.h"
+#include "platform/UrlSession.h"
 #include "protocol/CoreNetworking.h"
 
 #include <QCoreApplication>
@@ -146,6 +148,13 @@ int main(int argc, char **argv)
     QCoreApplication::setOrganizationDomain(u"example.org"_s);
     CoreKeychain().setString(u"1001"_s, u"mid"_s);
     const QString what = QCoreApplication::arguments().value(1);
+    if (what == u"list"_s || what == u"echo"_s) {
+        const QUrl url(QCoreApplication::arguments().value(2));
+        const UrlResult result = what == u"list"_s ? UrlSession::contents(url) : UrlSession::publicContents(url);
+        const auto *const response = std::get_if<UrlResponse>(&result);
+        std::printf("%lld\n", response ? static_cast<long long>(response->body.size()) : -1);
+        return 0;
+    }
     Host host{.isPayment = what == u"payment"_s, .isWhole = what == u"whole"_s};
     // There where calls are made to fail; up to here is what any application does.
     if (const auto begin = reinterpret_cast<void (*)()>(dlsym(RTLD_DEFAULT, "beginTorture")))

@@ -267,6 +267,8 @@ def rows():
     yield Row("1xx without end", "lost", flood("", "HTTP/1.1 100 Continue\r\nX-Filler: " + "x" * 4000 + "\r\n\r\n", 5000))
     yield Row("a hundred megabytes", "lost", flood(OK + "Content-Length: 104857600\r\n\r\n", BLOCK, 1600))
     yield Row("a hundred megabytes, no length", "lost", flood(OK + "\r\n", BLOCK, 1600))
+    for size, end in ((1 << 20, "unreadable"), ((1 << 20) + 1, "lost")):
+        yield Row(f"{size} bytes", end, answering(OK, f"Content-Length: {size}\r\n\r\n", "A" * size))
     bomb = gzip.compress(bytes(1 << 27), 6)
     yield Row("a bomb", "unreadable", answering(OK, "Content-Encoding: gzip\r\n\r\n", bomb, then=unwrapped))
     yield Row("never an answer", "cancelled", answering(then=held))
@@ -392,6 +394,18 @@ class Wire:
         if so["events"][:2] != ["Started", "Submitted"] or so["listed"] != 2:
             yield f"the third doesn't, or forgets the first: {so}"
 
+    def limits(self):
+        """A list and an echo come whole up to their bound, and not at all beyond it."""
+        cases = [(kind, size, bound) for kind, bound in (("list", 8 << 20), ("echo", 256)) for size in (bound, bound + 1)]
+        for address, (kind, size, bound) in zip(self.addresses[-8:], cases):
+            row = Row(kind, "", answering("HTTP/1.1 200 OK\r\n\r\n", "7" * size))
+            row.listen(address, self.contexts["good"])
+            env = self.env | {"XDG_DATA_HOME": str(self.folder / "limits"), "KELPAY_SERVICE_HOST": row.address}
+            came = int(subprocess.check_output([self.host, kind, f"https://{address}:{PORT}/"], env=env))
+            row.close()
+            if came != (size if size == bound else -1):
+                yield f"a {kind} of {size} bytes: {came} came"
+
     @staticmethod
     def faults(row, kind, done, took):
         if done.returncode:
@@ -450,7 +464,7 @@ def main():
         if not wire.speaks_old_tls():
             failed += 1
             print("no TLS 1.1 here: its row says nothing")
-        for fault in wire.gate():
+        for fault in (*wire.gate(), *wire.limits()):
             failed += 1
             print(fault)
         if elsewhere.counts:
