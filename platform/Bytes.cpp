@@ -1,5 +1,8 @@
 #include "Bytes.h"
 
+#include "Log.h"
+#include "SecretPages.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringDecoder>
@@ -23,6 +26,17 @@ std::shared_ptr<std::uint8_t> wipedStorage(std::size_t capacity)
 }
 
 } // namespace
+
+std::shared_ptr<std::uint8_t> secretStorage(std::size_t capacity)
+{
+    if (void *pages = SecretPages::take(capacity))
+        return {static_cast<std::uint8_t *>(pages), [capacity](std::uint8_t *p) { SecretPages::release(p, capacity); }};
+    [[maybe_unused]] static const bool isLogged = [] {
+        qCWarning(logSecurity, "there are no pages for what is typed; it is wiped, but can be swapped out and dumped");
+        return true;
+    }();
+    return wipedStorage(capacity);
+}
 
 void wipe(void *data, std::size_t size) noexcept
 {
@@ -68,7 +82,7 @@ QString Bytes::toText() const
     return utf8(QByteArrayView(data(), static_cast<qsizetype>(m_size)));
 }
 
-BytesBuilder::BytesBuilder(std::size_t capacity)
+BytesBuilder::BytesBuilder(std::size_t capacity, Storage storage) : m_kind(storage)
 {
     if (capacity > 0)
         reserve(capacity);
@@ -76,7 +90,7 @@ BytesBuilder::BytesBuilder(std::size_t capacity)
 
 void BytesBuilder::reserve(std::size_t capacity)
 {
-    auto grown = wipedStorage(capacity);
+    auto grown = m_kind == Storage::Heap ? wipedStorage(capacity) : secretStorage(capacity);
     if (m_size > 0)
         std::memcpy(grown.get(), m_storage.get(), m_size);
     m_storage = std::move(grown);

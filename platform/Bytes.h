@@ -49,12 +49,22 @@ private:
     std::size_t m_size = 0;
 };
 
+/// Memory for what the payer typed, wiped with its last owner: SecretPages, or where there are none any memory and a
+/// log line. What it holds at first is anything.
+std::shared_ptr<std::uint8_t> secretStorage(std::size_t capacity);
+
+/// Where a builder keeps what it is given.
+enum class Storage {
+    Heap,
+    SecretPages, ///< For what the payer typed; a page at least.
+};
+
 /// Writes a Bytes piece by piece. Storage that is outgrown or abandoned is wiped. One thread at a time.
 class BytesBuilder
 {
 public:
     /// Room for `capacity` bytes; an exact guess means no reallocation.
-    explicit BytesBuilder(std::size_t capacity = 0);
+    explicit BytesBuilder(std::size_t capacity = 0, Storage storage = Storage::Heap);
     BytesBuilder(const BytesBuilder &) = delete;
     BytesBuilder &operator=(const BytesBuilder &) = delete;
     ~BytesBuilder() = default;
@@ -76,6 +86,7 @@ public:
 private:
     void reserve(std::size_t capacity);
 
+    const Storage m_kind;
     std::shared_ptr<std::uint8_t> m_storage;
     std::size_t m_size = 0;
     std::size_t m_capacity = 0;

@@ -6,6 +6,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 namespace kelpay {
 
@@ -142,15 +143,37 @@ void appendValue(BytesBuilder &out, const QJsonValue &value)
 
 void appendJson(BytesBuilder &out, const QJsonObject &object)
 {
-    out.append('{');
-    for (auto entry = object.constBegin(); entry != object.constEnd(); ++entry) {
-        if (entry != object.constBegin())
-            out.append(',');
-        appendText(out, PassingText(entry.key()).view());
-        out.append(':');
-        appendValue(out, entry.value());
+    JsonObjectWriter writer(out);
+    for (auto entry = object.constBegin(); entry != object.constEnd(); ++entry)
+        writer.put(entry.key(), entry.value());
+}
+
+BytesBuilder &JsonObjectWriter::member(const QString &key)
+{
+    if (!std::exchange(m_isFirst, false))
+        m_out.append(',');
+    appendText(m_out, key);
+    m_out.append(':');
+    return m_out;
+}
+
+void JsonObjectWriter::put(const QString &key, const QJsonValue &value)
+{
+    appendValue(member(key), value);
+}
+
+void JsonObjectWriter::put(const QString &key, const Bytes &text)
+{
+    BytesBuilder &out = member(key);
+    out.append('"');
+    for (const char c : text.view()) {
+        char escaped[6];
+        if (static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\')
+            out.append(escaped, static_cast<std::size_t>(putEscaped(escaped, static_cast<char16_t>(c)) - escaped));
+        else
+            out.append(c);
     }
-    out.append('}');
+    out.append('"');
 }
 
 } // namespace kelpay

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cstring>
+#include <sys/resource.h>
 
 namespace kelpay {
 
@@ -31,6 +32,20 @@ TEST(Bytes, TextRoundTrips)
 {
     for (const auto &text : {QString(), u"abc"_s, u"پرداخت ۱۲"_s, QString::fromUtf8("\xF0\x9F\x99\x82")})
         EXPECT_EQ(Bytes::fromText(text).toText(), text);
+}
+
+TEST(Bytes, SecretsAreHeldWhereTheSystemGivesNoPages)
+{
+    rlimit before;
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit none{1, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &none), 0);
+    {
+        BytesBuilder builder(16, Storage::SecretPages);
+        builder.append("12345");
+        EXPECT_EQ(builder.take().view(), "12345");
+    }
+    setrlimit(RLIMIT_AS, &before);
 }
 
 // Reads storage after its release on purpose, so not under a sanitizer.
