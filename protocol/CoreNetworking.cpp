@@ -4,6 +4,7 @@
 #include "platform/Deployment.h"
 #include "platform/Dispatch.h"
 #include "platform/Json.h"
+#include "platform/JsonWriter.h"
 #include "platform/Log.h"
 #include "records/Record.h"
 #include "security/CoreSecurity.h"
@@ -54,19 +55,19 @@ std::shared_ptr<CoreNetworking> CoreNetworking::create(Surroundings surroundings
     return std::shared_ptr<CoreNetworking>(new CoreNetworking(std::move(surroundings)));
 }
 
-void CoreNetworking::sendTokenRequest(const QString &input, ResponseBlock block)
+void CoreNetworking::sendTokenRequest(const Bytes &input, ResponseBlock block)
 {
     send(token, input, std::move(block));
 }
 
-void CoreNetworking::sendPaymentRequest(const QString &input, ResponseBlock block)
+void CoreNetworking::sendPaymentRequest(const Bytes &input, ResponseBlock block)
 {
     send(payment, input, std::move(block));
 }
 
-std::optional<CoreNetworking::Input> CoreNetworking::readTokenInput(const QString &input, UserDefaults &defaults)
+std::optional<CoreNetworking::Input> CoreNetworking::readTokenInput(const Bytes &input, UserDefaults &defaults)
 {
-    const QStringList fields = input.split("||"_L1);
+    const QStringList fields = input.toText().split("||"_L1);
     if (fields.size() < 3) {
         programmingError(u"a token request needs three fields: MSISDN||additional data||payment parameters"_s);
         return std::nullopt;
@@ -74,15 +75,15 @@ std::optional<CoreNetworking::Input> CoreNetworking::readTokenInput(const QStrin
     defaults.setString(u"rsn"_s, fields[1]);
     defaults.setString(u"pcc"_s, fields[2].split(u'|').first());
     defaults.setString(u"pn"_s, fields[0]);
-    return Input{.msisdn = fields[0], .applicationData = fields[2], .additionalData = fields[1]};
+    return Input{.msisdn = fields[0], .applicationData = Bytes::fromText(fields[2]), .additionalData = fields[1]};
 }
 
-std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const QString &input, UserDefaults &defaults)
+std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const Bytes &input, UserDefaults &defaults)
 {
     return Input{.msisdn = defaults.string(u"pn"_s), .applicationData = input, .additionalData = u"NA"_s};
 }
 
-void CoreNetworking::sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const QString &input,
+void CoreNetworking::sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const Bytes &input,
                                       ResponseBlock block)
 {
     const auto begin = [attempt, send, input, block = std::move(block)] {
@@ -101,18 +102,26 @@ void CoreNetworking::sendInBackground(std::shared_ptr<Attempt> attempt, Send sen
     }
 }
 
-void CoreNetworking::send(const Exchange &exchange, const QString &input, ResponseBlock block)
+void CoreNetworking::send(const Exchange &exchange, const Bytes &input, ResponseBlock block)
 {
     this->*exchange.answered = std::move(block);
-    const auto built = build(exchange, input);
+    auto built = build(exchange, input);
     if (const auto *fault = std::get_if<Fault>(&built)) {
         fallSilent(exchange, *fault);
         return;
     }
-    const auto &request = std::get<QJsonObject>(built);
+    const auto &request = std::get<Request>(built);
     const auto &attempt = m_surroundings.attempt;
-    const QByteArray envelope = CoreSecurity(*m_surroundings.defaults).encryptRequest(request).toUtf8();
-    if (attempt && !attempt->asking(exchange.isPayment, request["mi"_L1].toString())) {
+    const auto write = [&request](BytesBuilder &out) {
+        JsonObjectWriter json(out);
+        for (auto entry = request.members.begin(); entry != request.members.end(); ++entry)
+            json.put(entry.key(), entry.value());
+        JsonObjectWriter application(json.member(u"ap"_s));
+        application.put(u"v"_s, request.vulnerabilities);
+        application.put(u"r"_s, request.applicationData);
+    };
+    const QByteArray envelope = CoreSecurity(*m_surroundings.defaults).encryptRequest(write).toUtf8();
+    if (attempt && !attempt->asking(exchange.isPayment, request.members["mi"_L1].toString())) {
         qCWarning(logNetwork, "the payment isn't sent: it can't be written down; see the line above");
         fallSilent(exchange, Fault::Unsent);
         return;
@@ -141,8 +150,8 @@ void CoreNetworking::giveUp(Attempt &attempt, bool isPayment, Fault fault)
     attempt.landed();
 }
 
-std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exchange &exchange,
-                                                                       const QString &text) const
+std::variant<CoreNetworking::Request, CoreNetworking::Fault> CoreNetworking::build(const Exchange &exchange,
+                                                                                   const Bytes &text) const
 {
     const auto isWithdrawn = [this] { return m_surroundings.attempt && m_surroundings.attempt->isWithdrawn(); };
     if (isWithdrawn())
@@ -171,7 +180,7 @@ std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exc
     const QString &merchant = std::get<QString>(mid);
     const QString &identifier = std::get<QString>(uuid);
     const QString bundle = Merchants::haveServiceIdentifier(merchant) ? u"ir.kel.tobrel"_s : functions.bundleID();
-    return QJsonObject{
+    const QJsonObject members{
         {u"vi"_s, functions.versionString()},
         {u"ar"_s, nullable(input->msisdn) + u';' + nullable(address) + u';'},
         {u"m"_s, exchange.messageType},
@@ -181,13 +190,13 @@ std::variant<QJsonObject, CoreNetworking::Fault> CoreNetworking::build(const Exc
         {u"dd"_s, functions.deviceData()},
         {u"ai"_s, QString::number(defaults.integer(u"ard"_s).value_or(0))},
         {u"di"_s, identifier},
-        {u"ap"_s, QJsonObject{{u"v"_s, vulnerabilities}, {u"r"_s, input->applicationData}}},
         {u"pc"_s, exchange.processingCode},
         {u"ad"_s, QJsonObject{{u"r"_s, input->additionalData}}},
         {u"pn"_s, bundle},
         {u"mi"_s, merchant},
         {u"fp"_s, identifier},
     };
+    return Request{members, vulnerabilities, input->applicationData};
 }
 
 /// A keychain entry that no request is without. A missing one is a programming error, which `advice` mends; one that

@@ -41,18 +41,18 @@ public:
 
     static std::shared_ptr<CoreNetworking> create(Surroundings surroundings = {});
 
-    using Send = void (CoreNetworking::*)(const QString &input, ResponseBlock block);
+    using Send = void (CoreNetworking::*)(const Bytes &input, ResponseBlock block);
     /// One of the two below, for `attempt`, off the main queue. Where memory or threads are short nothing leaves, and
     /// the attempt falls silent.
-    static void sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const QString &input,
-                                 ResponseBlock block);
+    static void sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const Bytes &input, ResponseBlock block);
 
-    /// Opens a payment: `input` is "MSISDN||additional data||payment parameters". Blocks for facts and sealing, so call
-    /// it off the main queue; the exchange itself runs in the background. Fewer than three fields are a programming
-    /// error.
-    void sendTokenRequest(const QString &input, ResponseBlock block);
-    /// Completes a payment with the payment screen's detail string. As above.
-    void sendPaymentRequest(const QString &input, ResponseBlock block);
+    /// Opens a payment: `input` is "MSISDN||additional data||payment parameters" in UTF-8. Blocks for facts and
+    /// sealing, so call it off the main queue; the exchange itself runs in the background. Fewer than three fields are
+    /// a programming error.
+    void sendTokenRequest(const Bytes &input, ResponseBlock block);
+    /// Completes a payment with the payment screen's detail string. As above; no copy of it outlives the
+    /// call.
+    void sendPaymentRequest(const Bytes &input, ResponseBlock block);
 
     ResponseBlock tokenResponseBlock() const { return m_tokenResponseBlock; }
     void setTokenResponseBlock(ResponseBlock block) { m_tokenResponseBlock = std::move(block); }
@@ -64,7 +64,7 @@ private:
     struct Input
     {
         std::optional<QString> msisdn;
-        QString applicationData;
+        Bytes applicationData; ///< May hold what the payer typed.
         QString additionalData;
     };
     /// In what an exchange differs from the others.
@@ -75,7 +75,7 @@ private:
         int messageType;
         int processingCode;
         /// Takes the input apart and keeps of it what later steps read; std::nullopt for one that is malformed.
-        std::optional<Input> (*read)(const QString &input, UserDefaults &defaults);
+        std::optional<Input> (*read)(const Bytes &input, UserDefaults &defaults);
         bool movesTrace;
         /// Keeps the answer's record.
         void (CoreFunctions::*store)(const QJsonValue &answer) const;
@@ -87,12 +87,19 @@ private:
     static const Exchange payment;
 
     explicit CoreNetworking(Surroundings surroundings) : m_surroundings(std::move(surroundings)) {}
-    static std::optional<Input> readTokenInput(const QString &input, UserDefaults &defaults);
-    static std::optional<Input> readPaymentInput(const QString &input, UserDefaults &defaults);
+    static std::optional<Input> readTokenInput(const Bytes &input, UserDefaults &defaults);
+    static std::optional<Input> readPaymentInput(const Bytes &input, UserDefaults &defaults);
     /// Why a request can't be had.
     using Fault = Attempt::Silence;
-    void send(const Exchange &exchange, const QString &input, ResponseBlock block);
-    std::variant<QJsonObject, Fault> build(const Exchange &exchange, const QString &input) const;
+    /// A request, but for the application data.
+    struct Request
+    {
+        QJsonObject members;
+        QString vulnerabilities;
+        Bytes applicationData;
+    };
+    void send(const Exchange &exchange, const Bytes &input, ResponseBlock block);
+    std::variant<Request, Fault> build(const Exchange &exchange, const Bytes &input) const;
     std::variant<QString, Fault> identity(const QString &key, const char *advice) const;
     void fallSilent(const Exchange &exchange, Fault fault) const;
     static void giveUp(Attempt &attempt, bool isPayment, Fault fault);

@@ -212,7 +212,7 @@ void KelPayCore::start(const std::optional<QString> &merchantID, const QString &
             attempt->reported(code, false);
     };
     attempt->takeOff();
-    CoreNetworking::sendInBackground(attempt, &CoreNetworking::sendTokenRequest, input, receive);
+    CoreNetworking::sendInBackground(attempt, &CoreNetworking::sendTokenRequest, Bytes::fromText(input), receive);
 }
 
 bool KelPayCore::isBusy() const

@@ -23,11 +23,11 @@ constexpr int lineLength = 76;
 
 const QString latestKey = u"latest_key"_s;
 
-std::optional<Bytes> plainText(const Bytes &iv, const QJsonObject &request)
+std::optional<Bytes> plainText(const Bytes &iv, const std::function<void(BytesBuilder &)> &write)
 try {
-    BytesBuilder plain(4096);
+    BytesBuilder plain(4096, Storage::SecretPages);
     plain.append(iv);
-    appendJson(plain, request);
+    write(plain);
     return plain.take();
 } catch (const std::bad_alloc &) {
     return std::nullopt;
@@ -49,13 +49,18 @@ std::optional<Bytes> wrapped(const Bytes &key)
 
 QString CoreSecurity::encryptRequest(const QJsonObject &request) const
 {
+    return encryptRequest([&request](BytesBuilder &out) { appendJson(out, request); });
+}
+
+QString CoreSecurity::encryptRequest(const std::function<void(BytesBuilder &)> &write) const
+{
     const auto key = generateSymmetricKeyForAlgorithm(CipherAES);
     const auto iv = generateIVForAlgorithm(CipherAES);
     if (const auto keyText = key ? base64EncodedData(*key) : std::nullopt)
         m_defaults.setUtf8(latestKey, *keyText);
     std::optional<Bytes> cipher;
     if (key && iv)
-        cipher = AFAES::sharedAFAES().doCipher(plainText(*iv, request), key, iv, CipherEncrypt);
+        cipher = AFAES::sharedAFAES().doCipher(plainText(*iv, write), key, iv, CipherEncrypt);
     const auto keyBlock = key ? wrapped(*key) : std::nullopt;
 
     const auto rsaText = keyBlock ? base64EncodedString(*keyBlock) : std::nullopt;

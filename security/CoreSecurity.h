@@ -6,6 +6,7 @@
 #include <QJsonObject>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 namespace kelpay {
@@ -20,6 +21,8 @@ public:
     /// The envelope text of `request`, ready to be sent as UTF-8. A step that fails leaves the text "(null)" in its
     /// place.
     QString encryptRequest(const QJsonObject &request) const;
+    /// The same for a request that holds what must not be copied: `write` puts its JSON straight into what is sealed.
+    QString encryptRequest(const std::function<void(BytesBuilder &out)> &write) const;
     /// The plain bytes of an answer's base64 text, or std::nullopt when it can't be opened.
     std::optional<Bytes> decryptRequest(const QString &text) const;
     /// Walks the bytes and produces nothing; no caller depends on it.

@@ -86,12 +86,13 @@ struct Host
 
     void exchange(CoreNetworking::Send kind, const QString &input)
     {
-        CoreNetworking::sendInBackground(attempt, kind, input, [this](bool ok, const QString &, const QString &code) {
+        const auto answered = [this](bool ok, const QString &, const QString &code) {
             if (ok && isWhole && !isPayment)
                 Dispatch::main([this] { pay(); });
             else
                 receive(ok, code);
-        });
+        };
+        CoreNetworking::sendInBackground(attempt, kind, Bytes::fromText(input), answered);
     }
 
     /// With the token that was stored.

@@ -45,7 +45,7 @@ protected:
     {
         attempt->submitted();
         departed = false;
-        CoreNetworking::create(surroundings())->sendPaymentRequest(u"x"_s, {});
+        CoreNetworking::create(surroundings())->sendPaymentRequest(Bytes("x"), {});
     }
     std::vector<Kind> told()
     {

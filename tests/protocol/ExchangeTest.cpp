@@ -118,7 +118,7 @@ TEST_F(ExchangeTest, TellsAStatusToTheTokensSlotAlone)
     std::optional<QString> code;
     const auto object = CoreNetworking::create(surroundings());
     object->setTokenResponseBlock([&](bool, const QString &, const QString &told) { code = told; });
-    object->sendPaymentRequest(u"x"_s, {});
+    object->sendPaymentRequest(Bytes("x"), {});
     std::exchange(completion, {})(UrlResponse{502, {}});
     EXPECT_EQ(code, u"2525345"_s);
 }

@@ -41,7 +41,7 @@ class ExchangeTest : public testing::Test
 {
 protected:
     using Block = CoreNetworking::ResponseBlock;
-    using Send = void (CoreNetworking::*)(const QString &, Block);
+    using Send = CoreNetworking::Send;
     struct Called
     {
         bool ok;
@@ -71,7 +71,7 @@ protected:
                 inside(ok, message, code);
         };
         departed = false;
-        ((*CoreNetworking::create(surroundings())).*send)(input, block);
+        ((*CoreNetworking::create(surroundings())).*send)(Bytes::fromText(input), block);
         if (completion)
             std::exchange(completion, {})(result);
         return called;
@@ -79,7 +79,7 @@ protected:
     std::optional<Called> answer(Send send, const QString &json, const Block &inside = {})
     {
         std::optional<Called> called;
-        ((*CoreNetworking::create(surroundings())).*send)(u"0912||x||7"_s,
+        ((*CoreNetworking::create(surroundings())).*send)(Bytes("0912||x||7"),
                                                           [&](bool ok, const QString &message, const QString &code) {
                                                               EXPECT_FALSE(called);
                                                               called = {ok, message, code};

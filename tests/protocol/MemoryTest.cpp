@@ -70,7 +70,7 @@ TEST_F(ExchangeTest, AnAnswerTakesEightTimesItsSizeAtMost)
           {"small objects", filled(u"{\"rc\":0,\"ds\":[%1{}]}"_s, u"{\"id\":1,\"n\":\"xxxxxxxxxxxxx\"},"_s)},
           {"no JSON", filled(u"%1"_s, u"["_s)}}) {
         for (const Send send : {Send(token), Send(payment)}) {
-            ((*CoreNetworking::create(surroundings())).*send)(u"0912||x||7"_s, {});
+            ((*CoreNetworking::create(surroundings())).*send)(Bytes("0912||x||7"), {});
             const UrlResult result = UrlResponse{200, sealed(json)};
             const auto body = std::get<UrlResponse>(result).body.size();
             const std::int64_t before = held;

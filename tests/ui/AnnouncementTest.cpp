@@ -69,7 +69,7 @@ TEST_F(AnnouncementTest, tellsWhatThePersonMustKnow)
     expectHeard("کمتر از یک دقیقه تا پایان زمان پرداخت مانده است");
 
     screen->form()->setCardNumber(u"6037991234567893"_s);
-    screen->form()->setPin(u"12345"_s);
+    screen->form()->setSecret(CardForm::Pin, u"12345");
     screen->verifyPayment();
     expectHeard("در حال بررسی پرداخت");
     storePaymentAnswer({{u"rc"_s, 51}});

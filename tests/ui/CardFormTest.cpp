@@ -61,10 +61,12 @@ TEST_F(CardFormTest, limitsWhatIsTyped)
                  {CardForm::Cvv2, 0, 0, "-1", false}};
     for (const auto &[field, before, removed, replacement, accepted] : cases) {
         const QString text(before, u'1');
+        const QString typed = QString::fromUtf8(replacement);
         form.setCardNumber(text);
-        form.setPin(text);
-        form.setCvv2(text);
-        EXPECT_EQ(form.textField(field, 0, removed, QString::fromUtf8(replacement)), accepted)
+        form.setSecret(field, text);
+        EXPECT_EQ(field == CardForm::CardNumber ? form.textField(field, 0, removed, typed)
+                                                : form.editSecret(field, 0, removed, typed),
+                  accepted)
             << int(field) << " " << before << " " << replacement;
     }
 }
@@ -160,8 +162,8 @@ TEST_F(CardFormTest, isCompleteFromTheLeastLengthsOn)
         CardForm fresh;
         fresh.setSimple(simple);
         fresh.setCardNumber(QString(card, u'1'));
-        fresh.setPin(QString(pin, u'1'));
-        fresh.setCvv2(QString(cvv2, u'1'));
+        fresh.setSecret(CardForm::Pin, QString(pin, u'1'));
+        fresh.setSecret(CardForm::Cvv2, QString(cvv2, u'1'));
         if (expiry)
             fresh.selectExpiry(3, 4);
         EXPECT_EQ(fresh.isComplete(), complete) << simple << card << pin << cvv2 << expiry;

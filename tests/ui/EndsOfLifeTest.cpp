@@ -30,7 +30,7 @@ protected:
         storeToken();
         screen = presentPayment();
         screen->form()->setCardNumber(u"6037991234567893"_s);
-        screen->form()->setPin(u"12345"_s);
+        screen->form()->setSecret(CardForm::Pin, u"12345");
     }
     void pay()
     {

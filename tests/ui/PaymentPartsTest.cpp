@@ -18,17 +18,16 @@ TEST(PaymentDetailTest, hasNineFieldsInEachForm)
 {
     const PaymentDetail detail{u"501"_s, u"tok"_s, u"R9"_s, u"T1"_s, u"T2"_s};
     const QString card = u"6037991234567893"_s;
-    EXPECT_EQ(detail.simple(card, u"12345"_s), u"501|tok|6037991234567893|12345|5|NA|NA|R9|T1"_s);
-    EXPECT_EQ(detail.full(card, u"12345"_s, u"123"_s, u"99/05"_s),
-              u"501|tok|6037991234567893|12345|59|123|9905|R9|T2"_s);
-    EXPECT_EQ(detail.wallet(), u"501|tok|NA|NA|99|NA|NA|R9|T1"_s);
+    EXPECT_EQ(detail.simple(card, "12345").view(), "501|tok|6037991234567893|12345|5|NA|NA|R9|T1");
+    EXPECT_EQ(detail.full(card, "12345", "123", u"99/05"_s).view(), "501|tok|6037991234567893|12345|59|123|9905|R9|T2");
+    EXPECT_EQ(detail.wallet().view(), "501|tok|NA|NA|99|NA|NA|R9|T1");
 }
 
 TEST(PaymentDetailTest, showsWhatIsMissing)
 {
     const PaymentDetail onlyTb{std::nullopt, std::nullopt, std::nullopt, std::nullopt, u"T2"_s};
-    EXPECT_EQ(onlyTb.wallet(), u"(null)|(null)|NA|NA|99|NA|NA|(null)|T2"_s);
-    EXPECT_EQ(onlyTb.simple(std::nullopt, u"1"_s), u"(null)|(null)|(null)|1|5|NA|NA|(null)|(null)"_s);
+    EXPECT_EQ(onlyTb.wallet().view(), "(null)|(null)|NA|NA|99|NA|NA|(null)|T2");
+    EXPECT_EQ(onlyTb.simple(std::nullopt, "1").view(), "(null)|(null)|(null)|1|5|NA|NA|(null)|(null)");
 }
 
 TEST(CountdownTest, runsTenMinutesAndTwoSeconds)

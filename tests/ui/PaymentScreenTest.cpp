@@ -18,7 +18,7 @@ protected:
     static void fill(PaymentViewController &screen)
     {
         screen.form()->setCardNumber(u"6037991234567893"_s);
-        screen.form()->setPin(u"12345"_s);
+        screen.form()->setSecret(CardForm::Pin, u"12345");
     }
     void expectOutcome(const char *code, const QString &description)
     {
@@ -103,9 +103,9 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
     EXPECT_FALSE(screen->isButtonedOrNeah());
     EXPECT_FALSE(ProgressOverlay::isShown());
 
-    screen->form()->setPin(u"123"_s);
+    screen->form()->setSecret(CardForm::Pin, u"123");
     screen->verifyPayment();
-    EXPECT_EQ(screen->form()->pin(), u"123"_s) << "a failed check empties nothing";
+    EXPECT_EQ(screen->form()->pin(), "123") << "a failed check empties nothing";
 
     fill(*screen);
     screen->verifyPayment();
@@ -113,7 +113,7 @@ TEST_F(PaymentScreenTest, paysOnceAndOpensTheReceipt)
     EXPECT_EQ(sent, QStringList{u"501|tok|6037991234567893|12345|5|NA|NA|R9|T1"_s});
     EXPECT_EQ(ProgressOverlay::status(), u"در حال بررسی پرداخت"_s);
     EXPECT_EQ(UserDefaults::standard().string(u"crn"_s), u"6037991234567893"_s);
-    EXPECT_EQ(screen->form()->pin(), QString());
+    EXPECT_EQ(screen->form()->pin(), "");
 
     storePaymentAnswer({{u"rc"_s, 51}, {u"ds"_s, u"موجودی کافی نیست"_s}});
     answer(false, u"پیام"_s, u"51"_s);
@@ -180,7 +180,7 @@ TEST_F(PaymentScreenTest, closingAsksWhereSomethingWouldBeLost)
 {
     storeToken();
     PaymentViewController *screen = presentPayment();
-    screen->form()->setPin(u"1"_s);
+    screen->form()->setSecret(CardForm::Pin, u"1");
     const auto asks = [screen] {
         screen->closeRequested();
         const bool isAsking = screen->leaveAlert()->isShown();

@@ -228,13 +228,12 @@ TEST_F(PaymentViewTest, keepsSecretsToItself)
         press(QKeySequence::Copy);
         press(QKeySequence::Cut);
         EXPECT_EQ(QGuiApplication::clipboard()->text(), QString());
-        EXPECT_EQ(text(field), u"73912"_s);
+        EXPECT_EQ(text(field), QString(5, QChar(0x2022)));
         QTest::keyClick(window(), Qt::Key_Backspace);
         press(QKeySequence::Undo);
         EXPECT_EQ(text(field), QString());
 
         type(u"73912"_s);
-        EXPECT_EQ(item(field)->property("displayText"), QString(5, QChar(0x2022)));
         QInputMethodQueryEvent query(Qt::ImSurroundingText | Qt::ImCurrentSelection | Qt::ImTextBeforeCursor);
         QCoreApplication::sendEvent(item(field), &query);
         for (const auto asked : {Qt::ImSurroundingText, Qt::ImCurrentSelection, Qt::ImTextBeforeCursor})
@@ -341,7 +340,7 @@ TEST_F(PaymentViewTest, leavesAPaymentOnItsWayAlone)
     storeToken();
     PaymentViewController *screen = presentPayment();
     screen->form()->setCardNumber(u"6037991234567893"_s);
-    screen->form()->setPin(u"12345"_s);
+    screen->form()->setSecret(CardForm::Pin, u"12345");
     screen->verifyPayment();
     screen->escapePressed();
     EXPECT_FALSE(screen->leaveAlert()->isShown());
@@ -438,7 +437,7 @@ TEST_F(PaymentViewTest, coversItsContentWhilePutAway)
     window()->showNormal();
     settle(50);
     EXPECT_FALSE(item(u"privacyCover"_s));
-    EXPECT_EQ(text(pinField), u"12345"_s) << "people leave to fetch a one-time PIN";
+    EXPECT_EQ(screen->form()->pin(), "12345") << "people leave to fetch a one-time PIN";
 }
 
 } // namespace

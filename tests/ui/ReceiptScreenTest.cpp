@@ -21,7 +21,7 @@ protected:
         storeToken();
         PaymentViewController *screen = presentPayment();
         screen->form()->setCardNumber(u"6037991234567893"_s);
-        screen->form()->setPin(u"12345"_s);
+        screen->form()->setSecret(CardForm::Pin, u"12345");
         screen->verifyPayment();
         storePaymentAnswer(stored);
         answer(ok, u"پیام"_s, code);

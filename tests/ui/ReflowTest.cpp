@@ -122,7 +122,7 @@ TEST_P(ReflowTest, receipt)
     storeToken({{u"mn"_s, QString(40, u'ف')}, {u"amn"_s, u"1250000000000"_s}});
     PaymentViewController *screen = presentPayment();
     screen->form()->setCardNumber(u"6037991234567893"_s);
-    screen->form()->setPin(u"12345"_s);
+    screen->form()->setSecret(CardForm::Pin, u"12345");
     screen->verifyPayment();
     storePaymentAnswer(paidAnswer());
     answer(true, {}, u"0"_s);

@@ -70,8 +70,8 @@ PaymentViewController *ScreenTest::presentPayment(bool withWindow)
     auto *screen =
         qobject_cast<PaymentViewController *>(static_cast<NavigationController &>(*scene).topViewController());
     screen->setPaymentSender(
-        [this](const QString &detail, const std::shared_ptr<Attempt> &of, CoreNetworking::ResponseBlock block) {
-            sent.append(detail);
+        [this](const Bytes &detail, const std::shared_ptr<Attempt> &of, CoreNetworking::ResponseBlock block) {
+            sent.append(detail.toText());
             attempt = of;
             m_block = std::move(block);
         });

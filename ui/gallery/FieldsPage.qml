@@ -71,7 +71,7 @@ Page {
             name: "secret"
             label: "Secret"
             secret: true
-            entered: "73912"
+            entered: "•••••"
             icon: BundleIcon {
                 file: "ic_lock_white_3x.png"
                 color: Theme.blue

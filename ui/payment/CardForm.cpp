@@ -17,7 +17,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-bool isDigits(const QString &text)
+bool isDigits(QStringView text)
 {
     return std::all_of(text.begin(), text.end(),
                        [](QChar character) { return character >= u'0' && character <= u'9'; });
@@ -224,7 +224,7 @@ void CardForm::setFault(Field field, const QString &fault)
 
 bool CardForm::isTouched() const
 {
-    return (m_isCardNumberEnabled && !m_cardNumber.isEmpty()) || !m_pin.isEmpty() || !m_cvv2.isEmpty() ||
+    return (m_isCardNumberEnabled && !m_cardNumber.isEmpty()) || !m_pin.empty() || !m_cvv2.empty() ||
            !m_expiration.isEmpty();
 }
 
@@ -235,8 +235,8 @@ std::optional<QString> CardForm::card() const
 
 void CardForm::clearSecrets()
 {
-    setPin({});
-    setCvv2({});
+    for (const Field field : {Pin, Cvv2})
+        setSecret(field, {});
 }
 
 void CardForm::setCardNumber(const QString &cardNumber)
@@ -245,16 +245,21 @@ void CardForm::setCardNumber(const QString &cardNumber)
     setText(m_cardNumber, cardNumber, &CardForm::cardNumberChanged);
 }
 
-void CardForm::setPin(const QString &pin)
+bool CardForm::editSecret(Field field, qsizetype position, qsizetype length, QStringView digits)
 {
-    setFault(Pin, {});
-    setText(m_pin, pin, &CardForm::pinChanged);
-}
-
-void CardForm::setCvv2(const QString &cvv2)
-{
-    setFault(Cvv2, {});
-    setText(m_cvv2, cvv2, &CardForm::cvv2Changed);
+    SecretBuffer &secret = secretOf(field);
+    const auto size = static_cast<qsizetype>(secret.size());
+    const qsizetype removed = std::clamp<qsizetype>(length, 0, size - std::min(position, size));
+    if (!isDigits(digits) || size - removed + digits.size() > maximumLength(field))
+        return false;
+    if (removed == 0 && digits.isEmpty())
+        return true;
+    setFault(field, {});
+    secret.remove(static_cast<std::size_t>(position), static_cast<std::size_t>(removed));
+    for (const QChar digit : digits)
+        secret.insert(static_cast<std::size_t>(position++), digit.toLatin1());
+    Q_EMIT secretChanged(field);
+    return true;
 }
 
 void CardForm::setExpiration(const QString &expiration)
@@ -285,9 +290,8 @@ QString CardForm::text(Field field) const
     case CardNumber:
         return m_cardNumber;
     case Pin:
-        return m_pin;
     case Cvv2:
-        return m_cvv2;
+        return {};
     case Expiration:
         break;
     }

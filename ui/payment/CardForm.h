@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/SecretBuffer.h"
+
 #include <QObject>
 #include <QStringList>
 #include <QUrl>
@@ -21,8 +23,6 @@ class CardForm : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("Belongs to the payment screen")
     Q_PROPERTY(QString cardNumber READ cardNumber WRITE setCardNumber NOTIFY cardNumberChanged)
-    Q_PROPERTY(QString pin READ pin WRITE setPin NOTIFY pinChanged)
-    Q_PROPERTY(QString cvv2 READ cvv2 WRITE setCvv2 NOTIFY cvv2Changed)
     Q_PROPERTY(QString expiration READ expiration NOTIFY expirationChanged)
     Q_PROPERTY(bool isSimple READ isSimple NOTIFY isSimpleChanged)
     Q_PROPERTY(bool isSettledDown READ isSettledDown NOTIFY cardChanged)
@@ -58,7 +58,7 @@ public:
     bool textField(Field field, qsizetype location, qsizetype length, const QString &replacement);
     /// The same for an edit known by its result. A saved card's number whose mask is gone is a new number: two edits.
     bool acceptsText(Field field, const QString &text);
-    /// Why the field does not take `text`, in words for the payer.
+    /// Why the field does not take `text`, in words for the payer; of a secret field's, why not these digits.
     QString refusal(Field field, const QString &text) const;
     /// The person leaves the field: a complete card number is checked.
     Q_INVOKABLE void textFieldDidEndEditing(kelpay::CardForm::Field field);
@@ -85,10 +85,15 @@ public:
     std::optional<QString> panID() const { return m_panID; }
     QString cardNumber() const { return m_cardNumber; }
     void setCardNumber(const QString &cardNumber);
-    QString pin() const { return m_pin; }
-    void setPin(const QString &pin);
-    QString cvv2() const { return m_cvv2; }
-    void setCvv2(const QString &cvv2);
+    /// The digits of PIN or CVV2; not to be copied into anything that isn't wiped.
+    const SecretBuffer &secret(Field field) const { return field == Pin ? m_pin : m_cvv2; }
+    std::string_view pin() const { return m_pin.view(); }
+    std::string_view cvv2() const { return m_cvv2.view(); }
+    /// Puts `digits` in the place of `length` ones from `position` on. False, and nothing changed, for what the field
+    /// does not take: other characters, too many.
+    bool editSecret(Field field, qsizetype position, qsizetype length, QStringView digits);
+    /// The same in the place of all of them.
+    bool setSecret(Field field, QStringView digits) { return editSecret(field, 0, maximumLength(field), digits); }
     QString expiration() const { return m_expiration; }
     /// PIN only, no CVV2 and expiry.
     bool isSimple() const { return m_isSimple; }
@@ -108,8 +113,7 @@ public:
 
 Q_SIGNALS:
     void cardNumberChanged();
-    void pinChanged();
-    void cvv2Changed();
+    void secretChanged(kelpay::CardForm::Field field);
     void expirationChanged();
     void isSimpleChanged();
     void cardChanged();
@@ -127,6 +131,7 @@ private:
         QString replacement;
     };
     bool accepts(Field field, const Edit &edit);
+    SecretBuffer &secretOf(Field field) { return field == Pin ? m_pin : m_cvv2; }
     static qsizetype maximumLength(Field field);
     QString text(Field field) const;
     bool isLongEnough(Field field) const;
@@ -140,8 +145,8 @@ private:
     Terms m_terms;
     std::optional<QString> m_panID;
     QString m_cardNumber;
-    QString m_pin;
-    QString m_cvv2;
+    SecretBuffer m_pin;
+    SecretBuffer m_cvv2;
     QString m_expiration;
     QString m_bankName;
     QStringList m_faults = QStringList(Expiration + 1);

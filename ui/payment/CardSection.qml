@@ -81,8 +81,6 @@ Card {
         hint: "رمز اینترنتی کارت"
         fault: section.form.faults[CardForm.Pin]
         secret: true
-        entered: section.form.pin
-        onEnteredChanged: section.form.pin = entered
         onAccepted: section.form.isSimple ? section.accepted() : cvvTwoTextField.input.forceActiveFocus()
         input.onActiveFocusChanged: if (input.activeFocus) section.edited(passwordTextField)
         icon: BundleIcon {
@@ -121,8 +119,6 @@ Card {
                 hint: "کد ۳ یا ۴ رقمی"
                 fault: section.form.faults[CardForm.Cvv2]
                 secret: true
-                entered: section.form.cvv2
-                onEnteredChanged: section.form.cvv2 = entered
                 onAccepted: expirationDateView.input.forceActiveFocus()
                 input.onActiveFocusChanged: if (input.activeFocus) section.edited(cvvTwoView)
                 icon: BundleIcon {

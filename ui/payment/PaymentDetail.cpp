@@ -1,6 +1,7 @@
 #include "PaymentDetail.h"
 
-#include <QStringList>
+#include <initializer_list>
+#include <variant>
 
 namespace kelpay {
 
@@ -8,34 +9,40 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString notApplicable = u"NA"_s;
+constexpr std::string_view notApplicable = "NA";
 
-QString text(const std::optional<QString> &value)
+using Field = std::variant<std::string_view, std::optional<QString>>;
+
+Bytes joined(std::initializer_list<Field> fields)
 {
-    return value.value_or(u"(null)"_s);
+    BytesBuilder detail(1, Storage::SecretPages);
+    for (const Field &field : fields) {
+        if (detail.size() > 0)
+            detail.append('|');
+        if (const auto *text = std::get_if<std::string_view>(&field))
+            detail.append(*text);
+        else
+            detail.append(Bytes::fromText(std::get<std::optional<QString>>(field).value_or(u"(null)"_s)));
+    }
+    return detail.take();
 }
 
 } // namespace
 
-QString PaymentDetail::simple(const std::optional<QString> &card, const QString &pin) const
+Bytes PaymentDetail::simple(const std::optional<QString> &card, std::string_view pin) const
 {
-    return QStringList{text(pcc), text(t), text(card), pin, u"5"_s, notApplicable, notApplicable, text(rn), text(ta)}
-        .join(u'|');
+    return joined({pcc, t, card, pin, "5", notApplicable, notApplicable, rn, ta});
 }
 
-QString PaymentDetail::full(const std::optional<QString> &card, const QString &pin, const QString &cvv2,
-                            const QString &expiry) const
+Bytes PaymentDetail::full(const std::optional<QString> &card, std::string_view pin, std::string_view cvv2,
+                          const QString &expiry) const
 {
-    return QStringList{text(pcc), text(t), text(card), pin, u"59"_s, cvv2, QString(expiry).remove(u'/'),
-                       text(rn),  text(tb)}
-        .join(u'|');
+    return joined({pcc, t, card, pin, "59", cvv2, std::optional(QString(expiry).remove(u'/')), rn, tb});
 }
 
-QString PaymentDetail::wallet() const
+Bytes PaymentDetail::wallet() const
 {
-    return QStringList{text(pcc),     text(t),       notApplicable, notApplicable,     u"99"_s,
-                       notApplicable, notApplicable, text(rn),      text(ta ? ta : tb)}
-        .join(u'|');
+    return joined({pcc, t, notApplicable, notApplicable, "99", notApplicable, notApplicable, rn, ta ? ta : tb});
 }
 
 } // namespace kelpay

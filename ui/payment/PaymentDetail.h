@@ -1,12 +1,16 @@
 #pragma once
 
+#include "platform/Bytes.h"
+
 #include <QString>
 
 #include <optional>
+#include <string_view>
 
 namespace kelpay {
 
-/// What a payment sends: nine fields joined by "|", "NA" for one that does not apply, "(null)" for a missing value.
+/// What a payment sends: nine fields joined by "|", "NA" for one that does not apply, "(null)" for a missing value; in
+/// UTF-8, on SecretPages.
 struct PaymentDetail
 {
     // Of the session and the token answer.
@@ -17,11 +21,11 @@ struct PaymentDetail
     std::optional<QString> tb;
 
     /// PIN only.
-    QString simple(const std::optional<QString> &card, const QString &pin) const;
+    Bytes simple(const std::optional<QString> &card, std::string_view pin) const;
     /// With CVV2 and expiry, "YY/MM".
-    QString full(const std::optional<QString> &card, const QString &pin, const QString &cvv2,
-                 const QString &expiry) const;
-    QString wallet() const;
+    Bytes full(const std::optional<QString> &card, std::string_view pin, std::string_view cvv2,
+               const QString &expiry) const;
+    Bytes wallet() const;
 };
 
 } // namespace kelpay

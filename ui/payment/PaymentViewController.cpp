@@ -59,7 +59,7 @@ void setFonts(AlertView &alert)
     alert.cancelButtonFont = alert.messageFont;
 }
 
-void sendThroughNetwork(const QString &detail, const std::shared_ptr<Attempt> &attempt,
+void sendThroughNetwork(const Bytes &detail, const std::shared_ptr<Attempt> &attempt,
                         CoreNetworking::ResponseBlock block)
 {
     CoreNetworking::sendInBackground(attempt, &CoreNetworking::sendPaymentRequest, detail, std::move(block));
@@ -196,14 +196,14 @@ void PaymentViewController::verifyPayment()
         showNotificationErrorWithMessage(u"ورودی ها را بررسی کنید."_s);
         return;
     }
-    const QString detail = m_form.isSimple()
-                               ? m_detail.simple(m_form.card(), m_form.pin())
-                               : m_detail.full(m_form.card(), m_form.pin(), m_form.cvv2(), m_form.expiration());
+    const Bytes detail = m_form.isSimple()
+                             ? m_detail.simple(m_form.card(), m_form.pin())
+                             : m_detail.full(m_form.card(), m_form.pin(), m_form.cvv2(), m_form.expiration());
     if (pay(detail))
         m_form.clearSecrets();
 }
 
-bool PaymentViewController::pay(const QString &detail)
+bool PaymentViewController::pay(const Bytes &detail)
 {
     if (!holdAttempt()) {
         showNotificationErrorWithMessage(u"پرداخت دیگری در جریان است؛ پس از پایان آن دوباره بپردازید."_s);

@@ -40,7 +40,7 @@ class PaymentViewController : public ViewController
 
 public:
     /// Starts a payment exchange with a detail string; its outcome comes to the block, on any thread, at most once.
-    using PaymentSender = std::function<void(const QString &detail, const std::shared_ptr<Attempt> &attempt,
+    using PaymentSender = std::function<void(const Bytes &detail, const std::shared_ptr<Attempt> &attempt,
                                              CoreNetworking::ResponseBlock block)>;
 
     /// `attempt` is what the screen is shown for; without one it begins one of its own when it pays.
@@ -112,7 +112,7 @@ private:
     void askToLeave();
     bool holdAttempt();
     bool canPay() const { return phaseAfter(m_phase, PhaseEvent::Pay).has_value(); }
-    bool pay(const QString &detail);
+    bool pay(const Bytes &detail);
     void receive(bool ok, const QString &message, const QString &code);
     void fallSilent(Attempt::Silence silence);
     void report(PhaseEvent event, const Outcome &outcome);

@@ -2,6 +2,8 @@
 
 #include <QAccessible>
 #include <QAccessibleObject>
+#include <QCoreApplication>
+#include <QInputMethodEvent>
 #include <QQuickWindow>
 
 namespace kelpay {
@@ -30,6 +32,15 @@ public:
         return kind == QAccessible::Name          ? item()->label
                : kind == QAccessible::Description ? item()->complaint
                                                   : QString();
+    }
+    void setText(QAccessible::Text kind, const QString &text) override
+    {
+        if (kind != QAccessible::Value || !field() || !item()->isEnabled())
+            return;
+        QMetaObject::invokeMethod(field(), "selectAll");
+        QInputMethodEvent typed;
+        typed.setCommitString(text);
+        QCoreApplication::sendEvent(field(), &typed);
     }
 
     QAccessibleInterface *parent() const override

@@ -197,7 +197,7 @@ void Shots::receipt(const QJsonObject &token, const QJsonObject &answered, bool 
     storeToken(token);
     m_screen = presentPayment();
     m_screen->form()->setCardNumber(card);
-    m_screen->form()->setPin(u"73912"_s);
+    m_screen->form()->setSecret(CardForm::Pin, u"73912");
     m_screen->verifyPayment();
     storePaymentAnswer(answered);
     answer(ok, u"پیام"_s, u"51"_s);
