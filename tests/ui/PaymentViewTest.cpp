@@ -216,6 +216,44 @@ TEST_F(PaymentViewTest, takesNoInputWhileOneScreenGivesWayToAnother)
     Appearance::shared().pin({});
 }
 
+TEST_F(PaymentViewTest, editsASecretByItsMarks)
+{
+    storeToken();
+    PaymentViewController *screen = presentPayment();
+    click(pinField);
+    const auto key = [this](Qt::Key key, Qt::KeyboardModifier with = Qt::NoModifier) {
+        return [=, this] { QTest::keyClick(window(), key, with); };
+    };
+    const auto pasted = [this](const char *clip) { return [=, this] { paste(QString::fromLatin1(clip)); }; };
+    const auto typed = [this](const char *digits) { return [=, this] { type(QString::fromLatin1(digits)); }; };
+    const auto replaced = [this] {
+        QInputMethodEvent event;
+        event.setCommitString(u"۸"_s, -1, 1);
+        QCoreApplication::sendEvent(item(pinField), &event);
+    };
+    const std::pair<std::function<void()>, const char *> steps[] = {
+        {typed("12x345"), "12345"},
+        {key(Qt::Key_Left), "12345"},
+        {key(Qt::Key_Backspace), "1235"},
+        {typed("9"), "12395"},
+        {replaced, "12385"},
+        {pasted("1a"), "12385"},
+        {pasted("00000000"), "12385"},
+        {pasted("66"), "1238665"},
+        {key(Qt::Key_Home), "1238665"},
+        {key(Qt::Key_Delete), "238665"},
+        {key(Qt::Key_Right, Qt::ShiftModifier), "238665"},
+        {typed("7"), "738665"},
+        {key(Qt::Key_Home, Qt::ShiftModifier), "738665"},
+        {key(Qt::Key_Delete), "38665"},
+    };
+    for (const auto &[act, left] : steps) {
+        act();
+        EXPECT_EQ(screen->form()->pin(), left);
+        EXPECT_EQ(text(pinField).size(), qsizetype(std::strlen(left)));
+    }
+}
+
 TEST_F(PaymentViewTest, keepsSecretsToItself)
 {
     storeToken({{u"ta"_s, u"NA"_s}});
