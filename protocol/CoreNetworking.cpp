@@ -83,7 +83,7 @@ std::optional<CoreNetworking::Input> CoreNetworking::readPaymentInput(const Byte
     return Input{.msisdn = defaults.string(u"pn"_s), .applicationData = input, .additionalData = u"NA"_s};
 }
 
-void CoreNetworking::sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const Bytes &input,
+void CoreNetworking::sendInBackground(const std::shared_ptr<Attempt> &attempt, Send send, const Bytes &input,
                                       ResponseBlock block)
 {
     const auto begin = [attempt, send, input, block = std::move(block)] {

@@ -44,7 +44,8 @@ public:
     using Send = void (CoreNetworking::*)(const Bytes &input, ResponseBlock block);
     /// One of the two below, for `attempt`, off the main queue. Where memory or threads are short nothing leaves, and
     /// the attempt falls silent.
-    static void sendInBackground(std::shared_ptr<Attempt> attempt, Send send, const Bytes &input, ResponseBlock block);
+    static void sendInBackground(const std::shared_ptr<Attempt> &attempt, Send send, const Bytes &input,
+                                 ResponseBlock block);
 
     /// Opens a payment: `input` is "MSISDN||additional data||payment parameters" in UTF-8. Blocks for facts and
     /// sealing, so call it off the main queue; the exchange itself runs in the background. Fewer than three fields are
