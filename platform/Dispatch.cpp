@@ -162,6 +162,8 @@ public:
         }
         return true;
     }
+    /// What is queued by now. On the main thread.
+    static void deliver() { QCoreApplication::sendPostedEvents(instance.get(), QEvent::User); }
     void customEvent(QEvent *) override
     {
         Dispatch::Task task;
@@ -237,6 +239,7 @@ void Dispatch::waitForGlobal(std::chrono::milliseconds longest)
     const QDeadlineTimer deadline(longest);
     while (!pools().global.waitForDone(5ms) && !deadline.hasExpired())
         QCoreApplication::sendPostedEvents(courier, QEvent::MetaCall);
+    MainQueue::deliver();
 }
 
 bool Dispatch::isShuttingDown() noexcept

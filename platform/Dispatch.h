@@ -27,8 +27,8 @@ public:
     /// Queues a blocking transfer. These have threads of their own so that a stalled one delays no `global` task.
     static void transfer(Task task);
 
-    /// Waits until no `global` task runs or is queued, `longest` at most. From the main queue; of that it runs only
-    /// what others wait for.
+    /// Waits until no `global` task runs or is queued, `longest` at most. From the main queue; of that it runs what
+    /// others wait for, and at the end what is queued there.
     static void waitForGlobal(std::chrono::milliseconds longest);
     /// True once the application is going away; transfers give up when they see it.
     static bool isShuttingDown() noexcept;

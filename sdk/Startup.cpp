@@ -39,7 +39,6 @@ static void deliverLastWords()
     RootViewController::removeAllScreens();
     // What a background task tells, the main queue delivers, and a background task writes down.
     Dispatch::waitForGlobal(1500ms);
-    QCoreApplication::sendPostedEvents(QCoreApplication::instance(), QEvent::MetaCall);
     Dispatch::waitForGlobal(500ms);
     HostProfile::setClosed(true);
 }

@@ -55,4 +55,12 @@ TEST(Dispatch, RunsEightAtATimeAndWaitsForThem)
     EXPECT_LE(most, 8);
 }
 
+TEST(Dispatch, AnEndDeliversWhatIsToldTheMainQueue)
+{
+    bool isTold = false;
+    Dispatch::global(Dispatch::Priority::High, [&] { Dispatch::main([&] { isTold = true; }); });
+    Dispatch::waitForGlobal(10s);
+    EXPECT_TRUE(isTold);
+}
+
 } // namespace kelpay
