@@ -24,7 +24,8 @@ QString nameOf(PaymentEvent::Kind kind)
     return QString::fromUtf16(names[static_cast<std::size_t>(kind)]);
 }
 
-/// The items that handle a programming error. The main thread's.
+/// The items that handle a programming error, until they end: disconnectNotify may not ask Qt who is connected, because
+/// a receiver that ends may hold the lock. The main thread's.
 QList<Payment *> &listeners()
 {
     static QList<Payment *> items;
@@ -61,12 +62,6 @@ void Payment::connectNotify(const QMetaMethod &signal)
         return;
     listeners().append(this);
     kelpay::setProgrammingErrorHandler(tellListeners);
-}
-
-void Payment::disconnectNotify(const QMetaMethod &)
-{
-    if (!isSignalConnected(QMetaMethod::fromSignal(&Payment::programmingError)))
-        stopListening();
 }
 
 void Payment::stopListening()
