@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <utility>
 
 namespace kelpay {
 
@@ -33,19 +34,20 @@ protected:
     }
     static void TearDownTestSuite() { identity.reset(); }
 
-    // Both generators give `size` bytes from now on and none after that.
-    static void feed(std::size_t size)
+    // The generators give `size` bytes from now on and none after that; the public one has plenty where it `isFed`.
+    static void feed(std::size_t size, bool isFed = false)
     {
         static std::mt19937 numbers{1};
-        std::string bytes(size, '\0');
-        for (char &byte : bytes)
-            byte = static_cast<char>(numbers());
-        const OSSL_PARAM params[] = {
-            OSSL_PARAM_construct_octet_string(OSSL_RAND_PARAM_TEST_ENTROPY, bytes.data(), bytes.size()),
-            OSSL_PARAM_construct_end()};
         for (auto *generator :
-             {RAND_get0_public(openssl::libraryContext()), RAND_get0_private(openssl::libraryContext())})
+             {RAND_get0_public(openssl::libraryContext()), RAND_get0_private(openssl::libraryContext())}) {
+            std::string bytes(std::exchange(isFed, false) ? plenty : size, '\0');
+            for (char &byte : bytes)
+                byte = static_cast<char>(numbers());
+            const OSSL_PARAM params[] = {
+                OSSL_PARAM_construct_octet_string(OSSL_RAND_PARAM_TEST_ENTROPY, bytes.data(), bytes.size()),
+                OSSL_PARAM_construct_end()};
             ASSERT_TRUE(EVP_RAND_CTX_set_params(generator, params));
+        }
     }
 
     static inline std::unique_ptr<test::InstalledIdentity> identity;
@@ -53,9 +55,9 @@ protected:
 
 } // namespace
 
-TEST_F(DeadRandomTest, GivesNullResults)
+TEST_F(DeadRandomTest, WithoutPrivateOnesGivesNullResults)
 {
-    feed(0);
+    feed(0, true);
     EXPECT_FALSE(generateSecureRandomData(1));
     EXPECT_FALSE(generateSymmetricKeyForAlgorithm(0));
     EXPECT_FALSE(generateIVForAlgorithm(0));

@@ -1,6 +1,7 @@
 // Preloaded: makes the call of number TORTURE_AT, of the kind TORTURE_KIND, fail; with 0 it says at the end how many
 // there were. Counted are the calls of all threads and libraries: what one of them makes of a failure is ours to bear.
-// Of kind "new" are only the allocations that the program's own code makes.
+// Of kind "new" are only the allocations that the program's own code makes; of kind "site" those of anybody that come
+// by a way of calls no allocation came by before.
 
 #ifndef _GNU_SOURCE
 #define _GNU_SOURCE
@@ -8,6 +9,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -19,7 +21,9 @@
 #include <link.h>
 #include <new>
 #include <pthread.h>
+#include <string_view>
 #include <sys/socket.h>
+#include <ucontext.h>
 #include <unistd.h>
 
 namespace {
@@ -44,9 +48,54 @@ bool fails(const char *kind, int error)
     return true;
 }
 
+/// Whether nothing was allocated by these calls yet.
+bool isNewWay()
+{
+    static thread_local bool isLooking = false;
+    const char *const kind = failing;
+    if (!kind || std::strcmp(kind, "site") != 0 || isLooking)
+        return false;
+    isLooking = true; // Looking may allocate.
+    std::array<void *, 10> frames{};
+    const int depth = backtrace(frames.data(), static_cast<int>(frames.size()));
+    isLooking = false;
+    std::uint64_t way = 1;
+    for (int i = 2; i < depth; ++i)
+        way = (way ^ reinterpret_cast<std::uintptr_t>(frames[i])) * 0x9e3779b97f4a7c15U;
+    static std::array<std::atomic<std::uint64_t>, 1 << 17> known;
+    for (std::size_t at = way >> 47;; at = (at + 1) % known.size()) {
+        std::uint64_t empty = 0;
+        if (known[at].compare_exchange_strong(empty, way))
+            return true;
+        if (empty == way)
+            return false;
+    }
+}
+
+bool failsAllocation()
+{
+    return fails("memory", ENOMEM) || (isNewWay() && fails("site", ENOMEM));
+}
+
 template <class Function> Function *next(const char *name)
 {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
+}
+
+/// Says whose code could not bear a failure; the crash itself follows.
+void tellWhoCrashed(int signal, siginfo_t *, void *context)
+{
+    const auto &registers = static_cast<ucontext_t *>(context)->uc_mcontext;
+#ifdef __x86_64__
+    const auto at = static_cast<std::uintptr_t>(registers.gregs[REG_RIP]);
+#else
+    const auto at = static_cast<std::uintptr_t>(registers.pc);
+#endif
+    if (at < ownBegin || at >= ownEnd) {
+        constexpr std::string_view said = "torture: a library crashed\n";
+        (void)!write(STDERR_FILENO, said.data(), said.size());
+    }
+    std::signal(signal, SIG_DFL);
 }
 
 } // namespace
@@ -97,15 +146,15 @@ extern "C" void *reallocOfTheSystem(void *former, std::size_t size) __asm__("__l
 
 extern "C" void *malloc(std::size_t size)
 {
-    return fails("memory", ENOMEM) ? nullptr : mallocOfTheSystem(size);
+    return failsAllocation() ? nullptr : mallocOfTheSystem(size);
 }
 extern "C" void *calloc(std::size_t number, std::size_t size)
 {
-    return fails("memory", ENOMEM) ? nullptr : callocOfTheSystem(number, size);
+    return failsAllocation() ? nullptr : callocOfTheSystem(number, size);
 }
 extern "C" void *realloc(void *former, std::size_t size)
 {
-    return fails("memory", ENOMEM) ? nullptr : reallocOfTheSystem(former, size);
+    return failsAllocation() ? nullptr : reallocOfTheSystem(former, size);
 }
 
 void *operator new(std::size_t size)
@@ -131,6 +180,10 @@ extern "C" [[gnu::visibility("default")]] void beginTorture()
             return 1;
         },
         nullptr);
+    struct sigaction crash = {};
+    crash.sa_sigaction = tellWhoCrashed;
+    crash.sa_flags = SA_SIGINFO;
+    sigaction(SIGSEGV, &crash, nullptr);
     at = std::atol(std::getenv("TORTURE_AT"));
     failing = std::getenv("TORTURE_KIND");
 }
