@@ -81,6 +81,17 @@ private Q_SLOTS:
         QTRY_VERIFY(item->property("mistake").toString().contains(u"merchantId"_s));
     }
 
+    /// Qt tells an item so while it holds the receiver's lock, which one in 131 shares with the item.
+    void whoeverHearsOfMistakesMayEnd()
+    {
+        const auto item = payment({});
+        std::vector<std::unique_ptr<QObject>> receivers(2000);
+        for (auto &receiver : receivers) {
+            receiver = std::make_unique<QObject>();
+            QVERIFY(connect(item.get(), SIGNAL(programmingError(QString)), receiver.get(), SLOT(deleteLater())));
+        }
+    }
+
     /// A service that takes the connection and says nothing.
     void aDeadNetworkEndsAfterAMinute()
     {
