@@ -66,7 +66,7 @@ public:
     /// (false, an empty map) when nothing came.
     using ListCallback = std::function<void(bool ok, const QVariant &list)>;
 
-    using Block = std::function<void()>;
+    using Block = std::function<void()>; ///< Of responseBlock().
 
     /// The process-wide instance, made on first use. Any thread.
     static KelPayCore &sharedInstance();
@@ -83,7 +83,7 @@ public:
 
     /// Told of every step of a payment, on the main thread, in order, beside the status callback. Of the process.
     using Observer = std::function<void(const PaymentEvent &event)>;
-    static void setObserver(Observer observer);
+    static void setObserver(Observer observer); ///< Replaces the former one; an empty one ends it.
 
     /// The payments whose request may have left while no outcome that holds was told: after a crash, a power cut, a
     /// cancel on the way, an answer that could not be opened or confirmed nothing. Ask the service about each, then
@@ -99,7 +99,7 @@ public:
     /// that returns makes the failed call do nothing: nothing is sent, nothing is called. Null restores the default.
     /// Any thread.
     using ProgrammingErrorHandler = void (*)(const QString &message);
-    static void setProgrammingErrorHandler(ProgrammingErrorHandler handler);
+    static void setProgrammingErrorHandler(ProgrammingErrorHandler handler); ///< See ProgrammingErrorHandler.
 
     /// Registers the bundled font file "<name>.ttf" for this process; does nothing when there is none. Needs a
     /// QGuiApplication.
@@ -136,27 +136,39 @@ public:
     /// Without blocking: returns at once, and calls `completion` once from the event loop of the calling thread, which
     /// must be that of `context`; not once `context` was destroyed or the application was about to quit.
     void getInternetListWithCompletion(QObject *context, ListCallback completion);
+    ///@{
     /// The same two for the list of charge products.
     void getChargeListWithCompletion(const ListCallback &completion);
     void getChargeListWithCompletion(QObject *context, ListCallback completion);
+    ///@}
 
     // Settings of this instance; payments read those of sharedInstance() alone. Any thread.
 
+    ///@{
     /// Sends a wallet application's identifier instead of the host's own.
     bool ziaprod() const;
     void setZiaprod(bool ziaprod);
+    ///@}
+    ///@{
     /// An application identifier of the host's choice; any non-empty text blanks the identifier that is sent.
     QString bid() const;
     void setBid(const QString &bid);
+    ///@}
+    ///@{
     /// A text of the host's own; nothing here reads it.
     QString log() const;
     void setLog(const QString &log);
+    ///@}
+    ///@{
     /// The callback in force.
     StatusCallback paymentStatusBlock() const;
     void setPaymentStatusBlock(StatusCallback block);
+    ///@}
+    ///@{
     /// A callback of the host's own; nothing here calls it.
     Block responseBlock() const;
     void setResponseBlock(Block block);
+    ///@}
 
 private:
     explicit KelPayCore(std::shared_ptr<HostProfile> profile);

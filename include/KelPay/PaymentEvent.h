@@ -8,6 +8,7 @@ namespace kelpay {
 /// A step in the life of a payment, for a host that wants to know more than its outcome. Holds nothing secret.
 struct PaymentEvent
 {
+    /// What happened.
     enum class Kind {
         Started,          ///< A payment began; it has an identifier from here on.
         Refused,          ///< A start was refused, with a log line that says why. No identifier.
@@ -23,33 +24,33 @@ struct PaymentEvent
         Ended,            ///< Nothing of the payment is on its way any more: another may be started.
     };
 
-    Kind kind;
+    Kind kind; ///< What happened.
     /// Of the payment, as in UnsettledAttempt.
     QString attempt = {};
     /// It is about the payment's own exchange, not the token's.
     bool isPayment = false;
     /// The payment's request may have reached the service.
     bool mayHaveMoved = false;
-    QString code = {};
+    QString code = {}; ///< The service's or the report's; see the kinds.
 };
 
 /// A payment whose request may have left while the host was told no outcome that holds.
 struct UnsettledAttempt
 {
-    QString identifier;
-    QString merchantID;
+    QString identifier; ///< For settleAttempt().
+    QString merchantID; ///< As given to initWithMerchantID().
     /// The host's own text of the start.
     QString additionalData;
     /// In rials, as the service gave it.
     QString amount;
     /// SHA-256 of the payment's token in hexadecimal; the service knows the token.
     QString tokenHash;
-    QDateTime begun;
+    QDateTime begun; ///< When it was started.
     /// From when on its request may have left.
     QDateTime sent;
     /// When the service answered, with `code`; invalid, and "", where no answer came.
     QDateTime answered;
-    QString code;
+    QString code; ///< See `answered`.
     /// The code that the host was told meanwhile: "2525342" for a payment cancelled on its way; "" for none.
     QString reportedCode;
 };

@@ -22,7 +22,7 @@ public:
     /// What the payer can use, for a person who can do nothing else. OnScreenKeyboard is a pointer and the keys of Qt's
     /// own keyboard, which QT_IM_MODULE must name.
     enum class Means { Pointer, Touch, Keyboard, ScreenReader, OnScreenKeyboard };
-    explicit Payer(Means means = Means::Pointer);
+    explicit Payer(Means means = Means::Pointer); ///< Pays with these means.
     ~Payer();
     Payer(const Payer &) = delete;
     Payer &operator=(const Payer &) = delete;
@@ -34,13 +34,13 @@ public:
     /// What the last call that failed waited for; "" when none did.
     QString problem() const;
 
-    /// What is entered where the form asks for it. `expiry` is "YY/MM".
+    /// What is entered where the form asks for it.
     struct Card
     {
-        QString number = {};
-        QString pin = {};
-        QString cvv2 = {};
-        QString expiry = {};
+        QString number = {}; ///< Sixteen digits.
+        QString pin = {};    ///< Its PIN.
+        QString cvv2 = {};   ///< "" where the form doesn't ask.
+        QString expiry = {}; ///< "YY/MM"
     };
     /// Each waits for the payment screen, declines a wallet that is offered, fills in the form and submits it.
     bool pay(const QString &card, const QString &pin);
@@ -97,8 +97,8 @@ struct Exchange
 class Sandbox
 {
 public:
-    /// `program` is found on PATH and beside the installed library; KELPAY_SANDBOX_PROGRAM names another. `arguments`
-    /// are kelpay-sandbox's own, beside those for address, identity and journal.
+    /// Starts the kelpay-sandbox that PATH finds; KELPAY_SANDBOX_PROGRAM names another. `arguments` are
+    /// kelpay-sandbox's own, beside those for address, identity and journal.
     explicit Sandbox(const QStringList &arguments = {});
     /// Stops the service.
     ~Sandbox();
@@ -107,7 +107,7 @@ public:
 
     /// Whether it serves; else problem() says why not.
     bool isRunning() const;
-    QString problem() const;
+    QString problem() const; ///< See isRunning().
     /// The address that it listens on, "127.0.0.20" say.
     QString host() const;
     /// What arrived so far; of one kind only where one is named.
