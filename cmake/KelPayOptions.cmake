@@ -54,7 +54,7 @@ else()
     foreach(setting KELPAY_SERVICE_HOST KELPAY_RESOURCES_DIR)
         if(NOT ${setting})
             message(FATAL_ERROR "${setting} is not set. A release build needs -D${setting}=...; "
-                                "for development use the preset 'sandbox'. See docs/deployment.md.")
+                                "for development use the preset 'sandbox'. See docs/going-live.md.")
         endif()
     endforeach()
     if(NOT EXISTS "${KELPAY_RESOURCES_DIR}/IOSNewCert.pfx")
