@@ -145,10 +145,13 @@ bool writeReady(const QString &path, const QString &url)
 
 void greet(const Service &service, const QString &host, const QString &folder, int inspectorPort)
 {
+    QUrl inspector(service.url() + u"inspector"_s);
+    if (inspectorPort > 0) {
+        inspector.setScheme(u"http"_s);
+        inspector.setPort(inspectorPort);
+    }
     std::printf("kelpay-sandbox listens on %s\n", qUtf8Printable(service.url()));
-    std::printf("Look inside: %s\n",
-                qUtf8Printable(inspectorPort > 0 ? u"http://%1:%2/inspector"_s.arg(host).arg(inspectorPort)
-                                                 : service.url() + u"inspector"_s));
+    std::printf("Look inside: %s\n", qUtf8Printable(inspector.toString()));
     std::printf("Pay from your own host, a sandbox build of KelPay:\n%s",
                 qUtf8Printable(exportLines(host, service.url(), folder)));
     std::fflush(stdout);

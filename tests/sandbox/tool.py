@@ -4,12 +4,14 @@
 """
 
 import json
+import os
 import re
 import socket
 import ssl
 import subprocess
 import sys
 import tempfile
+import urllib.request
 from pathlib import Path
 
 from service import Service
@@ -66,8 +68,15 @@ def main():
 
         with Service(BINARY, HOST, "--scenario", "payment:http-500", home=home) as service:
             assert service.payment(service.token()) == 500
-        wrong = subprocess.run([BINARY, "--scenario", "nonsense"], capture_output=True, text=True)
-        assert wrong.returncode == 2 and "insufficient-funds" in wrong.stderr, wrong.stderr
+        if Path("/proc/net/if_inet6").exists():
+            with Service(BINARY, "::1", "--inspector", "8143", home=home) as service:
+                link = [service.process.stdout.readline() for _ in range(2)][1].split()[-1]
+                assert link == "http://[::1]:8143/inspector" and urllib.request.urlopen(link).status == 200, link
+        for arguments, code, word in ((["--scenario", "nonsense"], 2, "insufficient-funds"),
+                                      (["--host", HOST, "--inspector", "1443"], 1, f"can't listen on port 1443 of {HOST}")):
+            wrong = subprocess.run([BINARY, *arguments], capture_output=True, text=True, timeout=10,
+                                   env=os.environ | {"XDG_DATA_HOME": home})
+            assert wrong.returncode == code and word in wrong.stderr, wrong.stderr
 
 
 main()
