@@ -1,6 +1,7 @@
-// What QML hosts have beside a payment, and how long a list can take.
+// What hosts have beside a payment, how long a list can take, and a payer who does nothing.
 
 #include <KelPay/KelPayCore.h>
+#include <KelPay/KelPaySandbox.h>
 #include <KelPay/Testing.h>
 
 #include <QElapsedTimer>
@@ -57,6 +58,21 @@ private Q_SLOTS:
         QVERIFY(!answers.at(0).at(1).value<QVariant>().toList().isEmpty() ||
                 !answers.at(0).at(1).value<QVariant>().toMap().isEmpty());
         QCOMPARE(sandbox.exchanges(u"list"_s).size(), 1U);
+    }
+
+    void aPayerCanLetTheTimeRunOut()
+    {
+        const kelpay::testing::Sandbox sandbox;
+        kelpay::testing::Payer payer;
+        kelpay::sandbox::setClockRate(100); // Longer than QTRY_COMPARE waits.
+        KelPayCore::initWithMerchantID(u"1001"_s);
+        QString told;
+        KelPayCore::sharedInstance().startPaymentWithMSISDN(
+            u"09120000000"_s, {}, u"724"_s, [this, &told](bool, const QString &code, const auto &...) {
+                QMetaObject::invokeMethod(this, [&told, code] { told = code; });
+            });
+        QVERIFY2(payer.expire(), qPrintable(payer.problem()));
+        QTRY_COMPARE(told, u"2525343"_s);
     }
 
     void aListIsNotToldToOneThatWent()
