@@ -33,7 +33,7 @@ constexpr const char *selectAll =
 constexpr const char *deleteAll = "DELETE" MATCHING;
 #undef MATCHING
 
-struct Row
+struct KeychainRow
 {
     std::int64_t id = 0;
     KeychainItem item;
@@ -53,16 +53,16 @@ SqliteStatement prepared(SqliteDatabase &database, const char *sql, const Keycha
     return statement;
 }
 
-std::vector<Row> rows(SqliteDatabase &database, const char *sql, const KeychainMatch &match)
+std::vector<KeychainRow> rows(SqliteDatabase &database, const char *sql, const KeychainMatch &match)
 {
     auto statement = prepared(database, sql, match);
-    std::vector<Row> rows;
+    std::vector<KeychainRow> rows;
     while (statement.step() == SqliteStatement::Step::Row) {
         const auto attributes = QJsonDocument::fromJson(statement.text(6).toUtf8()).object().toVariantMap();
-        Row row{statement.integer(0),
-                {static_cast<KeychainItemClass>(statement.integer(1)), statement.text(2), statement.text(3),
-                 statement.text(4), statement.text(5), attributes, std::nullopt},
-                std::nullopt};
+        KeychainRow row{statement.integer(0),
+                        {static_cast<KeychainItemClass>(statement.integer(1)), statement.text(2), statement.text(3),
+                         statement.text(4), statement.text(5), attributes, std::nullopt},
+                        std::nullopt};
         if (!statement.isNull(7))
             row.sealed = statement.bytes(7);
         rows.push_back(std::move(row));
@@ -71,7 +71,7 @@ std::vector<Row> rows(SqliteDatabase &database, const char *sql, const KeychainM
 }
 
 // std::nullopt where the file can't be read.
-std::optional<std::vector<Row>> rows(SqliteStore *store, const char *sql, const KeychainMatch &match)
+std::optional<std::vector<KeychainRow>> rows(SqliteStore *store, const char *sql, const KeychainMatch &match)
 {
     if (!store)
         return std::nullopt;
@@ -196,7 +196,7 @@ KeychainFound FileKeychain::findOne(const KeychainMatch &match, Content content)
         return {SecStatus::NotAvailable};
     if (found->empty())
         return {SecStatus::ItemNotFound};
-    Row &row = found->front();
+    KeychainRow &row = found->front();
     if (content == Content::Value && row.sealed) {
         if (const int status = readValue(row.item, *row.sealed); status != SecStatus::Success)
             return {status};
