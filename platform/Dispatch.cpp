@@ -10,6 +10,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <exception>
+#include <future>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -227,6 +229,38 @@ void Dispatch::mainAndWait(Task task)
 void Dispatch::global(Priority, Task task)
 {
     pools().global.start(std::move(task));
+}
+
+void Dispatch::both(const Task &here, Task aside)
+{
+    struct Aside
+    {
+        std::packaged_task<void()> task;
+        std::atomic<bool> isTaken{false};
+
+        void run()
+        {
+            if (!isTaken.exchange(true))
+                task();
+        }
+    };
+    const auto shared = std::make_shared<Aside>(std::packaged_task<void()>(std::move(aside)));
+    std::future<void> end = shared->task.get_future();
+    try {
+        global(Priority::High, [shared] { shared->run(); });
+    } catch (const std::exception &) { // NOLINT(bugprone-empty-catch): then it runs below
+    }
+    std::exception_ptr failure;
+    try {
+        here();
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    shared->run();
+    end.wait(); // What it works on may be this caller's.
+    if (failure)
+        std::rethrow_exception(failure);
+    end.get();
 }
 
 void Dispatch::transfer(Task task)

@@ -24,6 +24,9 @@ public:
     /// Queues `task` on the global concurrent queue, which has threads of its own, apart from Qt's shared pool.
     /// Throws, as `transfer` does, where there is no memory or no thread for it.
     static void global(Priority priority, Task task);
+    /// Runs `here` on this thread and `aside` as a `global` task meanwhile, or on this thread after it where no other
+    /// came to it. Returns when both have run, or throws what one of them threw.
+    static void both(const Task &here, Task aside);
     /// Queues a blocking transfer. These have threads of their own so that a stalled one delays no `global` task.
     static void transfer(Task task);
 

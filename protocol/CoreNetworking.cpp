@@ -164,8 +164,10 @@ std::variant<CoreNetworking::Request, CoreNetworking::Fault> CoreNetworking::bui
 
     const CoreFunctions &functions = *m_surroundings.functions;
     const QString localDate = functions.localUserDate();
-    const QString vulnerabilities = functions.vulnerabilities();
-    const auto address = functions.ipAddress();
+    QString vulnerabilities;
+    std::optional<QString> address;
+    // The library is hashed while the echo is on its way.
+    Dispatch::both([&] { address = functions.ipAddress(); }, [&] { vulnerabilities = functions.vulnerabilities(); });
     if (exchange.movesTrace)
         functions.returnThings();
     if (isWithdrawn() || Dispatch::isShuttingDown())

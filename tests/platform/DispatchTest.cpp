@@ -7,6 +7,7 @@
 #include <array>
 #include <atomic>
 #include <new>
+#include <semaphore>
 #include <thread>
 
 namespace kelpay {
@@ -53,6 +54,28 @@ TEST(Dispatch, RunsEightAtATimeAndWaitsForThem)
     EXPECT_EQ(done, 24);
     EXPECT_GT(most, 1);
     EXPECT_LE(most, 8);
+}
+
+TEST(Dispatch, BothRunAtOnceAndWhatEitherThrowsComesOut)
+{
+    std::binary_semaphore here{0};
+    std::binary_semaphore aside{0};
+    const auto meet = [](std::binary_semaphore &own, std::binary_semaphore &other) {
+        own.release();
+        EXPECT_TRUE(other.try_acquire_for(10s));
+    };
+    Dispatch::both([&] { meet(here, aside); }, [&] { meet(aside, here); });
+    const auto fail = [] { throw std::bad_alloc(); };
+    EXPECT_THROW(Dispatch::both(fail, [] {}), std::bad_alloc);
+    EXPECT_THROW(Dispatch::both([] {}, fail), std::bad_alloc);
+
+    // Within as many as there are threads, nobody waits for one.
+    static std::atomic<int> done;
+    for (int i = 0; i < 8; ++i)
+        Dispatch::global(Dispatch::Priority::High,
+                         [] { Dispatch::both([] { std::this_thread::sleep_for(20ms); }, [] { ++done; }); });
+    Dispatch::waitForGlobal(10s);
+    EXPECT_EQ(done, 8);
 }
 
 TEST(Dispatch, AnEndDeliversWhatIsToldTheMainQueue)
