@@ -155,6 +155,9 @@ int FileKeychain::update(const KeychainMatch &match, const Bytes &value)
             return SecStatus::ItemNotFound;
         const auto key = MasterKey(keyPath()).readOrMake();
         for (const auto &row : found) {
+            // A value that is there already costs no sync.
+            if (key && row.sealed && openValue(*key, *row.sealed, contextOf(row.item)) == value)
+                continue;
             const auto sealed = key ? sealValue(*key, value, contextOf(row.item)) : std::nullopt;
             auto statement = database.prepare("UPDATE items SET value = ?2 WHERE id = ?1");
             if (!sealed || !statement.bind(1, row.id).bind(2, *sealed).run())

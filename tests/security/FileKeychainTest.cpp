@@ -109,6 +109,16 @@ TEST_F(FileKeychainTest, KeepsValuesSealedInPrivateFiles)
     }
 }
 
+TEST_F(FileKeychainTest, AValueThatIsThereIsNotWrittenAgain)
+{
+    ASSERT_EQ(store.add({item(u"a"_s, "one")}), SecStatus::Success);
+    const Bytes written = sealed(u"a"_s);
+    EXPECT_EQ(store.update(match(u"a"_s), Bytes(std::string_view("one"))), SecStatus::Success);
+    EXPECT_EQ(sealed(u"a"_s), written);
+    EXPECT_EQ(store.update(match(u"a"_s), Bytes(std::string_view("two"))), SecStatus::Success);
+    EXPECT_EQ(read(u"a"_s).items.at(0).value, Bytes(std::string_view("two")));
+}
+
 TEST_F(FileKeychainTest, DamagedValuesAreNoticedAndCanBeOverwritten)
 {
     ASSERT_EQ(store.add({item(u"a"_s, "value"), item(u"b"_s, "other")}), SecStatus::Success);
