@@ -9,6 +9,7 @@
 
 #include <limits>
 #include <memory>
+#include <mutex>
 
 namespace kelpay {
 
@@ -36,13 +37,41 @@ QString format(const icu::DateFormat *formatter, UErrorCode status, UDate moment
     return fromIcu(text);
 }
 
+struct LocalFormat
+{
+    QString pattern;
+    icu::Locale locale;
+    std::unique_ptr<icu::SimpleDateFormat> formatter;
+
+    /// The host may have set another locale or time zone meanwhile.
+    bool standsFor(const QString &wanted) const
+    {
+        const std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createDefault());
+        return formatter && pattern == wanted && locale == icu::Locale::getDefault() && zone &&
+               formatter->getTimeZone() == *zone;
+    }
+    void make(const QString &wanted, UErrorCode &status)
+    {
+        pattern = wanted;
+        locale = icu::Locale::getDefault();
+        formatter = std::make_unique<icu::SimpleDateFormat>(toIcu(pattern), locale, status);
+        if (U_FAILURE(status))
+            formatter.reset();
+    }
+};
+
 } // namespace
 
 QString Formats::localDate(const QDateTime &moment, const QString &pattern)
 {
+    // Making one takes ten times as long as using it; one at a time may use it.
+    static std::mutex mutex;
+    static auto *const kept = new LocalFormat;
+    const std::scoped_lock lock(mutex);
     UErrorCode status = U_ZERO_ERROR;
-    const auto formatter = std::make_unique<icu::SimpleDateFormat>(toIcu(pattern), icu::Locale::getDefault(), status);
-    return format(formatter.get(), status, static_cast<UDate>(moment.toMSecsSinceEpoch()));
+    if (!kept->standsFor(pattern))
+        kept->make(pattern, status);
+    return format(kept->formatter.get(), status, static_cast<UDate>(moment.toMSecsSinceEpoch()));
 }
 
 QString Formats::solarHijriDate(const QString &isoDate)

@@ -4,6 +4,9 @@
 
 #include <QTimeZone>
 
+#include <unicode/locid.h>
+#include <unicode/timezone.h>
+
 namespace kelpay {
 
 using namespace Qt::StringLiterals;
@@ -58,6 +61,21 @@ TEST(Formats, TwelveHourClockWithoutMarker)
     EXPECT_EQ(hours(23), hours(11));
     EXPECT_NE(hours(1), hours(2));
     EXPECT_EQ(hours(15).size(), 2);
+}
+
+TEST(Formats, LocalDateFollowsLocaleAndZone)
+{
+    const QDateTime noon(QDate(2026, 11, 22), QTime(12, 0), Qt::UTC);
+    const auto shown = [&](const icu::Locale &locale, const char16_t *zone) {
+        UErrorCode status = U_ZERO_ERROR;
+        icu::Locale::setDefault(locale, status);
+        icu::TimeZone::adoptDefault(icu::TimeZone::createTimeZone(zone));
+        return Formats::localDate(noon, u"HH"_s);
+    };
+    EXPECT_EQ(shown(icu::Locale("en"), u"UTC"), u"12"_s);
+    EXPECT_EQ(shown(icu::Locale("en"), u"Asia/Dubai"), u"16"_s);
+    EXPECT_EQ(shown(icu::Locale("fa"), u"Asia/Dubai"), u"۱۶"_s);
+    EXPECT_EQ(shown(icu::Locale("en"), u"UTC"), u"12"_s);
 }
 
 } // namespace
