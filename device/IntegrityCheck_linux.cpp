@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <mutex>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -62,8 +63,13 @@ bool IntegrityCheck::isRoot()
 
 QByteArray IntegrityCheck::board()
 {
-    return contents("/sys/firmware/devicetree/base/compatible") + contents("/proc/cpuinfo") +
-           SystemFacts::hardwareModel().toUtf8();
+    // It stays what it is, and the kernel takes its time to describe its processors.
+    static std::mutex mutex;
+    static auto *const processors = new QByteArray;
+    const std::scoped_lock lock(mutex);
+    if (processors->isEmpty())
+        *processors = contents("/proc/cpuinfo");
+    return contents("/sys/firmware/devicetree/base/compatible") + *processors + SystemFacts::hardwareModel().toUtf8();
 }
 
 } // namespace kelpay
