@@ -4,6 +4,9 @@
 #include "Deployment.h"
 #include "Dispatch.h"
 #include "Log.h"
+#include "TrustAnchors.h"
+
+#include <QFile>
 
 #include <curl/curl.h>
 
@@ -82,23 +85,42 @@ try {
     return 1;
 }
 
-void setTrust(CURL *handle, Trust trust)
+using Vouchers = std::shared_ptr<const TrustAnchors::Parsed>;
+
+/// The system's store as one file, where libcurl has it so.
+Vouchers setSystemTrust(CURL *handle)
+{
+    static auto *const store = new TrustAnchors;
+    const char *const path = curl_version_info(CURLVERSION_NOW)->cainfo;
+    const auto pem = path ? readFile(QFile::decodeName(path)) : std::nullopt;
+    auto vouchers = pem ? store->vouchFor(handle, *pem, TrustAnchors::Company::Beside) : nullptr;
+    if (vouchers)
+        curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+    return vouchers;
+}
+
+/// Gives what must outlive the transfer.
+Vouchers setTrust(CURL *handle, Trust trust)
 {
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L);
     curl_easy_setopt(handle, CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
-    if (trust == Trust::System)
-        return;
-    const auto anchors = Bundle::sdk().dataForResource(u"service-anchors"_s, u"pem"_s);
+    const auto anchors =
+        trust == Trust::System ? std::nullopt : Bundle::sdk().dataForResource(u"service-anchors"_s, u"pem"_s);
     if (!anchors)
-        return;
-    if (trust == Trust::Service) {
-        // Both, or the system's folder would still vouch for a stranger.
-        curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+        return setSystemTrust(handle);
+    curl_easy_setopt(handle, CURLOPT_CAINFO, nullptr);
+    // Or the system's folder would still vouch for a stranger.
+    if (trust == Trust::Service)
         curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    static auto *const service = new TrustAnchors;
+    auto vouchers = service->vouchFor(
+        handle, *anchors, trust == Trust::Service ? TrustAnchors::Company::Alone : TrustAnchors::Company::Beside);
+    if (!vouchers) {
+        curl_blob blob{const_cast<std::uint8_t *>(anchors->data()), anchors->size(), CURL_BLOB_COPY};
+        curl_easy_setopt(handle, CURLOPT_CAINFO_BLOB, &blob);
     }
-    curl_blob blob{const_cast<std::uint8_t *>(anchors->data()), anchors->size(), CURL_BLOB_COPY};
-    curl_easy_setopt(handle, CURLOPT_CAINFO_BLOB, &blob);
+    return vouchers;
 }
 
 void setBounds(CURL *handle, std::chrono::seconds ceiling)
@@ -171,7 +193,7 @@ UrlResult perform(const Request &request, Transfer &transfer)
     curl_easy_setopt(handle.get(), CURLOPT_XFERINFODATA, &transfer);
     setSingleUse(handle.get());
     setBounds(handle.get(), request.ceiling);
-    setTrust(handle.get(), request.trust);
+    const Vouchers vouchers = setTrust(handle.get(), request.trust);
     if (request.post) {
         curl_easy_setopt(handle.get(), CURLOPT_POST, 1L);
         curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request.post->size()));
