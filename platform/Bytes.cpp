@@ -16,13 +16,27 @@ namespace kelpay {
 
 namespace {
 
+/// Wipes what it takes back.
+template <typename T> struct Wiping
+{
+    using value_type = T;
+    Wiping() = default;
+    template <typename Other> Wiping(const Wiping<Other> & /*other*/) {} // NOLINT(google-explicit-constructor)
+
+    T *allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
+    void deallocate(T *memory, std::size_t count)
+    {
+        wipe(memory, count * sizeof(T));
+        std::allocator<T>().deallocate(memory, count);
+    }
+    friend bool operator==(const Wiping & /*a*/, const Wiping & /*b*/) { return true; }
+};
+
+/// Together with its count of holders: one allocation, where a request makes dozens.
 std::shared_ptr<std::uint8_t> wipedStorage(std::size_t capacity)
 {
-    auto *raw = static_cast<std::uint8_t *>(::operator new(capacity));
-    return {raw, [capacity](std::uint8_t *p) {
-                wipe(p, capacity);
-                ::operator delete(p);
-            }};
+    auto bytes = std::allocate_shared_for_overwrite<std::uint8_t[]>(Wiping<std::uint8_t>(), capacity);
+    return {bytes, bytes.get()};
 }
 
 } // namespace

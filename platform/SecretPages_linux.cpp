@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <atomic>
 #include <cerrno>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -18,18 +19,26 @@ std::size_t whole(std::size_t size)
     return (size + page - 1) / page * page;
 }
 
+/// The smallest pages that were let go of last, wiped: making them and giving them back takes longer than a request's
+/// cipher.
+std::atomic<void *> idle{nullptr};
+
 } // namespace
 
 void *take(std::size_t size) noexcept
 {
     const std::size_t length = whole(size);
-    void *pages = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (pages == MAP_FAILED)
-        return nullptr;
+    void *pages = length == whole(1) ? idle.exchange(nullptr) : nullptr;
+    if (!pages) {
+        pages = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        if (pages == MAP_FAILED)
+            return nullptr;
+        madvise(pages, length, MADV_DONTDUMP);
+        madvise(pages, length, MADV_WIPEONFORK);
+    }
+    // Idle ones again: a child's are not locked, and there may be room for them now.
     const bool isKept = mlock(pages, length) == 0;
     const int reason = errno;
-    madvise(pages, length, MADV_DONTDUMP);
-    madvise(pages, length, MADV_WIPEONFORK);
     if (!isKept) {
         [[maybe_unused]] static const bool isLogged = [reason] {
             qCWarning(logSecurity, "what is typed can't be kept out of swap space: %s; raise RLIMIT_MEMLOCK",
@@ -43,7 +52,9 @@ void *take(std::size_t size) noexcept
 void release(void *pages, std::size_t size) noexcept
 {
     wipe(pages, size);
-    munmap(pages, whole(size));
+    void *none = nullptr;
+    if (whole(size) != whole(1) || !idle.compare_exchange_strong(none, pages))
+        munmap(pages, whole(size));
 }
 
 } // namespace kelpay::SecretPages
