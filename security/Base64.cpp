@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <new>
 #include <type_traits>
@@ -65,21 +66,26 @@ template <typename Char> Char *encode(const std::uint8_t *in, std::size_t size, 
 template <typename Char>
 std::uint32_t decodeGroups(const Char *in, std::size_t groups, std::uint8_t *out, std::uint32_t &all)
 {
+    using Four = std::conditional_t<sizeof(Char) == 1, std::uint32_t, std::uint64_t>;
+    constexpr unsigned width = 8 * sizeof(Char);
+    constexpr bool isLittle = std::endian::native == std::endian::little;
     std::uint32_t seen = 0;
-    std::uint32_t characters = 0;
+    Four characters = 0;
     for (; groups > 0; --groups, in += 4, out += 3) {
-        const std::uint32_t a = static_cast<std::make_unsigned_t<Char>>(in[0]);
-        const std::uint32_t b = static_cast<std::make_unsigned_t<Char>>(in[1]);
-        const std::uint32_t c = static_cast<std::make_unsigned_t<Char>>(in[2]);
-        const std::uint32_t d = static_cast<std::make_unsigned_t<Char>>(in[3]);
-        const auto bits = values[0][a & 0xff] | values[1][b & 0xff] | values[2][c & 0xff] | values[3][d & 0xff];
-        characters |= a | b | c | d;
+        Four four = 0;
+        std::memcpy(&four, in, sizeof(four));
+        const auto value = [four](unsigned place) {
+            return values[place][four >> width * (isLittle ? place : 3 - place) & 0xff];
+        };
+        const std::uint32_t bits = value(0) | value(1) | value(2) | value(3);
+        characters |= four;
         seen |= bits;
         out[0] = static_cast<std::uint8_t>(bits >> 16);
         out[1] = static_cast<std::uint8_t>(bits >> 8);
         out[2] = static_cast<std::uint8_t>(bits);
     }
-    all |= characters;
+    if constexpr (width > 8)
+        all |= (characters & 0xff00ff00ff00ff00) != 0 ? 0x100 : 0;
     return seen;
 }
 

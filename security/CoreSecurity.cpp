@@ -37,8 +37,8 @@ try {
 std::optional<Bytes> wrapped(const Bytes &key)
 {
     auto &rsa = AFRSA::sharedAFRSA();
-    const auto path = Bundle::sdk().pathForResource(u"IOSNewCert"_s, u"pfx"_s);
-    if (!rsa.keysFromPersonalInformationExchangeFile(path.value_or(QString()), u"qwpLumaXYT@#781"_s))
+    const auto file = Bundle::sdk().dataForResource(u"IOSNewCert"_s, u"pfx"_s);
+    if (!rsa.keysFromData(file.value_or(Bytes()), u"qwpLumaXYT@#781"_s))
         qCWarning(logSecurity,
                   "IOSNewCert.pfx is missing or can't be used, so the service will refuse the request: put the "
                   "certificate that it issued among the SDK's resources");

@@ -89,7 +89,6 @@ try {
     if (job.operation > CipherDecrypt || !isKeySize(job.algorithm, key.size()) ||
         (needsIv && iv && iv->size() < blockSize) || data.size() > std::numeric_limits<int>::max() - blockSize)
         return std::nullopt;
-    const openssl::ErrorScope errors;
     const EVP_CIPHER *cipher = fetched(rowOf(job.algorithm, key.size()), job.isECB ? Ecb : Cbc);
     if (!cipher) {
         errno = ENOSYS;

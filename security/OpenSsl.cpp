@@ -63,7 +63,9 @@ const EVP_CIPHER *Cipher::get()
 ErrorScope::ErrorScope()
 {
     ERR_set_mark();
-    ERR_raise(ERR_LIB_USER, scopeBegins);
+    // Without ERR_raise's copies of file and function.
+    ERR_new();
+    ERR_set_error(ERR_LIB_USER, scopeBegins, nullptr);
 }
 
 QByteArray ErrorScope::reason()
