@@ -39,15 +39,43 @@ void appendBase64(std::string &text, const unsigned char *data, std::size_t size
     text.append(reinterpret_cast<const char *>(block.data()), static_cast<std::size_t>(written));
 }
 
+/// The compact JSON of an object of texts, without Qt's writer.
+std::string lean(const QJsonObject &object)
+{
+    std::string json = "{";
+    json.reserve(1024);
+    const auto append = [&json](const QString &text) {
+        json += '"';
+        for (const char c : text.toUtf8()) {
+            if (c == '"' || c == '\\')
+                json += '\\';
+            json += c;
+        }
+        json += '"';
+    };
+    for (auto entry = object.begin(); entry != object.end(); ++entry) {
+        if (json.size() > 1)
+            json += ',';
+        append(entry.key());
+        json += ':';
+        append(entry.value().toString());
+    }
+    json += '}';
+    return json;
+}
+
 } // namespace
 
 struct BareCalls::Impl
 {
+    std::string seal(EVP_PKEY_CTX *rsa, std::string_view json) const;
+
     std::string path;
     EVP_CIPHER *cbc = EVP_CIPHER_fetch(openssl::libraryContext(), "AES-256-CBC", nullptr);
     EVP_CIPHER *ecb = EVP_CIPHER_fetch(openssl::libraryContext(), "AES-256-ECB", nullptr);
     openssl::Certificate certificate;
     openssl::Pkey key;
+    openssl::PkeyContext keptRsa;
 };
 
 BareCalls::BareCalls(const std::string &path) : m_impl(std::make_unique<Impl>())
@@ -64,6 +92,9 @@ BareCalls::BareCalls(const std::string &path) : m_impl(std::make_unique<Impl>())
     const openssl::Pkey unused(privateKey);
     m_impl->certificate.reset(leaf);
     m_impl->key.reset(X509_get_pubkey(leaf));
+    m_impl->keptRsa.reset(EVP_PKEY_CTX_new_from_pkey(openssl::libraryContext(), m_impl->key.get(), nullptr));
+    EVP_PKEY_encrypt_init(m_impl->keptRsa.get());
+    EVP_PKEY_CTX_set_rsa_padding(m_impl->keptRsa.get(), RSA_PKCS1_PADDING);
 }
 
 BareCalls::~BareCalls()
@@ -74,32 +105,43 @@ BareCalls::~BareCalls()
 
 std::string BareCalls::seal(const QJsonObject &request)
 {
-    std::array<unsigned char, 32> key{};
-    std::array<unsigned char, 16> iv{};
-    RAND_bytes_ex(openssl::libraryContext(), key.data(), key.size(), 0);
-    RAND_bytes_ex(openssl::libraryContext(), iv.data(), iv.size(), 0);
+    const openssl::PkeyContext rsa(EVP_PKEY_CTX_new_from_pkey(openssl::libraryContext(), m_impl->key.get(), nullptr));
+    EVP_PKEY_encrypt_init(rsa.get());
+    EVP_PKEY_CTX_set_rsa_padding(rsa.get(), RSA_PKCS1_PADDING);
     const QByteArray json = QJsonDocument(request).toJson(QJsonDocument::Compact);
-    const auto file = read(m_impl->path);
+    return m_impl->seal(rsa.get(), std::string_view(json.constData(), static_cast<std::size_t>(json.size())));
+}
 
-    std::vector<unsigned char> plain(iv.begin(), iv.end());
-    plain.insert(plain.end(), json.begin(), json.end());
+std::string BareCalls::sealLean(const QJsonObject &request)
+{
+    return m_impl->seal(m_impl->keptRsa.get(), lean(request));
+}
+
+std::string BareCalls::Impl::seal(EVP_PKEY_CTX *rsa, std::string_view json) const
+{
+    std::array<unsigned char, 32> random{};
+    std::array<unsigned char, 16> iv{};
+    RAND_bytes_ex(openssl::libraryContext(), random.data(), random.size(), 0);
+    RAND_bytes_ex(openssl::libraryContext(), iv.data(), iv.size(), 0);
+    const auto file = read(path);
+
+    std::vector<unsigned char> plain(iv.size() + json.size());
+    std::copy(json.begin(), json.end(), std::copy(iv.begin(), iv.end(), plain.begin()));
     std::vector<unsigned char> cipher(plain.size() + 16);
     const openssl::CipherContext aes(EVP_CIPHER_CTX_new());
     int length = 0;
     int tail = 0;
-    EVP_EncryptInit_ex2(aes.get(), m_impl->cbc, key.data(), iv.data(), nullptr);
+    EVP_EncryptInit_ex2(aes.get(), cbc, random.data(), iv.data(), nullptr);
     EVP_EncryptUpdate(aes.get(), cipher.data(), &length, plain.data(), static_cast<int>(plain.size()));
     EVP_EncryptFinal_ex(aes.get(), cipher.data() + length, &tail);
     cipher.resize(static_cast<std::size_t>(length + tail));
 
     std::array<unsigned char, 256> block{};
     std::size_t blockSize = block.size();
-    const openssl::PkeyContext rsa(EVP_PKEY_CTX_new_from_pkey(openssl::libraryContext(), m_impl->key.get(), nullptr));
-    EVP_PKEY_encrypt_init(rsa.get());
-    EVP_PKEY_CTX_set_rsa_padding(rsa.get(), RSA_PKCS1_PADDING);
-    EVP_PKEY_encrypt(rsa.get(), block.data(), &blockSize, key.data(), key.size());
+    EVP_PKEY_encrypt(rsa, block.data(), &blockSize, random.data(), random.size());
 
     std::string envelope = "'";
+    envelope.reserve(2048);
     appendBase64(envelope, block.data(), blockSize);
     envelope += '#';
     constexpr std::size_t bytesInLine = 57;

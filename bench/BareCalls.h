@@ -22,6 +22,8 @@ public:
 
     /// The envelope: random bytes, JSON text, one read of the file, AES, RSA and base64.
     std::string seal(const QJsonObject &request);
+    /// The same with what can be kept kept, an RSA context ready, and JSON that Qt doesn't write.
+    std::string sealLean(const QJsonObject &request);
     /// base64 and AES-256 in ECB mode under `key`.
     std::vector<unsigned char> open(const std::string &text, const unsigned char *key);
     /// CMS enveloped data of `plain` for the same certificate, in DER form.
