@@ -80,9 +80,8 @@ QString CoreFunctions::bundleID() const
 
 QString CoreFunctions::deviceData() const
 {
-    return QStringList{u"APPL"_s, hardwareString(), SystemFacts::systemVersion(), SystemFacts::deviceName(),
-                       SystemFacts::localizedModel()}
-        .join(u'|');
+    return u"APPL|"_s + hardwareString() + u'|' + SystemFacts::systemVersion() + u'|' + SystemFacts::deviceName() + u'|' +
+           SystemFacts::localizedModel();
 }
 
 QString CoreFunctions::hardwareString() const

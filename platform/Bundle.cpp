@@ -50,11 +50,16 @@ const Bundle &Bundle::main()
 
 QStringList Bundle::folders() const
 {
-    if (m_kind == Kind::Main)
-        return {u":/"_s, QCoreApplication::applicationDirPath() + u'/'};
-    QStringList folders{u":/dev.kel.KelPay/"_s};
+    // One by one: Qt's lists don't check that there is memory for several at once.
+    QStringList folders;
+    if (m_kind == Kind::Main) {
+        folders.append(u":/"_s);
+        folders.append(QCoreApplication::applicationDirPath() + u'/');
+        return folders;
+    }
     if (const QString overlay = Deployment::resourcesOverlay(); !overlay.isEmpty())
-        folders.prepend(overlay + u'/');
+        folders.append(overlay + u'/');
+    folders.append(u":/dev.kel.KelPay/"_s);
     return folders;
 }
 

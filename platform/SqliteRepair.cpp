@@ -38,9 +38,9 @@ QStringList damagedCopies(const QString &path)
 {
     QStringList copies;
     const QDir folder(folderOf(path));
-    for (const QString &name :
-         folder.entryList({QFileInfo(path).fileName() + u".damaged-*"_s}, QDir::Files, QDir::Name)) {
-        if (name.back().isDigit())
+    const QString prefix = QFileInfo(path).fileName() + u".damaged-"_s;
+    for (const QString &name : folder.entryList(QDir::Files, QDir::Name)) {
+        if (name.startsWith(prefix) && name.back().isDigit())
             copies.append(folder.filePath(name));
     }
     return copies;

@@ -48,7 +48,7 @@ class Bench:
         reading, writing = os.pipe()
         try:
             run = subprocess.run([program or f"{self.options.bin}/kelpay-fault-host", "whole"],
-                                 env=self.env | (torture if kind else {}), stdin=reading, capture_output=True, text=True, timeout=20)
+                                 env=self.env | (torture if kind else {}), stdin=reading, capture_output=True, text=True, timeout=80)
         except subprocess.TimeoutExpired as late:
             return "late", None, (late.stderr or b"").decode(), 0
         finally:
