@@ -27,6 +27,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
+const auto paymentScene = u"PaymentView"_s;
+
 bool hasScreen()
 {
     return qobject_cast<QGuiApplication *>(QCoreApplication::instance()) != nullptr;
@@ -44,8 +46,7 @@ void presentPaymentScreen(const std::shared_ptr<Attempt> &attempt, bool hostHadW
         attempt->abandoned();
         return;
     }
-    auto payment =
-        ViewUtils::returnStoryboard().instantiateViewController(u"PaymentView"_s, QVariant::fromValue(attempt));
+    auto payment = ViewUtils::returnStoryboard().instantiateViewController(paymentScene, QVariant::fromValue(attempt));
     if (payment)
         ViewUtils::topMostViewController()->present(std::move(payment), true);
 }
@@ -179,7 +180,7 @@ void KelPayCore::start(const std::optional<QString> &merchantID, const QString &
     // Not before the way is free: another payment may be reading it.
     if (merchantID)
         initWithMerchantID(*merchantID);
-    ProgressOverlay::show();
+    ProgressOverlay::showBefore(paymentScene);
     if (IntegrityCheck::isSimulator()) {
         qCWarning(logDevice, "payments don't start on a simulated device");
         attempt->withdraw();

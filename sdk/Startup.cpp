@@ -3,31 +3,14 @@
 #include "device/HostProfile.h"
 #include "platform/Dispatch.h"
 #include "protocol/Attempt.h"
-#include "ui/components/Fonts.h"
 #include "ui/components/RootViewController.h"
 #include <KelPay/KelPayCore.h>
 
-#include <QGuiApplication>
+#include <QCoreApplication>
 
 namespace kelpay {
 
 using namespace std::chrono_literals;
-
-namespace {
-
-void registerFonts()
-{
-    // Registering a font without a GUI application crashes; a console host has no use for one.
-    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance()))
-        return;
-    // A plugin may bring the library on another thread.
-    if (Dispatch::isMain())
-        loadFonts();
-    else
-        QMetaObject::invokeMethod(QCoreApplication::instance(), loadFonts, Qt::QueuedConnection);
-}
-
-} // namespace
 
 /// The screens say their last word, what they said is delivered, and after that nobody calls the host.
 static void deliverLastWords()
@@ -48,7 +31,6 @@ static void endWithApplication()
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, deliverLastWords);
 }
 
-Q_COREAPP_STARTUP_FUNCTION(registerFonts)
 Q_COREAPP_STARTUP_FUNCTION(endWithApplication)
 
 } // namespace kelpay

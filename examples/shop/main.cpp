@@ -160,5 +160,8 @@ int main(int argc, char **argv)
     using namespace Qt::StringLiterals;
     QGuiApplication application(argc, argv);
     identify();
+    // The SDK's faces, for the shop's own texts too.
+    for (const QString &face : {u"irsansbold"_s, u"IRANSansFaNum-Medium"_s, u"IRANSansMobile(FaNum)"_s})
+        kelpay::KelPayCore::loadFontWithName(face);
     return runShop(*options);
 }

@@ -101,8 +101,8 @@ public:
     using ProgrammingErrorHandler = void (*)(const QString &message);
     static void setProgrammingErrorHandler(ProgrammingErrorHandler handler); ///< See ProgrammingErrorHandler.
 
-    /// Registers the bundled font file "<name>.ttf" for this process; does nothing when there is none. Needs a
-    /// QGuiApplication.
+    /// Registers the bundled font file "<name>.ttf" for this process, under its own families and `name`; does nothing
+    /// when there is none. The screens' own are registered when a payment starts. Needs a QGuiApplication; main thread.
     static void loadFontWithName(const QString &name);
 
     KelPayCore();

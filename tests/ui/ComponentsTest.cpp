@@ -1,14 +1,22 @@
 #include "Screens.h"
 
 #include "ui/components/Appearance.h"
+#include "ui/components/Fonts.h"
 #include "ui/components/ProgressOverlay.h"
+#include "ui/components/Rehearsal.h"
 #include "ui/components/RootViewController.h"
+#include "ui/components/ScreenEngine.h"
 #include "ui/components/Storyboard.h"
 #include "ui/payment/VerificationViewController.h"
 #include "ui/payment/ViewUtils.h"
 
+#include <QFile>
+#include <QFontInfo>
+#include <QQmlEngine>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 namespace kelpay {
 
@@ -102,6 +110,42 @@ TEST_F(ComponentsTest, goesWithTheHostsWindow)
     EXPECT_EQ(ViewUtils::topMostViewController(), &root());
     ProgressOverlay::dismiss();
     EXPECT_TRUE(outcomes().empty());
+}
+
+/// However far it came, also where the host blocks the event loop meanwhile.
+TEST_F(ComponentsTest, leavesNothingOfARehearsal)
+{
+    storeToken();
+    const auto windows = QGuiApplication::allWindows();
+    for (const int milliseconds : {0, 3, 10, 30, 60, 3000}) {
+        Rehearsal rehearsal(u"PaymentView"_s, window(), [] { ProgressOverlay::show(); });
+        QThread::msleep(20);
+        const bool isOver = waitFor([&] { return rehearsal.isOver(); }, milliseconds);
+        EXPECT_EQ(isOver, milliseconds > 1000);
+        EXPECT_FALSE(navigation());
+    }
+    EXPECT_EQ(QGuiApplication::allWindows(), windows);
+    EXPECT_FALSE(ScreenEngine::shared().incubationController());
+
+    // The token fails before the overlay stands.
+    ProgressOverlay::showBefore(u"PaymentView"_s);
+    ProgressOverlay::dismiss();
+    settle(300);
+    EXPECT_FALSE(item(u"progressOverlay"_s));
+    presentPayment();
+    EXPECT_TRUE(item(u"payButton"_s));
+    EXPECT_TRUE(outcomes().empty());
+}
+
+TEST_F(ComponentsTest, drawsWithTheDeployersFontsByTheNamesOfTheirFiles)
+{
+    const QTemporaryDir deployed;
+    QFile::copy(u":/dev.kel.KelPay/CardDigits.ttf"_s, deployed.filePath(u"Deployed.ttf"_s));
+    const QByteArray before = qgetenv("KELPAY_RESOURCES");
+    qputenv("KELPAY_RESOURCES", QFile::encodeName(deployed.path()));
+    loadFont(u"Deployed"_s);
+    qputenv("KELPAY_RESOURCES", before);
+    EXPECT_EQ(QFontInfo(QFont(u"Deployed"_s)).family(), Fonts::cardDigits());
 }
 
 TEST_F(ComponentsTest, opensAWindowOfItsOwnWhereTheHostHasNone)

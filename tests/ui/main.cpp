@@ -1,5 +1,3 @@
-#include "ui/components/Fonts.h"
-
 #include <QGuiApplication>
 #include <gtest/gtest.h>
 
@@ -10,7 +8,6 @@ int main(int argc, char **argv)
     QGuiApplication application(argc, argv);
     QCoreApplication::setApplicationName(u"ui_test"_s);
     QCoreApplication::setOrganizationDomain(u"test.kelpay.example"_s);
-    kelpay::loadFonts();
     testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

@@ -1,6 +1,5 @@
 #include "NavigationController.h"
 
-#include "ScreenFrame.h"
 #include "platform/Dispatch.h"
 
 namespace kelpay {
@@ -61,10 +60,8 @@ void NavigationController::beginTransition()
 void NavigationController::viewWillAppear()
 {
     ViewController *root = topViewController();
-    if (!root->m_frame && root->view()) {
-        root->m_frame = std::make_unique<ScreenFrame>(root->view(), container(), ScreenFrame::Edge::Side);
+    if (!root->m_frame && root->frameIn(container(), ScreenFrame::Edge::Side, false))
         root->m_frame->enter(false);
-    }
     root->viewWillAppear();
 }
 
@@ -80,8 +77,7 @@ void NavigationController::push(std::unique_ptr<ViewController> controller, bool
     const QPointer<ViewController> covered = topViewController();
     const QPointer<ViewController> pushed = controller.release();
     adopt(pushed);
-    if (container() && pushed->view()) {
-        pushed->m_frame = std::make_unique<ScreenFrame>(pushed->view(), container(), ScreenFrame::Edge::Side);
+    if (container() && pushed->frameIn(container(), ScreenFrame::Edge::Side, animated)) {
         pushed->viewWillAppear();
         pushed->m_frame->enter(animated);
     }

@@ -1,6 +1,7 @@
 #include "ProgressOverlay.h"
 
 #include "NavigationController.h"
+#include "Rehearsal.h"
 #include "RootViewController.h"
 #include "ScreenEngine.h"
 #include "Stage.h"
@@ -31,12 +32,24 @@ public:
 
     void request(bool shown, const QString &status = {}, const QString &imageUrl = {}, bool isSettled = false)
     {
+        m_isRehearsed = m_isRehearsed || (m_rehearsal && m_rehearsal->isOver());
+        m_rehearsal.reset();
         m_shown = shown;
         m_status = status;
         m_imageUrl = imageUrl;
         m_isSettled = isSettled;
         if (ScreenEngine::hasDisplay())
             m_update.start();
+    }
+
+    /// One rehearsal is enough: what comes of it is kept.
+    void showBefore(const QString &scene)
+    {
+        request(true);
+        if (m_isRehearsed || !ScreenEngine::hasDisplay())
+            return;
+        m_update.stop();
+        m_rehearsal = std::make_unique<Rehearsal>(scene, Stage::hostWindow(), [this] { update(); });
     }
 
     bool isShown() const { return m_shown; }
@@ -117,6 +130,8 @@ private:
     QPointer<QQuickItem> m_panel;
     std::unique_ptr<QQuickWindow> m_window;
     QPointer<NavigationController> m_covered;
+    bool m_isRehearsed = false;
+    std::unique_ptr<Rehearsal> m_rehearsal;
 };
 
 } // namespace
@@ -124,6 +139,11 @@ private:
 void ProgressOverlay::show()
 {
     Overlay::shared().request(true);
+}
+
+void ProgressOverlay::showBefore(const QString &scene)
+{
+    Overlay::shared().showBefore(scene);
 }
 
 void ProgressOverlay::show(const QString &status, const QString &imageUrl)

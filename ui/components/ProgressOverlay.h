@@ -11,6 +11,9 @@ class ProgressOverlay
 {
 public:
     static void show();
+    /// While the person waits for the scene, which is rehearsed meanwhile. What is left of that goes with the next
+    /// thing that is asked of the overlay.
+    static void showBefore(const QString &scene);
     /// With a text, and an image above it ("" for none).
     static void show(const QString &status, const QString &imageUrl);
     /// Stands still with a text: what was waited for will not come. Shown until it is dismissed, as the others are.

@@ -2,6 +2,7 @@
 
 #include "Appearance.h"
 #include "BundleImages.h"
+#include "Fonts.h"
 #include "platform/Log.h"
 
 #include <QGuiApplication>
@@ -9,6 +10,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 
+#include <algorithm>
 #include <memory>
 
 namespace kelpay {
@@ -40,8 +42,26 @@ QQmlEngine &ScreenEngine::shared()
         sharedEngine->addImportPath(u"qrc:/qt/qml"_s);
         sharedEngine->addImageProvider(BundleImages::id(), new BundleImages);
         qAddPostRoutine(deleteEngine);
+        Fonts::readList();
+        for (const auto *file : {"ProgressPanel", "Stage", "ScreenFrame"})
+            loadAhead(QUrl(u"qrc:/qt/qml/KelPay/Components/%1.qml"_s.arg(QLatin1StringView(file))));
     }
     return *sharedEngine;
+}
+
+void ScreenEngine::loadAhead(const QUrl &file)
+{
+    const auto ahead = shared().findChildren<QQmlComponent *>(Qt::FindDirectChildrenOnly);
+    const bool isKnown =
+        std::any_of(ahead.begin(), ahead.end(), [&](const QQmlComponent *known) { return known->url() == file; });
+    if (!isKnown)
+        new QQmlComponent(&shared(), file, QQmlComponent::Asynchronous, &shared());
+}
+
+bool ScreenEngine::isLoadingAhead()
+{
+    const auto ahead = shared().findChildren<QQmlComponent *>(Qt::FindDirectChildrenOnly);
+    return std::any_of(ahead.begin(), ahead.end(), [](const QQmlComponent *file) { return file->isLoading(); });
 }
 
 QObject *ScreenEngine::create(const QUrl &file, const QVariantMap &properties)

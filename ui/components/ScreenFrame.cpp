@@ -9,14 +9,15 @@ namespace kelpay {
 
 using namespace Qt::StringLiterals;
 
-ScreenFrame::ScreenFrame(QQuickItem *view, QQuickItem *place, Edge edge)
+ScreenFrame::ScreenFrame(ViewController &screen, QQuickItem *place, Edge edge, bool slides)
     : m_item(ScreenEngine::createItem(QUrl(u"qrc:/qt/qml/KelPay/Components/ScreenFrame.qml"_s),
-                                      {{u"view"_s, QVariant::fromValue(view)},
+                                      {{u"parent"_s, QVariant::fromValue(place)},
                                        {u"horizontal"_s, edge == Edge::Side},
+                                       {u"shown"_s, !slides},
                                        {u"duration"_s, ViewController::transitionMilliseconds}}))
 {
     if (m_item)
-        m_item->setParentItem(place);
+        m_item->setProperty("view", QVariant::fromValue(screen.view(m_item)));
 }
 
 ScreenFrame::~ScreenFrame()

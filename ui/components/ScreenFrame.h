@@ -5,13 +5,17 @@
 
 namespace kelpay {
 
-/// What a view stands in: fills its place and slides in and out of it.
+class ViewController;
+
+/// What a screen's view stands in: fills its place and slides in and out of it.
 class ScreenFrame
 {
 public:
     enum class Edge { Bottom, Side };
 
-    ScreenFrame(QQuickItem *view, QQuickItem *place, Edge edge);
+    /// Has the view made inside the place, so that it is laid out once; without one nothing is ever shown.
+    /// What is about to slide in stands at the `edge` first, disabled; anything else in its place.
+    ScreenFrame(ViewController &screen, QQuickItem *place, Edge edge, bool slides);
     ~ScreenFrame();
     ScreenFrame(const ScreenFrame &) = delete;
     ScreenFrame &operator=(const ScreenFrame &) = delete;

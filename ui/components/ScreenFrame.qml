@@ -5,7 +5,8 @@ import QtQuick
 FocusScope {
     id: frame
 
-    required property Item view
+    /// Made inside the frame.
+    property Item view: null
     required property bool horizontal
     required property int duration
     property bool animated: false
@@ -32,12 +33,6 @@ FocusScope {
         }
     }
 
-    Binding {
-        target: frame.view
-        property: "parent"
-        value: frame
-        restoreMode: Binding.RestoreNone
-    }
     Binding {
         target: frame.view
         property: "width"

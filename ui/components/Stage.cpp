@@ -38,6 +38,11 @@ QWindow *Stage::hostWindow()
     return last;
 }
 
+QSize Stage::roomOver(const QWindow *host)
+{
+    return qobject_cast<const QQuickWindow *>(host) ? host->size() : ownWindowSize;
+}
+
 Stage::Stage()
 {
     QWindow *host = hostWindow();
@@ -83,6 +88,7 @@ void Stage::openOwnWindow(QWindow *host)
     QRect geometry({}, ownWindowSize.boundedTo(available.size()));
     geometry.moveCenter(host ? host->frameGeometry().center() : available.center());
     m_ownWindow->setGeometry(geometry);
+    m_ownWindow->contentItem()->setSize(geometry.size()); // Not before it is shown by itself.
     m_ownWindow->installEventFilter(this);
     QCoreApplication::instance()->installEventFilter(this);
     if (host)

@@ -27,6 +27,8 @@ public:
     /// The host's active window: the focused one, else the first that is shown, else the last of these that it only
     /// hid; null where it has none.
     static QWindow *hostWindow();
+    /// The size of the layer over such a window, or of the window of our own.
+    static QSize roomOver(const QWindow *host);
 
 Q_SIGNALS:
     /// The host's window is gone, and the layer with it.

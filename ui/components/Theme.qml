@@ -36,8 +36,8 @@ QtObject {
     readonly property color accessory: dark ? "#2a3652" : "#1a202c"
     readonly property color scrim: dark ? "#c0050912" : "#b3101a30"
 
-    readonly property string family: "IRANSansFaNum-Medium"
-    readonly property string boldFamily: "irsansbold"
+    readonly property string family: Fonts.text
+    readonly property string boldFamily: Fonts.bold
     readonly property int captionSize: scaled(14)
     readonly property int bodySize: scaled(16)
     readonly property int titleSize: scaled(20)

@@ -4,7 +4,6 @@
 #include "NavigationController.h"
 #include "RootViewController.h"
 #include "ScreenEngine.h"
-#include "ScreenFrame.h"
 #include "platform/Dispatch.h"
 #include "platform/Log.h"
 
@@ -27,7 +26,11 @@ bool ViewController::moves(bool animated)
     return animated && !Appearance::shared().isMotionReduced();
 }
 
-ViewController::ViewController(const QUrl &view, QObject *parent) : QObject(parent), m_viewUrl(view) {}
+ViewController::ViewController(const QUrl &view, QObject *parent) : QObject(parent), m_viewUrl(view)
+{
+    if (!view.isEmpty() && ScreenEngine::hasDisplay())
+        ScreenEngine::loadAhead(view);
+}
 
 ViewController::~ViewController() = default;
 
@@ -49,15 +52,34 @@ NavigationController *ViewController::navigationController() const
     return m_navigation;
 }
 
-QQuickItem *ViewController::view()
+QQuickItem *ViewController::view(QQuickItem *place)
 {
     if (!m_view && !m_viewUrl.isEmpty()) {
         viewDidLoad();
-        m_view = ScreenEngine::createItem(m_viewUrl, {{u"controller"_s, QVariant::fromValue(this)}});
+        m_view = ScreenEngine::createItem(m_viewUrl, viewProperties(place));
         if (!m_view)
             m_viewUrl.clear();
     }
     return m_view;
+}
+
+QVariantMap ViewController::viewProperties(QQuickItem *place)
+{
+    QVariantMap properties{{u"controller"_s, QVariant::fromValue(this)}};
+    if (place) {
+        properties.insert(u"parent"_s, QVariant::fromValue(place));
+        properties.insert(u"width"_s, place->width());
+        properties.insert(u"height"_s, place->height());
+    }
+    return properties;
+}
+
+bool ViewController::frameIn(QQuickItem *place, ScreenFrame::Edge edge, bool slides)
+{
+    m_frame = std::make_unique<ScreenFrame>(*this, place, edge, slides);
+    if (!m_view)
+        m_frame.reset();
+    return m_frame != nullptr;
 }
 
 void ViewController::present(std::unique_ptr<ViewController> controller, bool animated, Completion completion)
@@ -66,18 +88,17 @@ void ViewController::present(std::unique_ptr<ViewController> controller, bool an
         qCWarning(logScreen, "nothing is presented: the screen presents one already, or there is no screen to present");
         return;
     }
+    animated = moves(animated);
     QQuickItem *stage = RootViewController::shared().openStage();
-    QQuickItem *view = stage ? controller->view() : nullptr;
-    if (!view) {
+    if (!stage || !controller->frameIn(stage, ScreenFrame::Edge::Bottom, animated)) {
         qCWarning(logScreen, "nothing is presented: there is no display, or the screen has no view");
+        controller.reset();
         RootViewController::shared().closeStageIfUnused();
         return;
     }
-    animated = moves(animated);
     m_presented = controller.release();
     m_presented->setParent(this);
     m_presented->m_presenting = this;
-    m_presented->m_frame = std::make_unique<ScreenFrame>(view, stage, ScreenFrame::Edge::Bottom);
     m_presented->viewWillAppear();
     m_presented->m_frame->enter(animated);
     afterTransition(animated, [presented = QPointer(m_presented), completion = std::move(completion)] {

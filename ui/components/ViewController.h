@@ -1,6 +1,7 @@
 #pragma once
 
 #include "NotificationBanner.h"
+#include "ScreenFrame.h"
 
 #include <QObject>
 #include <QPointer>
@@ -15,7 +16,6 @@
 namespace kelpay {
 
 class NavigationController;
-class ScreenFrame;
 
 /// One screen: it holds every decision, its QML view binds to it as the required property `controller`. A controller
 /// owns the one it presents; a navigation controller owns its stack. All of it on the main queue. A controller that was
@@ -50,12 +50,17 @@ public:
     ViewController *presentingViewController() const { return m_presenting; }
     NavigationController *navigationController() const;
 
-    /// The view, made on first use after viewDidLoad has filled the controller; null where the QML can't be made.
-    QQuickItem *view();
+    /// The view, made on first use after viewDidLoad has filled the controller, inside `place` and as large; null where
+    /// the QML can't be made.
+    QQuickItem *view(QQuickItem *place = nullptr);
     QQuickItem *viewIfLoaded() const { return m_view; }
+    const QUrl &viewUrl() const { return m_viewUrl; }
+    QVariantMap viewProperties(QQuickItem *place);
 
     /// Sets up the screen's state; runs once, before the view binds to it. Needs no window.
     virtual void viewDidLoad() {}
+    /// In its place for a view that nobody will see: texts as they will be, and nothing beyond the controller.
+    virtual void rehearse() {}
     virtual void viewWillAppear() {}
     virtual void viewDidAppear() {}
 
@@ -90,6 +95,9 @@ protected:
 
 private:
     friend class NavigationController;
+
+    /// Makes the view in a frame inside `place`; false where it can't be made, and there is no frame then.
+    bool frameIn(QQuickItem *place, ScreenFrame::Edge edge, bool slides);
 
     QUrl m_viewUrl;
     QPointer<QQuickItem> m_view;

@@ -1,6 +1,7 @@
 #include "Exhibits.h"
 
 #include "device/cards/SavedCard.h"
+#include "ui/components/Fonts.h"
 
 namespace kelpay {
 
@@ -9,7 +10,7 @@ using namespace Qt::StringLiterals;
 Exhibits::Exhibits()
 {
     for (QFont *font : {&m_alert.titleFont, &m_alert.messageFont, &m_alert.buttonFont, &m_alert.cancelButtonFont}) {
-        font->setFamily(u"IRANSansFaNum-Medium"_s);
+        font->setFamily(Fonts::text());
         font->setPixelSize(16);
     }
     m_alert.addButton(u"پرداخت با کیف پول"_s, {});

@@ -6,10 +6,6 @@ import KelPay.Payment
 Page {
     id: page
 
-    FontLoader {
-        id: cardDigits
-        source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
-    }
     Card {
         spacing: Theme.margin
 
@@ -17,7 +13,6 @@ Page {
             width: parent.width
             form: page.exhibits.form
             field: CardForm.CardNumber
-            family: cardDigits.font.family
             name: "empty"
             label: "Empty"
             hint: "۱۶ رقم روی کارت"
@@ -35,7 +30,6 @@ Page {
             width: parent.width
             form: page.exhibits.form
             field: CardForm.CardNumber
-            family: cardDigits.font.family
             name: "filled"
             label: "Filled"
             note: "بانک ملی"
@@ -48,7 +42,6 @@ Page {
             width: parent.width
             form: page.exhibits.form
             field: CardForm.CardNumber
-            family: cardDigits.font.family
             name: "faulty"
             label: "Faulty"
             entered: "6037991234567890"
@@ -58,7 +51,6 @@ Page {
             width: parent.width
             form: page.exhibits.form
             field: CardForm.CardNumber
-            family: cardDigits.font.family
             name: "disabled"
             label: "Disabled"
             entered: "6037991234567893"

@@ -1,6 +1,5 @@
 #include "Exhibits.h"
 #include "ui/components/Appearance.h"
-#include "ui/components/Fonts.h"
 #include "ui/components/ScreenEngine.h"
 
 #include <QCommandLineParser>
@@ -86,7 +85,6 @@ int run(const QStringList &arguments)
     const std::optional<Options> options = readOptions(arguments);
     if (!options)
         return 2;
-    loadFonts();
     if (options->look)
         Appearance::shared().pin(*options->look);
 

@@ -31,13 +31,8 @@ Card {
             inputs[field - CardForm.CardNumber].forceActiveFocus();
         }
     }
-    FontLoader {
-        id: cardDigits
-        source: "qrc:/dev.kel.KelPay/CardDigits.ttf"
-    }
     EntryField {
         id: cardNumberTextField
-        family: cardDigits.font.family
         width: parent.width
         name: "cardNumberTextField"
         form: section.form

@@ -23,7 +23,7 @@ Item {
     property alias noteName: noteLabel.objectName
     /// Such a text, and any that is as long, must be seen whole: the digits get smaller where it would not fit.
     property string sample: field === CardForm.CardNumber ? "1234567890123456" : ""
-    property string family: Theme.family
+    readonly property string family: field === CardForm.CardNumber ? Fonts.cardDigits : Theme.family
     /// Why the last edit was not taken; gone with the next one.
     property string refusal
     readonly property string complaint: refusal !== "" ? refusal : fault

@@ -10,6 +10,7 @@
 #include "platform/Formats.h"
 #include "platform/ScreenPresenter.h"
 #include "platform/UserDefaults.h"
+#include "ui/components/Fonts.h"
 #include "ui/components/NavigationController.h"
 #include "ui/components/ProgressOverlay.h"
 #include "ui/components/ReceiptInput.h"
@@ -53,8 +54,8 @@ QFont fontOf(const QString &family)
 
 void setFonts(AlertView &alert)
 {
-    alert.titleFont = fontOf(u"IRANSansFaNum-Medium"_s);
-    alert.messageFont = fontOf(u"IRANSansMobile(FaNum)"_s);
+    alert.titleFont = fontOf(Fonts::text());
+    alert.messageFont = fontOf(Fonts::message());
     alert.buttonFont = alert.messageFont;
     alert.cancelButtonFont = alert.messageFont;
 }
@@ -75,7 +76,6 @@ PaymentViewController::PaymentViewController(std::shared_ptr<Attempt> attempt, Q
 {
     connect(&m_timer, &Ticker::fired, this, &PaymentViewController::timerFired);
     connect(&m_form, &CardForm::notified, this, &PaymentViewController::showNotificationErrorWithMessage);
-    setFonts(m_leaveAlert);
     m_leaveAlert.addButton(u"ادامه پرداخت"_s, {});
     m_leaveAlert.setCancelButton(u"بله، انصراف"_s, [this] { cancelPayment(); });
 }
@@ -106,9 +106,18 @@ void PaymentViewController::viewDidAppear()
 
 void PaymentViewController::viewDidLoad()
 {
+    setFonts(m_leaveAlert);
     loadTokenData();
     connect(delegational(), &PickerViewDelegate::cardSet, &m_form, &CardForm::notifierFired);
     m_timer.start();
+}
+
+void PaymentViewController::rehearse()
+{
+    m_amountText = rials(u"1234567890"_s);
+    m_merchantText = u"آابپتثجچحخدذرزژسشصضطظعغفقکگلمنوهی"_s;
+    m_detailText = m_merchantText;
+    m_timeText = u"9:59"_s;
 }
 
 void PaymentViewController::loadTokenData()

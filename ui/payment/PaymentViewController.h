@@ -50,6 +50,7 @@ public:
     void setPaymentSender(PaymentSender sender) { m_sender = std::move(sender); }
 
     void viewDidLoad() override;
+    void rehearse() override;
     QString title() const override { return u"پرداخت"_s; }
     QString barButtonText() const override { return u"انصراف"_s; }
     QString barButtonName() const override { return u"cancelButton"_s; }

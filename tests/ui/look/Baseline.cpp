@@ -1,5 +1,7 @@
 #include "Baseline.h"
 
+#include "ui/components/Fonts.h"
+
 #include <QColor>
 #include <QFont>
 #include <QPainter>
@@ -50,7 +52,7 @@ QImage contactSheet(const QList<QImage> &images, const QStringList &names, int h
     sheet.fill(isDark ? QColor(0x3a, 0x3f, 0x4a) : QColor(0xc9, 0xce, 0xd8));
     QPainter painter(&sheet);
     painter.setPen(isDark ? Qt::white : Qt::black);
-    QFont font(u"IRANSansFaNum-Medium"_s);
+    QFont font(Fonts::text());
     font.setPixelSize(12);
     painter.setFont(font);
     for (int index = 0; index < images.size(); ++index) {

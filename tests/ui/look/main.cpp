@@ -6,8 +6,6 @@
 #include "Baseline.h"
 #include "Shots.h"
 
-#include "ui/components/Fonts.h"
-
 #include <QDir>
 #include <QGuiApplication>
 #include <QStyleHints>
@@ -153,7 +151,6 @@ int main(int argc, char **argv)
     QCoreApplication::setApplicationName(u"screens_look"_s);
     QCoreApplication::setOrganizationDomain(u"test.kelpay.example"_s);
     QGuiApplication::styleHints()->setCursorFlashTime(0);
-    kelpay::loadFonts();
 
     const QStringList arguments = application.arguments();
     const auto option = [&](const QString &name) {
