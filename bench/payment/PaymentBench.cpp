@@ -23,7 +23,7 @@ using namespace kelpay::bench;
 
 namespace {
 
-const QByteArray host = "127.0.0.18";
+const QByteArray host = "127.0.0.20";
 constexpr int rounds = 81;
 constexpr int warmUp = 5;
 
@@ -145,8 +145,10 @@ int main(int argc, char **argv)
     service.start(QCoreApplication::applicationDirPath() + u"/kelpay-sandbox"_s,
                   {u"--host"_s, QString::fromLatin1(host), u"--identity"_s, identityFolder(), u"--ledger"_s,
                    folder.filePath(u"ledger"_s), u"--die-with-parent"_s});
-    if (!service.waitForReadyRead(10'000))
+    if (!service.waitForReadyRead(10'000)) {
+        std::puts("SHORT the sandbox doesn't start; its line above says why");
         return 1;
+    }
     prepare();
     Times payment;
     Times bare;
