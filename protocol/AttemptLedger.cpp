@@ -85,8 +85,17 @@ bool AttemptLedger::write(const char *sql, const QStringList &texts)
         .value_or(false);
 }
 
+void AttemptLedger::forgetOld()
+{
+    write(forget, {QString::number(QDateTime::currentDateTime().addDays(-daysKept).toMSecsSinceEpoch())});
+}
+
 void AttemptLedger::begun(const UnsettledAttempt &attempt)
 {
+    // Once a day: a host may never ask for the list.
+    const qint64 today = QDate::currentDate().toJulianDay();
+    if (m_forgotten.exchange(today) != today)
+        forgetOld();
     write(insertBegun, textsOf(attempt));
 }
 
@@ -117,7 +126,7 @@ std::vector<UnsettledAttempt> AttemptLedger::unsettled()
 {
     if (m_store.path().isEmpty())
         return {};
-    write(forget, {QString::number(QDateTime::currentDateTime().addDays(-daysKept).toMSecsSinceEpoch())});
+    forgetOld();
     return m_store
         .run([](SqliteDatabase &database) {
             std::vector<UnsettledAttempt> attempts;

@@ -4,6 +4,7 @@
 
 #include <KelPay/PaymentEvent.h>
 
+#include <atomic>
 #include <vector>
 
 namespace kelpay {
@@ -36,8 +37,10 @@ public:
 
 private:
     bool write(const char *sql, const QStringList &texts);
+    void forgetOld();
 
     SqliteStore m_store;
+    std::atomic<qint64> m_forgotten{0}; ///< The Julian day on which that was done last.
 };
 
 } // namespace kelpay

@@ -4,6 +4,7 @@
 #include "platform/StateFolder.h"
 
 #include <QCoreApplication>
+#include <QTemporaryDir>
 
 namespace kelpay {
 
@@ -201,6 +202,28 @@ TEST_F(AttemptTest, ATokenWithoutAnAnswerEndsIt)
     EXPECT_EQ(told(), (std::vector{Kind::Started, Kind::TokenAsked, Kind::TransportError, Kind::Ended}));
     EXPECT_FALSE(Attempt::current());
     EXPECT_TRUE(AttemptLedger::shared().unsettled().empty());
+}
+
+TEST_F(AttemptTest, WhatIsOldAndSettledIsForgottenThoughNobodyAsksForTheList)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(u"ledger"_s);
+    UnsettledAttempt attempt;
+    attempt.begun = QDateTime::currentDateTime().addDays(-91);
+    for (const auto &identifier : {u"old"_s, u"unsettled"_s}) {
+        attempt.identifier = identifier;
+        AttemptLedger(path).aboutToSend(attempt);
+    }
+    AttemptLedger(path).reported(u"old"_s, u"0"_s, true);
+    attempt.identifier = u"new"_s;
+    attempt.begun = QDateTime::currentDateTime();
+    AttemptLedger(path).begun(attempt);
+    SqliteStore store(path, SqliteStore::Durability::SurvivesPowerLoss, "");
+    EXPECT_EQ(store.run([](SqliteDatabase &database) {
+        auto select = database.prepare("SELECT group_concat(identifier) FROM attempts");
+        return select.step() == SqliteStatement::Step::Row ? select.text(0) : QString();
+    }),
+              u"new,unsettled"_s);
 }
 
 } // namespace
