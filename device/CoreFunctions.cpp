@@ -80,8 +80,8 @@ QString CoreFunctions::bundleID() const
 
 QString CoreFunctions::deviceData() const
 {
-    return u"APPL|"_s + hardwareString() + u'|' + SystemFacts::systemVersion() + u'|' + SystemFacts::deviceName() + u'|' +
-           SystemFacts::localizedModel();
+    return u"APPL|"_s + hardwareString() + u'|' + SystemFacts::systemVersion() + u'|' + SystemFacts::deviceName() +
+           u'|' + SystemFacts::localizedModel();
 }
 
 QString CoreFunctions::hardwareString() const
