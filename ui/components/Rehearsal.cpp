@@ -73,7 +73,7 @@ void Rehearsal::run()
     if (m_steps.front()())
         m_steps.pop_front();
     // What is wrong with the QML, the real screen says.
-    if (m_component && m_component->isError())
+    if (m_incubator.isError() || (m_component && m_component->isError()))
         m_steps.clear();
     if (m_steps.empty()) {
         m_next.stop();
@@ -96,8 +96,10 @@ void Rehearsal::addView(ViewController &controller)
         m_slices.incubateFor(slice.count());
         if (m_incubator.isLoading())
             return false;
-        m_views.emplace_back(qobject_cast<QQuickItem *>(m_incubator.object()));
-        m_incubator.clear();
+        if (auto *view = qobject_cast<QQuickItem *>(m_incubator.object())) {
+            m_views.emplace_back(view);
+            m_incubator.clear();
+        }
         return true;
     });
 }
