@@ -83,6 +83,11 @@ bool pay()
     return ok;
 }
 
+bool askStranger(const QByteArray &url)
+{
+    return std::holds_alternative<TransportError>(UrlSession::publicContents(QUrl(QString::fromLatin1(url))));
+}
+
 std::optional<Envelopes> envelopes()
 {
     const auto attempt = Attempt::begin(u"order 17"_s);

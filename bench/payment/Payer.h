@@ -20,6 +20,9 @@ Q_DECL_EXPORT void prepare();
 /// false where the payment did not succeed.
 Q_DECL_EXPORT bool pay();
 
+/// Asks for an address where the system's trust store decides; false unless it refuses who answers.
+Q_DECL_EXPORT bool askStranger(const QByteArray &url);
+
 /// What a payment sends, for somebody else to send; std::nullopt where there is no token for it.
 Q_DECL_EXPORT std::optional<Envelopes> envelopes();
 
