@@ -15,6 +15,7 @@
 #include <QUrl>
 
 #include <arpa/inet.h>
+#include <malloc.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -224,6 +225,8 @@ int serve(const QCommandLineParser &parser, const sigset_t &signals)
 int main(int argc, char *argv[])
 {
     const pid_t parent = getppid();
+    // More heaps grow with the exchanges, by what lies between the blocks in use; one has the threads wait.
+    mallopt(M_ARENA_MAX, 2);
     const sigset_t signals = blockStopSignals();
     const QCoreApplication application(argc, argv);
     QCommandLineParser parser;
