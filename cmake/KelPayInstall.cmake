@@ -31,10 +31,10 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/kelpay.pc.in kelpay.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/kelpay.pc DESTINATION ${pkgconfig} COMPONENT development)
 
 set(module ${CMAKE_INSTALL_LIBDIR}/qt6/qml/KelPay)
-install(TARGETS kelpayplugin LIBRARY DESTINATION ${module} COMPONENT runtime)
-install(FILES ${PROJECT_SOURCE_DIR}/sdk/plugin/qmldir DESTINATION ${module} COMPONENT runtime)
+install(TARGETS kelpayplugin LIBRARY DESTINATION ${module} COMPONENT qml)
+install(FILES ${PROJECT_SOURCE_DIR}/sdk/plugin/qmldir DESTINATION ${module} COMPONENT qml)
 install(FILES ${QT_QML_OUTPUT_DIRECTORY}/KelPay/kelpay_sdk.qmltypes DESTINATION ${module} RENAME KelPay.qmltypes
-    COMPONENT runtime)
+    COMPONENT qml)
 
 if(TARGET kelpay-sandbox)
     install(TARGETS kelpay-sandbox RUNTIME COMPONENT sandbox)
