@@ -11,14 +11,12 @@ Rectangle {
     color: Theme.surface
     border.color: Theme.line
 
+    // By bindings, which are there before the texts inside are laid out; anchors come after them.
     Column {
         id: column
-        anchors {
-            left: parent.left
-            right: parent.right
-            top: parent.top
-            margins: Theme.margin
-        }
+        x: Theme.margin
+        y: Theme.margin
+        width: parent.width - 2 * Theme.margin
         spacing: Theme.spacing
     }
 }

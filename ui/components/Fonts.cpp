@@ -39,7 +39,7 @@ struct Registry
     std::size_t count = 0;      ///< of the screens' own
 };
 
-/// Emptied with the application object, which takes what was registered along.
+/// Emptied with the application object: the next one registers them anew.
 Registry &registry()
 {
     static Registry shared;

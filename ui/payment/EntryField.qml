@@ -121,14 +121,11 @@ Item {
             }
             Item {
                 id: textPlace
-                anchors {
-                    left: iconPlace.right
-                    right: endPlace.left
-                    top: parent.top
-                    bottom: parent.bottom
-                    leftMargin: Theme.spacing
-                    rightMargin: Theme.spacing
-                }
+                // No anchor at the other end: its text would be laid out for no width first.
+                anchors.left: iconPlace.right
+                anchors.leftMargin: Theme.spacing
+                width: parent.width - iconPlace.width - endPlace.width - 2 * (Theme.margin - 4 + Theme.spacing)
+                height: parent.height
 
                 TextMetrics {
                     id: whole

@@ -83,14 +83,10 @@ Item {
                 height: Theme.iconSize
             }
             Item {
-                anchors {
-                    left: iconPlace.right
-                    right: parent.right
-                    top: parent.top
-                    bottom: parent.bottom
-                    leftMargin: Theme.spacing
-                    rightMargin: Theme.margin + 4
-                }
+                anchors.left: iconPlace.right
+                anchors.leftMargin: Theme.spacing
+                width: parent.width - iconPlace.width - Theme.spacing - 2 * Theme.margin
+                height: parent.height
 
                 Text {
                     textFormat: Text.PlainText
