@@ -235,6 +235,8 @@ void Dispatch::both(const Task &here, Task aside)
 {
     struct Aside
     {
+        explicit Aside(Task given) : task(std::move(given)) {}
+
         std::packaged_task<void()> task;
         std::atomic<bool> isTaken{false};
 
@@ -244,7 +246,7 @@ void Dispatch::both(const Task &here, Task aside)
                 task();
         }
     };
-    const auto shared = std::make_shared<Aside>(std::packaged_task<void()>(std::move(aside)));
+    const auto shared = std::make_shared<Aside>(std::move(aside));
     std::future<void> end = shared->task.get_future();
     try {
         global(Priority::High, [shared] { shared->run(); });

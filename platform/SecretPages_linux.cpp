@@ -22,6 +22,8 @@ std::size_t whole(std::size_t size)
 /// The smallest pages that were let go of last, wiped: making them and giving them back takes longer than a request's
 /// cipher.
 std::atomic<void *> idle{nullptr};
+/// Whether all that were ever taken are locked.
+std::atomic<bool> isAllKept{true};
 
 } // namespace
 
@@ -29,17 +31,21 @@ void *take(std::size_t size) noexcept
 {
     const std::size_t length = whole(size);
     void *pages = length == whole(1) ? idle.exchange(nullptr) : nullptr;
-    if (!pages) {
+    const bool isIdle = pages;
+    if (!isIdle) {
         pages = mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         if (pages == MAP_FAILED)
             return nullptr;
         madvise(pages, length, MADV_DONTDUMP);
         madvise(pages, length, MADV_WIPEONFORK);
     }
-    // Idle ones again: a child's are not locked, and there may be room for them now.
+    static const pid_t owner = getpid(); // a child's are not locked
+    if (isIdle && isAllKept && owner == getpid())
+        return pages;
     const bool isKept = mlock(pages, length) == 0;
     const int reason = errno;
     if (!isKept) {
+        isAllKept = false;
         [[maybe_unused]] static const bool isLogged = [reason] {
             qCWarning(logSecurity, "what is typed can't be kept out of swap space: %s; raise RLIMIT_MEMLOCK",
                       qUtf8Printable(qt_error_string(reason)));

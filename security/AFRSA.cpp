@@ -146,7 +146,8 @@ try {
     BytesBuilder output((data.size() + chunkSize - 1) / chunkSize * blockSize);
     std::size_t capacity = blockSize;
     for (std::size_t done = 0; done < data.size(); done += chunkSize) {
-        const Bytes chunk(data.data() + done, std::min(chunkSize, data.size() - done));
+        const Bytes chunk =
+            data.size() <= chunkSize ? data : Bytes(data.data() + done, std::min(chunkSize, data.size() - done));
         const auto result = operation == CipherEncrypt ? key->encrypt(chunk) : key->decrypt(chunk);
         if (!result || result->size() > capacity)
             return std::nullopt;

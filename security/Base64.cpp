@@ -71,7 +71,7 @@ std::uint32_t decodeGroups(const Char *in, std::size_t groups, std::uint8_t *out
     constexpr bool isLittle = std::endian::native == std::endian::little;
     std::uint32_t seen = 0;
     Four characters = 0;
-    for (; groups > 0; --groups, in += 4, out += 3) {
+    const auto next = [&] {
         Four four = 0;
         std::memcpy(&four, in, sizeof(four));
         const auto value = [four](unsigned place) {
@@ -80,9 +80,18 @@ std::uint32_t decodeGroups(const Char *in, std::size_t groups, std::uint8_t *out
         const std::uint32_t bits = value(0) | value(1) | value(2) | value(3);
         characters |= four;
         seen |= bits;
-        out[0] = static_cast<std::uint8_t>(bits >> 16);
-        out[1] = static_cast<std::uint8_t>(bits >> 8);
-        out[2] = static_cast<std::uint8_t>(bits);
+        const std::uint32_t bytes = isLittle ? __builtin_bswap32(bits << 8) : bits << 8;
+        in += 4;
+        return bytes;
+    };
+    // A fourth byte goes where the next group begins, but for the last one.
+    for (; groups > 1; --groups, out += 3) {
+        const std::uint32_t bytes = next();
+        std::memcpy(out, &bytes, 4);
+    }
+    if (groups > 0) {
+        const std::uint32_t bytes = next();
+        std::memcpy(out, &bytes, 3);
     }
     if constexpr (width > 8)
         all |= (characters & 0xff00ff00ff00ff00) != 0 ? 0x100 : 0;

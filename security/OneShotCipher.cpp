@@ -97,8 +97,9 @@ try {
 
     const openssl::CipherContext context(EVP_CIPHER_CTX_new());
     const std::uint8_t *start = !needsIv ? nullptr : iv ? iv->data() : zeros;
+    const bool isPadded = job.isPadded && !isStream; // as a context is from the start
     if (!context || !begin(context.get(), cipher, job, key, start) ||
-        EVP_CIPHER_CTX_set_padding(context.get(), job.isPadded && !isStream ? 1 : 0) <= 0)
+        (!isPadded && EVP_CIPHER_CTX_set_padding(context.get(), 0) <= 0))
         return std::nullopt;
 
     BytesBuilder output(data.size() + blockSize);
