@@ -9,6 +9,8 @@
 #include <QStringEncoder>
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -32,11 +34,18 @@ template <typename T> struct Wiping
     friend bool operator==(const Wiping & /*a*/, const Wiping & /*b*/) { return true; }
 };
 
+/// Bytes as any allocation aligns them, which long encodings notice.
+struct alignas(std::max_align_t) Unit
+{
+    std::array<std::uint8_t, alignof(std::max_align_t)> bytes;
+};
+
 /// Together with its count of holders: one allocation, where a request makes dozens.
 std::shared_ptr<std::uint8_t> wipedStorage(std::size_t capacity)
 {
-    auto bytes = std::allocate_shared_for_overwrite<std::uint8_t[]>(Wiping<std::uint8_t>(), capacity);
-    return {bytes, bytes.get()};
+    const std::size_t count = (capacity + sizeof(Unit) - 1) / sizeof(Unit);
+    const auto units = std::allocate_shared_for_overwrite<Unit[]>(Wiping<Unit>(), count);
+    return {units, units.get()->bytes.data()};
 }
 
 } // namespace

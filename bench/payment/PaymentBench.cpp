@@ -23,7 +23,7 @@ using namespace kelpay::bench;
 
 namespace {
 
-const QByteArray host = "127.0.0.20";
+const QByteArray host = "127.0.0.16";
 constexpr int rounds = 81;
 constexpr int fewRounds = 15;
 constexpr int warmUp = 5;
