@@ -45,7 +45,7 @@ std::shared_ptr<std::uint8_t> wipedStorage(std::size_t capacity)
 {
     const std::size_t count = (capacity + sizeof(Unit) - 1) / sizeof(Unit);
     const auto units = std::allocate_shared_for_overwrite<Unit[]>(Wiping<Unit>(), count);
-    return {units, units.get()->bytes.data()};
+    return {units, units[0].bytes.data()};
 }
 
 } // namespace

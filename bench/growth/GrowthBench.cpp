@@ -167,7 +167,7 @@ long peakKilobytes(const char *field)
     if (!status.open(QIODevice::ReadOnly))
         return 0;
     const QByteArray text = status.readAll();
-    return text.mid(text.indexOf(field) + qstrlen(field)).trimmed().split(' ').first().toLong();
+    return text.mid(text.indexOf(field) + static_cast<qsizetype>(qstrlen(field))).trimmed().split(' ').first().toLong();
 }
 
 double processorMicroseconds()
