@@ -139,7 +139,7 @@ void Rehearsal::addFrame(QQuickWindow &window)
         }
         connect(
             host, &QQuickWindow::frameSwapped, this, [isDrawn] { *isDrawn = true; }, Qt::DirectConnection);
-        m_place.setX(host->width());
+        m_place.setX(-m_place.width()); // Where no resizing shows it.
         m_place.setParentItem(host->contentItem());
         return true;
     });
