@@ -11,7 +11,7 @@ namespace {
 
 // An archive is the checksum of what follows, then the CBOR array [class name, values].
 constexpr qsizetype checksumSize = 32;
-constexpr int deepest = 40; // an answer's 32 levels, and those of the records around it
+constexpr int deepestArchive = 40; // an answer's 32 levels, and those of the records around it
 
 QByteArray checksum(QByteArrayView content)
 {
@@ -52,7 +52,7 @@ std::optional<QCborMap> KeyedArchiver::unarchive(const QString &className, const
     if (checksum(content) != bytes.first(checksumSize))
         return std::nullopt;
     QCborStreamReader reader(content);
-    if (!isSound(reader, deepest) || reader.currentOffset() != content.size())
+    if (!isSound(reader, deepestArchive) || reader.currentOffset() != content.size())
         return std::nullopt;
     const QCborArray parts = QCborValue::fromCbor(content).toArray();
     if (parts.size() != 2 || parts.first().toString() != className || !parts.last().isMap())

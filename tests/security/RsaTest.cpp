@@ -1,6 +1,7 @@
 #include "TestIdentity.h"
 
 #include "security/AFRSA.h"
+#include "security/BlockCipher.h"
 #include "security/OpenSsl.h"
 #include "security/Pkcs12Item.h"
 #include "security/Random.h"
