@@ -3,8 +3,10 @@
 take a payment: it ends with 0 when the payment was made.
 
     run.py SOURCE BUILD CMAKE EMBEDDED    EMBEDDED: a build of tests/consumers/embedded; left out where it isn't there
+    run.py SOURCE - CMAKE EMBEDDED        with the KelPay that is installed in /usr
 """
 
+import importlib.util
 import os
 import subprocess
 import sys
@@ -52,7 +54,8 @@ def library(prefix):
 def built_from(prefix, scratch):
     """The folder with the hosts' programs."""
     hosts = scratch / "hosts"
-    run(cmake, "--install", build, "--prefix", prefix)
+    if build != "-":
+        run(cmake, "--install", build, "--prefix", prefix)
     run(cmake, "-S", Path(source, "tests/consumers"), "-B", hosts, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={prefix}")
     run(cmake, "--build", hosts)
     pkg_config = os.environ | {"PKG_CONFIG_PATH": str(library(prefix) / "pkgconfig")}
@@ -62,15 +65,23 @@ def built_from(prefix, scratch):
     return hosts
 
 
-def lint(prefix):
+def lint(prefix, scratch):
     """The module's description knows what the host calls, and what it misspells."""
     (description,) = prefix.rglob("KelPay.qmltypes")
     for change in ("", "1"):
-        host = prefix / "Main.qml"
+        host = scratch / "Main.qml"
         host.write_text(Path(source, "examples/qml/main.qml").read_text().replace("merchantId:", f"merchantId{change}:"))
         done = subprocess.run([f"{qt('QT_HOST_BINS')}/qmllint", "-I", description.parent.parent, host], capture_output=True, text=True)
         if ("merchantId1" in done.stderr) != bool(change) or (not change and done.stderr):
             faults.append(f"qmllint: {done.stderr}")
+
+
+def read_docs():
+    """The page shows the test that is built here."""
+    page = Path(source, "docs/testing.md").read_text()
+    for name in ("CMakeLists.txt", "CheckoutTest.cpp"):
+        if Path(source, "tests/consumers/foreign", name).read_text().rstrip() not in page:
+            faults.append(f"docs/testing.md shows another {name} than tests/consumers/foreign has")
 
 
 def pay(prefix, hosts, scratch):
@@ -93,16 +104,24 @@ def pay(prefix, hosts, scratch):
         started = time.monotonic()
         run(program, env=env | payer | keys, timeout=60)
         print(f"{program.name}: {time.monotonic() - started:.1f} s")
-    # No host at all: Qt's own runtime, which brings the library as a plugin on a thread of its own.
+    # No host at all: Qt's own runtime, which brings the library as a plugin on a thread of its own; and a host in Python.
+    # Where the packages are installed, both find it by themselves.
     (module,) = prefix.rglob("libkelpayplugin.so")
-    runtime = [f"{qt('QT_HOST_BINS')}/qml", "-I", module.parent.parent, Path(source, "examples/qml/main.qml")]
-    log = run(*runtime, env=env | payer | {"PAYER_PRESSES_SPACE": "1", "LD_LIBRARY_PATH": str(library(prefix))}, timeout=60,
-              capture_output=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
-    if "different thread" in log or log.count("this is a sandbox build of KelPay") != 1:
-        faults.append(f"qml: {log}")
+    main = Path(source, "examples/qml/main.qml")
+    imports, found = [], {}
+    if build != "-":
+        imports, found = [module.parent.parent], {"LD_LIBRARY_PATH": str(library(prefix))}
+    runtimes = [[f"{qt('QT_HOST_BINS')}/qml", *(word for path in imports for word in ("-I", path)), main]]
+    if importlib.util.find_spec("PySide6"):
+        runtimes.append([sys.executable, Path(source, "tests/consumers/pyside/main.py"), main, *imports])
+    for runtime in runtimes:
+        log = run(*runtime, env=env | payer | found | {"PAYER_PRESSES_SPACE": "1"}, timeout=60,
+                  capture_output=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        print(f"{Path(runtime[0]).name}: {log.strip().splitlines()[-1] if log.strip() else 'no word'}")
+        if "different thread" in log:
+            faults.append(f"qml: {log}")
     service.terminate()
-    # The hosts again, as the quick start has them built, and a host's own test.
-    run(Path(source, "scripts/docs"), prefix, hosts)
+    run(hosts / "checkout_test", env=env)
     waiting.wait(100)
     if waiting.returncode != 0:
         faults.append(waiting.stdout.read())
@@ -111,11 +130,12 @@ def pay(prefix, hosts, scratch):
 started = time.monotonic()
 with tempfile.TemporaryDirectory(prefix="kelpay-consumers-") as folder:
     scratch = Path(folder)
-    prefix = scratch / "prefix"
+    prefix = Path("/usr") if build == "-" else scratch / "prefix"
     hosts = built_from(prefix, scratch)
     print(f"built after {time.monotonic() - started:.1f} s")
+    read_docs()
     if not faults:
-        lint(prefix)
+        lint(prefix, scratch)
         pay(prefix, hosts, scratch)
 print("\n".join(faults) or f"every host paid, {time.monotonic() - started:.1f} s in all")
 sys.exit(1 if faults else 0)

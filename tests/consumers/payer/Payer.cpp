@@ -1,5 +1,6 @@
 // A payer that comes into any host as a plugin of Qt's (QT_QPA_GENERIC_PLUGINS=payer): starts the purchase with Tab
-// and the space bar where there is something to start, pays, and closes the receipt.
+// and the space bar where there is something to start, pays, and closes the receipt. PAYER_LINGERS says how many
+// milliseconds each screen is looked at.
 
 #include <KelPay/Testing.h>
 
@@ -33,7 +34,12 @@ private:
             QTest::keyClick(QGuiApplication::focusWindow(), Qt::Key_Space);
         }
         kelpay::testing::Payer payer;
-        if (!payer.pay(u"6037991234567893"_s, u"12345"_s) || !payer.closeReceipt())
+        const int look = qEnvironmentVariableIntValue("PAYER_LINGERS");
+        bool isPaid = payer.waitForPaymentScreen();
+        QTest::qWait(look);
+        isPaid = isPaid && payer.pay(u"6037991234567893"_s, u"12345"_s);
+        QTest::qWait(look);
+        if (!isPaid || !payer.closeReceipt())
             qWarning("payer: %s", qPrintable(payer.problem()));
     }
 };
