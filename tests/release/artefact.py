@@ -81,6 +81,8 @@ def look(library):
     # The variables that only a sandbox build obeys, what only it says, and what only it has.
     stripped = library.with_suffix(".stripped")
     out("strip", "-o", stripped, library)
+    then = int(re.search(r"^\| as CI builds it \|.*\| ([\d,]+) \|$", Path(source, "docs/budgets.md").read_text(), re.M)[1].replace(",", ""))
+    check(f"its size: {stripped.stat().st_size:,} bytes, of which docs/budgets.md has {then:,}", stripped.stat().st_size < then * 1.05)
     held = set(re.findall(rb"KELPAY_[A-Z_]+|(?i:sandbox)", stripped.read_bytes()))
     held |= set(re.findall("kelpay::sandbox::.*|.*(?:overrideSimulator|sayWhatThisIs).*", out("nm", "-C", library)))
     check(f"nothing of the sandbox, not {held}", not held)
