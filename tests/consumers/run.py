@@ -76,14 +76,6 @@ def lint(prefix, scratch):
             faults.append(f"qmllint: {done.stderr}")
 
 
-def read_docs():
-    """The page shows the test that is built here."""
-    page = Path(source, "docs/testing.md").read_text()
-    for name in ("CMakeLists.txt", "CheckoutTest.cpp"):
-        if Path(source, "tests/consumers/foreign", name).read_text().rstrip() not in page:
-            faults.append(f"docs/testing.md shows another {name} than tests/consumers/foreign has")
-
-
 def pay(prefix, hosts, scratch):
     service_program = prefix / "bin/kelpay-sandbox"
     identity = scratch / "identity"
@@ -118,10 +110,12 @@ def pay(prefix, hosts, scratch):
         log = run(*runtime, env=env | payer | found | {"PAYER_PRESSES_SPACE": "1"}, timeout=60,
                   capture_output=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         print(f"{Path(runtime[0]).name}: {log.strip().splitlines()[-1] if log.strip() else 'no word'}")
-        if "different thread" in log:
-            faults.append(f"qml: {log}")
+        if "different thread" in log or log.count("this is a sandbox build of KelPay") != 1:
+            faults.append(f"{Path(runtime[0]).name}: {log}")
     service.terminate()
-    run(hosts / "checkout_test", env=env)
+    if build != "-":
+        # The hosts again, as the quick start has them built, and a host's own test.
+        run(Path(source, "scripts/docs"), prefix, hosts)
     waiting.wait(100)
     if waiting.returncode != 0:
         faults.append(waiting.stdout.read())
@@ -133,9 +127,9 @@ with tempfile.TemporaryDirectory(prefix="kelpay-consumers-") as folder:
     prefix = Path("/usr") if build == "-" else scratch / "prefix"
     hosts = built_from(prefix, scratch)
     print(f"built after {time.monotonic() - started:.1f} s")
-    read_docs()
     if not faults:
-        lint(prefix, scratch)
+        if build != "-":
+            lint(prefix, scratch)
         pay(prefix, hosts, scratch)
 print("\n".join(faults) or f"every host paid, {time.monotonic() - started:.1f} s in all")
 sys.exit(1 if faults else 0)
