@@ -2,8 +2,6 @@
 
 #include "platform/StateFolder.h"
 
-#include <QStringList>
-
 namespace kelpay {
 
 using namespace Qt::StringLiterals;
@@ -44,7 +42,7 @@ QString now()
     return QString::number(QDateTime::currentMSecsSinceEpoch());
 }
 
-QStringList textsOf(const UnsettledAttempt &attempt)
+std::vector<QString> textsOf(const UnsettledAttempt &attempt)
 {
     return {attempt.identifier, attempt.merchantID, attempt.additionalData,
             attempt.amount,     attempt.tokenHash,  QString::number(attempt.begun.toMSecsSinceEpoch())};
@@ -71,15 +69,16 @@ AttemptLedger &AttemptLedger::shared()
 
 AttemptLedger::AttemptLedger(const QString &path) : m_store(path, SqliteStore::Durability::SurvivesPowerLoss, schema) {}
 
-bool AttemptLedger::write(const char *sql, const QStringList &texts)
+bool AttemptLedger::write(const char *sql, const std::vector<QString> &texts)
 {
     if (m_store.path().isEmpty())
         return false;
     return m_store
         .run([&](SqliteDatabase &database) {
             auto statement = database.prepare(sql);
-            for (qsizetype index = 0; index < texts.size(); ++index)
-                statement.bind(static_cast<int>(index) + 1, texts[index]);
+            int place = 0;
+            for (const QString &text : texts)
+                statement.bind(++place, text);
             return statement.run() && database.changes() > 0;
         })
         .value_or(false);
@@ -101,7 +100,9 @@ void AttemptLedger::begun(const UnsettledAttempt &attempt)
 
 bool AttemptLedger::aboutToSend(const UnsettledAttempt &attempt)
 {
-    return write(insertSent, textsOf(attempt) << now());
+    auto texts = textsOf(attempt);
+    texts.push_back(now());
+    return write(insertSent, texts);
 }
 
 void AttemptLedger::answered(const QString &identifier, const QString &code)

@@ -36,7 +36,7 @@ public:
     bool settle(const QString &identifier);
 
 private:
-    bool write(const char *sql, const QStringList &texts);
+    bool write(const char *sql, const std::vector<QString> &texts); // Qt's list uses what it was not given.
     void forgetOld();
 
     SqliteStore m_store;
