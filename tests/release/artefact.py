@@ -40,7 +40,7 @@ def build(copy, environment):
     settings = {**os.environ, **environment, "SOURCE_DATE_EPOCH": "1700000000", "NINJA_STATUS": ""}
     folder = copy.parent / f"build-{copy.parent.name}"
     steps = ([cmake, "-S", copy, "-B", folder, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", "-DCMAKE_CXX_FLAGS_RELEASE=-O1 -DNDEBUG",
-              "-DCMAKE_UNITY_BUILD_BATCH_SIZE=16", "-DKELPAY_QML_BYTECODE=ON", "-DKELPAY_WARNINGS_AS_ERRORS=OFF", "-DKELPAY_BUILD_EXAMPLES=OFF",
+              "-DKELPAY_QML_BYTECODE=ON", "-DKELPAY_WARNINGS_AS_ERRORS=OFF", "-DKELPAY_BUILD_EXAMPLES=OFF",
               "-DKELPAY_SERVICE_HOST=pay.example.org", f"-DKELPAY_RESOURCES_DIR={identity}"],
              [cmake, "--build", folder, "--target", "kelpay"])
     for step in steps:
