@@ -84,7 +84,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 
-# Several sources a unit, because what they include takes the time; the preset `none` compiles each alone, so that each
+# Several sources a unit, because what they include takes the time; scripts/check tidy reads each alone, so that each
 # includes what it needs.
 if(NOT DEFINED CMAKE_UNITY_BUILD)
     set(CMAKE_UNITY_BUILD ON)
